@@ -1,0 +1,111 @@
+#pragma once
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "base/errors.h"
+#include "base/numbers.h"
+
+namespace quern {
+
+// One record type serves all three tables; what it means changes from step to
+// step: a listed pixel (x1, y1), a segment, or a separator (all four -1).
+struct LineRecord {
+  float x1 = 0.0F;
+  float y1 = 0.0F;
+  float x2 = 0.0F;
+  float y2 = 0.0F;
+  Int32 count = 0;  // meaningful in record 0 only, but copied with the record
+
+  friend bool operator==(const LineRecord&, const LineRecord&) = default;
+};
+
+inline constexpr float kSeparator = -1.0F;
+inline constexpr float kTaken = 1000000.0F;
+
+inline bool isSeparator(const LineRecord& r) {
+  return r.x1 == kSeparator && r.y1 == kSeparator && r.x2 == kSeparator && r.y2 == kSeparator;
+}
+
+// Records 0 to 100000; record 0 is the head and holds the count. Nothing clears
+// a table as a whole: passes reset the count and overwrite from record 1.
+class RecordTable {
+ public:
+  static constexpr Int32 kLastRecord = 100000;
+
+  explicit RecordTable(std::string name) : name_(std::move(name)), records_(kLastRecord + 1) {}
+
+  LineRecord& operator[](Int32 i) { return records_[checkIndex(i)]; }
+  const LineRecord& operator[](Int32 i) const { return records_[checkIndex(i)]; }
+
+  Int32& count() { return records_[0].count; }
+  Int32 count() const { return records_[0].count; }
+
+  const std::string& name() const { return name_; }
+  static bool inRange(Int32 i) { return i >= 0 && i <= kLastRecord; }
+
+ private:
+  std::size_t checkIndex(Int32 i) const {
+    if (!inRange(i)) {
+      throw IndexError("Subscript out of range: record " + std::to_string(i) + " of " + name_ +
+                       " (records run from 0 to " + std::to_string(kLastRecord) + ")");
+    }
+    return static_cast<std::size_t>(i);
+  }
+
+  std::string name_;
+  std::vector<LineRecord> records_;
+};
+
+struct PolyPoint {
+  Int32 x = 0;
+  Int32 y = 0;
+  friend bool operator==(const PolyPoint&, const PolyPoint&) = default;
+};
+
+// A growable list of points with indices 0 to highest; index 0 is never used,
+// so a list whose highest index is 0 is empty.
+class PolyList {
+ public:
+  PolyList() : points_(1) {}
+
+  Int32 highest() const { return static_cast<Int32>(points_.size()) - 1; }
+  // Gives the list the index range 0 to `highest`, dropping what lies above.
+  void redim(Int32 highest) {
+    if (highest < 0) throw IndexError("Subscript out of range: a point list cannot end below index 0");
+    points_.resize(static_cast<std::size_t>(highest) + 1);
+  }
+  // Like redim, but keeps the points that stay in range.
+  void redimPreserve(Int32 highest) { redim(highest); }
+  void clear() { points_.assign(1, PolyPoint{}); }
+
+  PolyPoint& operator[](Int32 i) { return points_[checkIndex(i)]; }
+  const PolyPoint& operator[](Int32 i) const { return points_[checkIndex(i)]; }
+
+ private:
+  std::size_t checkIndex(Int32 i) const {
+    if (i < 0 || i > highest()) {
+      throw IndexError("Subscript out of range: point " + std::to_string(i) + " of a list ending at " +
+                       std::to_string(highest()));
+    }
+    return static_cast<std::size_t>(i);
+  }
+  std::vector<PolyPoint> points_;
+};
+
+// Slot 0 holds the raw polyline, slot 1 the generalised one.
+struct PolyBuffer {
+  std::array<PolyList, 2> slot;
+  PolyList& operator[](int i) { return slot.at(static_cast<std::size_t>(i)); }
+  const PolyList& operator[](int i) const { return slot.at(static_cast<std::size_t>(i)); }
+};
+
+// The three tables of a session.
+struct LineTables {
+  RecordTable LineTable{"LineTable"};
+  RecordTable ChainTable{"ChainTable"};
+  RecordTable OrderTable{"OrderTable"};
+};
+
+}  // namespace quern

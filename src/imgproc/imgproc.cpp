@@ -1,0 +1,38 @@
+#include "imgproc/imgproc.h"
+
+namespace quern {
+
+ImgProc::ImgProc(Host* host) : host_(host ? host : &quiet_) {
+  Picture1.AutoSize = true;
+  Picture3.AutoSize = true;
+  Picture4.AutoSize = true;
+  Picture3.AutoRedraw = true;
+  Picture4.AutoRedraw = true;
+  VScroll1.Visible = true;
+  HScroll1.Visible = true;
+}
+
+Int32 ImgProc::picwidth() const { return roundToInt32(Picture1.Width()); }
+Int32 ImgProc::picheight() const { return roundToInt32(Picture1.Height()); }
+void ImgProc::setpicwidth(Int32 w) { Picture1.setWidth(static_cast<float>(w)); }
+void ImgProc::setpicheight(Int32 h) { Picture1.setHeight(static_cast<float>(h)); }
+
+void ImgProc::setPicture(Picture p) {
+  Picture1.setPicture(std::move(p));
+  notify("Picture");
+  notify("Picwidth");
+  notify("Picheight");
+  if (handleOf(Picture1.picture()) == 0) {
+    Picture1.setWidth(1.0F);
+    Picture1.setHeight(1.0F);
+  }
+}
+
+void ImgProc::setwh(Int16 w, Int16 h) {
+  Picture1.setWidth(w);
+  Picture1.setHeight(h);
+}
+
+void ImgProc::About() { host_->MsgBox("This control is created "); }
+
+}  // namespace quern

@@ -1,0 +1,397 @@
+#include "surface/picture_box.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+#include "base/errors.h"
+
+namespace quern {
+
+Colour resolveColour(Colour c) {
+  if (c >= 0) return c;
+  switch (static_cast<std::uint32_t>(c)) {
+    case 0x8000000FU:  // button face
+      return 0xC0C0C0;
+    case 0x80000005U:  // window background
+      return 0xFFFFFF;
+    case 0x80000012U:  // button text
+    case 0x80000008U:  // window text
+      return 0x000000;
+    default:
+      return c & 0xFFFFFF;
+  }
+}
+
+Colour GetPixel(DeviceContext dc, Int32 x, Int32 y) {
+  const PictureBox& b = *dc.box;
+  if (x < 0 || y < 0 || x >= b.innerW_ || y >= b.innerH_) return kNoColour;
+  return b.bitmap_[static_cast<std::size_t>(y) * b.innerW_ + x];
+}
+
+bool SetPixelV(DeviceContext dc, Int32 x, Int32 y, Colour colour) {
+  PictureBox& b = *dc.box;
+  if (x < 0 || y < 0 || x >= b.innerW_ || y >= b.innerH_) return false;
+  b.bitmap_[static_cast<std::size_t>(y) * b.innerW_ + x] = colour & 0xFFFFFF;
+  b.touch();
+  return true;
+}
+
+PictureBox::PictureBox(float unitsPerPixel, Int32 border) : unitsPerPixel_(unitsPerPixel), border_(border) {
+  resetBitmap();
+}
+
+namespace {
+// A box is a whole number of pixels, at least one: a fractional size rounds to
+// the nearest pixel and anything below one pixel becomes one.
+Int32 wholePixels(float value, float unitsPerPixel, const char* what) {
+  if (!std::isfinite(value) || value < 0.0F) {
+    throw SurfaceError(std::string("Invalid property value: ") + what + " " + std::to_string(value));
+  }
+  return std::max<Int32>(1, roundToInt32(static_cast<double>(value) / unitsPerPixel));
+}
+}  // namespace
+
+void PictureBox::setWidth(float w) {
+  const Int32 inner = std::max<Int32>(1, wholePixels(w, unitsPerPixel_, "Width") - 2 * border_);
+  resizeInner(inner, innerH_);
+}
+
+void PictureBox::setHeight(float h) {
+  const Int32 inner = std::max<Int32>(1, wholePixels(h, unitsPerPixel_, "Height") - 2 * border_);
+  resizeInner(innerW_, inner);
+}
+
+void PictureBox::resizeInner(Int32 w, Int32 h) {
+  if (w == innerW_ && h == innerH_) return;
+  std::vector<Colour> next(static_cast<std::size_t>(w) * h, resolveColour(backColor_));
+  const Int32 cw = std::min(w, innerW_);
+  const Int32 ch = std::min(h, innerH_);
+  for (Int32 y = 0; y < ch; ++y) {
+    std::copy_n(bitmap_.begin() + static_cast<std::ptrdiff_t>(y) * innerW_, cw,
+                next.begin() + static_cast<std::ptrdiff_t>(y) * w);
+  }
+  innerW_ = w;
+  innerH_ = h;
+  bitmap_ = std::move(next);
+  touch();
+}
+
+void PictureBox::resetBitmap() {
+  bitmap_.assign(static_cast<std::size_t>(innerW_) * innerH_, resolveColour(backColor_));
+  if (picture_) {
+    const Int32 w = std::min(innerW_, picture_->pixelWidth());
+    const Int32 h = std::min(innerH_, picture_->pixelHeight());
+    for (Int32 y = 0; y < h; ++y) {
+      std::copy_n(picture_->pixels().begin() + static_cast<std::ptrdiff_t>(y) * picture_->pixelWidth(), w,
+                  bitmap_.begin() + static_cast<std::ptrdiff_t>(y) * innerW_);
+    }
+  }
+  touch();
+}
+
+double PictureBox::unitsPerPixelX(Int16 mode) const {
+  switch (mode) {
+    case kScaleUser:
+      return static_cast<double>(userScaleW_) / innerW_;
+    case kScaleTwips:
+      return kTwipsPerPixel;
+    case kScalePixels:
+      return 1.0;
+    case kScaleHimetric:
+      return kHimetricPerPixel;
+    default:
+      throw SurfaceError("Invalid property value: ScaleMode " + std::to_string(mode));
+  }
+}
+
+double PictureBox::unitsPerPixelY(Int16 mode) const {
+  if (mode == kScaleUser) return static_cast<double>(userScaleH_) / innerH_;
+  return unitsPerPixelX(mode);
+}
+
+float PictureBox::ScaleWidth() const {
+  return scaleMode_ == kScaleUser ? userScaleW_ : static_cast<float>(innerW_ * unitsPerPixelX(scaleMode_));
+}
+
+float PictureBox::ScaleHeight() const {
+  return scaleMode_ == kScaleUser ? userScaleH_ : static_cast<float>(innerH_ * unitsPerPixelY(scaleMode_));
+}
+
+void PictureBox::setScaleWidth(float w) {
+  if (w == 0.0F || !std::isfinite(w)) throw SurfaceError("Invalid property value: ScaleWidth 0");
+  if (scaleMode_ != kScaleUser) userScaleH_ = ScaleHeight();
+  userScaleW_ = w;
+  scaleMode_ = kScaleUser;
+}
+
+void PictureBox::setScaleHeight(float h) {
+  if (h == 0.0F || !std::isfinite(h)) throw SurfaceError("Invalid property value: ScaleHeight 0");
+  if (scaleMode_ != kScaleUser) userScaleW_ = ScaleWidth();
+  userScaleH_ = h;
+  scaleMode_ = kScaleUser;
+}
+
+void PictureBox::setScaleMode(Int16 mode) {
+  if (mode != kScaleUser && mode != kScaleTwips && mode != kScalePixels && mode != kScaleHimetric) {
+    throw SurfaceError("Invalid property value: ScaleMode " + std::to_string(mode));
+  }
+  if (mode == kScaleUser && scaleMode_ != kScaleUser) {
+    userScaleW_ = ScaleWidth();
+    userScaleH_ = ScaleHeight();
+  }
+  scaleMode_ = mode;
+}
+
+float PictureBox::ScaleX(float value, Int16 fromMode, Int16 toMode) const {
+  return static_cast<float>(value / unitsPerPixelX(fromMode) * unitsPerPixelX(toMode));
+}
+
+float PictureBox::ScaleY(float value, Int16 fromMode, Int16 toMode) const {
+  return static_cast<float>(value / unitsPerPixelY(fromMode) * unitsPerPixelY(toMode));
+}
+
+void PictureBox::setPicture(Picture p) {
+  picture_ = std::move(p);
+  if (AutoSize && picture_) {
+    innerW_ = picture_->pixelWidth();
+    innerH_ = picture_->pixelHeight();
+  }
+  resetBitmap();
+}
+
+Picture PictureBox::Image() const { return makePicture(innerW_, innerH_, bitmap_); }
+
+Colour PictureBox::Point(float x, float y) const {
+  const double px = roundHalfEven(toPixelX(x));
+  const double py = roundHalfEven(toPixelY(y));
+  if (px < 0 || py < 0 || px >= innerW_ || py >= innerH_) return kNoColour;
+  return bitmap_[static_cast<std::size_t>(py) * innerW_ + static_cast<std::size_t>(px)];
+}
+
+void PictureBox::plot(Int32 x, Int32 y, Colour pen) {
+  if (x < 0 || y < 0 || x >= innerW_ || y >= innerH_) return;
+  Colour& d = bitmap_[static_cast<std::size_t>(y) * innerW_ + x];
+  switch (DrawMode) {
+    case 1:  // blackness
+      d = 0;
+      break;
+    case 6:  // invert
+      d = ~d & 0xFFFFFF;
+      break;
+    case 7:  // xor pen
+      d = (d ^ pen) & 0xFFFFFF;
+      break;
+    case 9:  // mask pen
+      d = d & pen;
+      break;
+    case 11:  // no operation
+      break;
+    case 15:  // merge pen
+      d = (d | pen) & 0xFFFFFF;
+      break;
+    case 16:  // whiteness
+      d = 0xFFFFFF;
+      break;
+    default:  // 13, copy pen
+      d = pen;
+      break;
+  }
+}
+
+// One point of the pen: a single pixel, or a round dot DrawWidth pixels across.
+void PictureBox::dot(Int32 x, Int32 y, Colour pen) {
+  if (DrawWidth <= 1) {
+    plot(x, y, pen);
+    return;
+  }
+  const double r = DrawWidth / 2.0;
+  const Int32 lo = -static_cast<Int32>(std::floor(r));
+  const Int32 hi = DrawWidth + lo - 1;
+  for (Int32 dy = lo; dy <= hi; ++dy) {
+    for (Int32 dx = lo; dx <= hi; ++dx) {
+      if ((dx + 0.5 - (hi + lo + 1) / 2.0) * (dx + 0.5 - (hi + lo + 1) / 2.0) +
+              (dy + 0.5 - (hi + lo + 1) / 2.0) * (dy + 0.5 - (hi + lo + 1) / 2.0) <=
+          r * r + 0.5) {
+        plot(x + dx, y + dy, pen);
+      }
+    }
+  }
+}
+
+void PictureBox::PSet(float x, float y, std::optional<Colour> colour) {
+  const Colour pen = resolveColour(colour.value_or(ForeColor));
+  dot(roundToInt32(toPixelX(x)), roundToInt32(toPixelY(y)), pen);
+  CurrentX = x;
+  CurrentY = y;
+  touch();
+}
+
+void PictureBox::Line(float x1, float y1, float x2, float y2, std::optional<Colour> colour) {
+  const Colour pen = resolveColour(colour.value_or(ForeColor));
+  Int32 ax = roundToInt32(toPixelX(x1));
+  Int32 ay = roundToInt32(toPixelY(y1));
+  const Int32 bx = roundToInt32(toPixelX(x2));
+  const Int32 by = roundToInt32(toPixelY(y2));
+  const Int32 dx = std::abs(bx - ax);
+  const Int32 dy = -std::abs(by - ay);
+  const Int32 sx = ax < bx ? 1 : -1;
+  const Int32 sy = ay < by ? 1 : -1;
+  long long err = static_cast<long long>(dx) + dy;
+  // Both end points are drawn, so that a polyline has no gaps at its corners.
+  for (;;) {
+    dot(ax, ay, pen);
+    if (ax == bx && ay == by) break;
+    const long long e2 = 2 * err;
+    if (e2 >= dy) {
+      err += dy;
+      ax += sx;
+    }
+    if (e2 <= dx) {
+      err += dx;
+      ay += sy;
+    }
+  }
+  CurrentX = x2;
+  CurrentY = y2;
+  touch();
+}
+
+void PictureBox::Circle(float x, float y, float radius, std::optional<Colour> colour) {
+  const Colour pen = resolveColour(colour.value_or(ForeColor));
+  const double cx = toPixelX(x);
+  const double cy = toPixelY(y);
+  const double r = std::abs(radius / unitsPerPixelX(scaleMode_));
+  const Int32 x0 = static_cast<Int32>(std::floor(cx - r)) - 1;
+  const Int32 x1 = static_cast<Int32>(std::ceil(cx + r)) + 1;
+  const Int32 y0 = static_cast<Int32>(std::floor(cy - r)) - 1;
+  const Int32 y1 = static_cast<Int32>(std::ceil(cy + r)) + 1;
+  // A pixel belongs to the outline when its centre lies within half a pixel of
+  // the circle; inside it, to the fill.
+  for (Int32 py = std::max(y0, 0); py <= std::min(y1, innerH_ - 1); ++py) {
+    for (Int32 px = std::max(x0, 0); px <= std::min(x1, innerW_ - 1); ++px) {
+      const double d = std::hypot(px - cx, py - cy);
+      if (std::abs(d - r) <= 0.5) {
+        dot(px, py, pen);
+      } else if (FillStyle == 0 && d < r) {
+        plot(px, py, resolveColour(FillColor));
+      }
+    }
+  }
+  CurrentX = x;
+  CurrentY = y;
+  touch();
+}
+
+namespace {
+Colour combine(Colour dest, Colour src, Int32 opcode) {
+  switch (opcode) {
+    case kOpcodeCopy:
+      return src;
+    case kOpcodeAnd:
+      return dest & src;
+    case kOpcodePaint:
+      return dest | src;
+    case kOpcodeInvert:
+      return dest ^ src;
+    default:
+      throw SurfaceError("Invalid procedure call: raster operation " + std::to_string(opcode));
+  }
+}
+
+// For each destination index along one axis, the first and one-past-last
+// source index it covers. A shrink gives blocks of several source pixels, an
+// enlargement repeats one.
+struct Span {
+  Int32 from;
+  Int32 to;
+};
+
+std::vector<Span> spans(Int32 destLength, double srcStart, double srcLength) {
+  std::vector<Span> out(static_cast<std::size_t>(destLength));
+  for (Int32 d = 0; d < destLength; ++d) {
+    const auto a = static_cast<Int32>(std::floor(srcStart + srcLength * d / destLength));
+    auto b = static_cast<Int32>(std::floor(srcStart + srcLength * (d + 1) / destLength));
+    if (b <= a) b = a + 1;
+    out[static_cast<std::size_t>(d)] = {a, b};
+  }
+  return out;
+}
+}  // namespace
+
+void PictureBox::PaintPicture(const Picture& pic, float x1, float y1, std::optional<float> width1,
+                              std::optional<float> height1, std::optional<float> x2, std::optional<float> y2,
+                              std::optional<float> width2, std::optional<float> height2,
+                              std::optional<Int32> opcode) {
+  if (!pic) throw SurfaceError("Invalid picture");
+  const Int32 op = opcode.value_or(kOpcodeCopy);
+  combine(0, 0, op);  // refuse an unknown operation before anything is drawn
+
+  // Lengths in this box's scale become pixels of this box for the destination
+  // and pixels of the picture for the source.
+  const double fx = 1.0 / unitsPerPixelX(scaleMode_);
+  const double fy = 1.0 / unitsPerPixelY(scaleMode_);
+  const double srcX = x2 ? *x2 * fx : 0.0;
+  const double srcY = y2 ? *y2 * fy : 0.0;
+  const double srcW = width2 ? *width2 * fx : pic->pixelWidth();
+  const double srcH = height2 ? *height2 * fy : pic->pixelHeight();
+
+  const Int32 dx0 = roundToInt32(x1 * fx);
+  const Int32 dy0 = roundToInt32(y1 * fy);
+  const Int32 dx1 = width1 ? roundToInt32((x1 + *width1) * fx) : roundToInt32(dx0 + srcW);
+  const Int32 dy1 = height1 ? roundToInt32((y1 + *height1) * fy) : roundToInt32(dy0 + srcH);
+  const Int32 dw = dx1 - dx0;
+  const Int32 dh = dy1 - dy0;
+  if (dw <= 0 || dh <= 0 || srcW <= 0 || srcH <= 0) return;
+
+  const std::vector<Span> xs = spans(dw, srcX, srcW);
+  const std::vector<Span> ys = spans(dh, srcY, srcH);
+  const Int32 pw = pic->pixelWidth();
+  const Int32 ph = pic->pixelHeight();
+  const Colour* src = pic->pixels().data();
+
+  for (Int32 j = 0; j < dh; ++j) {
+    const Int32 ty = dy0 + j;
+    if (ty < 0 || ty >= innerH_) continue;
+    const Span sy = ys[static_cast<std::size_t>(j)];
+    const Int32 syFrom = std::max(sy.from, 0);
+    const Int32 syTo = std::min(sy.to, ph);
+    if (syFrom >= syTo) continue;
+    Colour* row = bitmap_.data() + static_cast<std::size_t>(ty) * innerW_;
+    for (Int32 i = 0; i < dw; ++i) {
+      const Int32 tx = dx0 + i;
+      if (tx < 0 || tx >= innerW_) continue;
+      const Span sx = xs[static_cast<std::size_t>(i)];
+      const Int32 sxFrom = std::max(sx.from, 0);
+      const Int32 sxTo = std::min(sx.to, pw);
+      if (sxFrom >= sxTo) continue;
+      // A shrink ANDs the pixels it drops into the one it keeps, so dark line
+      // work on a light ground survives it.
+      Colour c = 0xFFFFFF;
+      for (Int32 v = syFrom; v < syTo; ++v) {
+        const Colour* s = src + static_cast<std::size_t>(v) * pw;
+        for (Int32 u = sxFrom; u < sxTo; ++u) c &= s[u];
+      }
+      row[tx] = combine(row[tx], c, op) & 0xFFFFFF;
+    }
+  }
+  touch();
+}
+
+void PictureBox::Cls() {
+  resetBitmap();
+  CurrentX = 0.0F;
+  CurrentY = 0.0F;
+}
+
+void PictureBox::Refresh() {
+  ++refreshCount_;
+  if (onRefresh) onRefresh();
+}
+
+void PictureBox::setBackColor(Colour c) {
+  backColor_ = c;
+  resetBitmap();
+}
+
+}  // namespace quern

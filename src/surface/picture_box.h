@@ -1,0 +1,146 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include "base/numbers.h"
+#include "surface/picture.h"
+
+namespace quern {
+
+class PictureBox;
+
+// The drawing context of a box: device pixels of its persistent bitmap,
+// no scale and no drawing attributes.
+struct DeviceContext {
+  PictureBox* box = nullptr;
+};
+
+// Reads one device pixel; -1 outside the bitmap.
+Colour GetPixel(DeviceContext dc, Int32 x, Int32 y);
+// Writes one device pixel, exactly; nothing outside the bitmap. True when written.
+bool SetPixelV(DeviceContext dc, Int32 x, Int32 y, Colour colour);
+
+inline constexpr Int16 kScaleUser = 0;
+inline constexpr Int16 kScaleTwips = 1;
+inline constexpr Int16 kScalePixels = 3;
+inline constexpr Int16 kScaleHimetric = 8;
+
+inline constexpr Int32 kOpcodeCopy = 0xCC0020;
+inline constexpr Int32 kOpcodeAnd = 0x8800C6;
+inline constexpr Int32 kOpcodePaint = 0xEE0086;
+inline constexpr Int32 kOpcodeInvert = 0x660046;
+
+inline constexpr Colour kSysButtonFace = static_cast<Colour>(0x8000000F);
+inline constexpr Colour kSysButtonText = static_cast<Colour>(0x80000012);
+inline constexpr Colour kSysWindow = static_cast<Colour>(0x80000005);
+inline constexpr Colour kSysWindowText = static_cast<Colour>(0x80000008);
+
+// The real colour behind a system colour (0x80000000 and up); other colours as they are.
+Colour resolveColour(Colour c);
+
+// A picture box: a stored picture, a persistent bitmap that shows it with all
+// that was drawn since, a scale for coordinates and the drawing attributes.
+// All drawing goes to the persistent bitmap (AutoRedraw); Refresh tells the
+// screen, if any, to show it.
+class PictureBox {
+ public:
+  // `unitsPerPixel`: the unit of the container in which Width and Height count
+  // (1 for pixels, 15 for twips). `border`: frame pixels on each side.
+  explicit PictureBox(float unitsPerPixel = 1.0F, Int32 border = 0);
+
+  // Outer size in the container's unit; always a whole number of pixels.
+  float Width() const { return static_cast<float>(outerPixelWidth() * unitsPerPixel_); }
+  float Height() const { return static_cast<float>(outerPixelHeight() * unitsPerPixel_); }
+  void setWidth(float w);
+  void setHeight(float h);
+
+  // The client area in device pixels: the size of the persistent bitmap.
+  Int32 pixelWidth() const { return innerW_; }
+  Int32 pixelHeight() const { return innerH_; }
+
+  float ScaleWidth() const;
+  float ScaleHeight() const;
+  void setScaleWidth(float w);
+  void setScaleHeight(float h);
+  Int16 ScaleMode() const { return scaleMode_; }
+  void setScaleMode(Int16 mode);
+  // Converts a length between scale modes 0, 1, 3 and 8 (0 is this box's user scale).
+  float ScaleX(float value, Int16 fromMode, Int16 toMode) const;
+  float ScaleY(float value, Int16 fromMode, Int16 toMode) const;
+
+  const Picture& picture() const { return picture_; }
+  void setPicture(Picture p);
+  // The persistent bitmap as a picture; it stays as it is whatever happens to the box later.
+  Picture Image() const;
+
+  bool AutoRedraw = true;
+  bool AutoSize = false;
+
+  Colour Point(float x, float y) const;
+  void PSet(float x, float y, std::optional<Colour> colour = std::nullopt);
+  void Line(float x1, float y1, float x2, float y2, std::optional<Colour> colour = std::nullopt);
+  void Circle(float x, float y, float radius, std::optional<Colour> colour = std::nullopt);
+  void PaintPicture(const Picture& pic, float x1, float y1, std::optional<float> width1 = std::nullopt,
+                    std::optional<float> height1 = std::nullopt, std::optional<float> x2 = std::nullopt,
+                    std::optional<float> y2 = std::nullopt, std::optional<float> width2 = std::nullopt,
+                    std::optional<float> height2 = std::nullopt, std::optional<Int32> opcode = std::nullopt);
+  void Cls();
+  void Refresh();
+  DeviceContext hDC() { return DeviceContext{this}; }
+
+  Colour BackColor() const { return backColor_; }
+  void setBackColor(Colour c);
+
+  Colour ForeColor = kSysButtonText;
+  Colour FillColor = 0;
+  Int16 FillStyle = 1;  // 0 solid, 1 no fill
+  Int16 DrawWidth = 1;
+  Int16 DrawMode = 13;  // 13 paints the pen colour as it is
+  Int16 DrawStyle = 0;  // kept for hosts; lines are always drawn solid
+  float CurrentX = 0.0F;
+  float CurrentY = 0.0F;
+
+  // Direct access to the persistent bitmap, row by row, for loops that would
+  // otherwise call GetPixel and SetPixelV once per pixel.
+  Colour* bits() { return bitmap_.data(); }
+  const Colour* bits() const { return bitmap_.data(); }
+
+  // Called by Refresh; a view sets it to repaint itself from Image().
+  std::function<void()> onRefresh;
+  long long refreshCount() const { return refreshCount_; }
+  // Counts every change of the persistent bitmap, so a view knows when to repaint.
+  unsigned long long version() const { return version_; }
+
+ private:
+  friend Colour GetPixel(DeviceContext, Int32, Int32);
+  friend bool SetPixelV(DeviceContext, Int32, Int32, Colour);
+
+  Int32 outerPixelWidth() const { return innerW_ + 2 * border_; }
+  Int32 outerPixelHeight() const { return innerH_ + 2 * border_; }
+  void resizeInner(Int32 w, Int32 h);
+  void resetBitmap();
+  double unitsPerPixelX(Int16 mode) const;
+  double unitsPerPixelY(Int16 mode) const;
+  double toPixelX(float x) const { return x / unitsPerPixelX(scaleMode_); }
+  double toPixelY(float y) const { return y / unitsPerPixelY(scaleMode_); }
+  void plot(Int32 x, Int32 y, Colour pen);
+  void dot(Int32 x, Int32 y, Colour pen);
+  void touch() { ++version_; }
+
+  float unitsPerPixel_;
+  Int32 border_;
+  Int32 innerW_ = 1;
+  Int32 innerH_ = 1;
+  Int16 scaleMode_ = kScalePixels;
+  float userScaleW_ = 0.0F;
+  float userScaleH_ = 0.0F;
+  Colour backColor_ = kSysButtonFace;
+  Picture picture_;
+  std::vector<Colour> bitmap_;
+  long long refreshCount_ = 0;
+  unsigned long long version_ = 0;
+};
+
+}  // namespace quern
