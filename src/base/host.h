@@ -7,6 +7,9 @@
 
 namespace quern {
 
+// The usual screen: 96 dots per inch, 15 twips per pixel.
+inline constexpr Int32 kDefaultTwipsPerPixel = 15;
+
 // A progress bar as the stages see it: Min, Max and a Value held as a float.
 struct ProgressBar {
   float Min = 0.0F;
@@ -24,6 +27,9 @@ class Host {
   // Bars 0, 1, 2, 3, 5 and 6 exist; asking for another is an IndexError.
   virtual ProgressBar& PB(Int16 index) = 0;
   virtual void MsgBox(const std::string& text) = 0;
+  // The screen's twips per pixel.
+  virtual Int32 TwipsPerPixelX() const { return kDefaultTwipsPerPixel; }
+  virtual Int32 TwipsPerPixelY() const { return kDefaultTwipsPerPixel; }
 };
 
 // A host without a screen: counts the chances to run and keeps the messages.

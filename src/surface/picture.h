@@ -3,12 +3,13 @@
 #include <memory>
 #include <vector>
 
+#include "base/host.h"
 #include "base/numbers.h"
 
 namespace quern {
 
 // Screen resolution the surfaces count with: 96 dots per inch, 15 twips per pixel.
-inline constexpr Int32 kTwipsPerPixel = 15;
+inline constexpr Int32 kTwipsPerPixel = kDefaultTwipsPerPixel;
 inline constexpr double kHimetricPerPixel = 2540.0 / 96.0;  // hundredths of a millimetre
 
 // An immutable raster: pixels 0x00BBGGRR, row by row from the top left.
