@@ -106,6 +106,8 @@ class PictureBox {
   // otherwise call GetPixel and SetPixelV once per pixel.
   Colour* bits() { return bitmap_.data(); }
   const Colour* bits() const { return bitmap_.data(); }
+  // Tells views that the bitmap was changed through bits().
+  void bitsChanged() { touch(); }
 
   // Called by Refresh; a view sets it to repaint itself from Image().
   std::function<void()> onRefresh;
