@@ -1,11 +1,14 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "base/host.h"
 #include "base/numbers.h"
+#include "processing/filters.h"
+#include "processing/random_source.h"
 #include "surface/picture_box.h"
 
 namespace quern {
@@ -84,8 +87,53 @@ class ImgProc {
   Picture source(bool takeimage) const { return takeimage ? Picture1.Image() : Picture1.picture(); }
 
   // --- Rescaling ------------------------------------------------------------
+  // Stretches the persistent bitmap by the factor (both ways, or one way) and
+  // commits it. A shrink ANDs the pixels it drops into those it keeps, so dark
+  // line work survives; an enlargement repeats pixels; 1 is an exact copy.
+  void scalesign(double scalefactor);
+  void scalesignwidth(double scalefactor);
+  void scalesignheight(double scalefactor);
 
   // --- Raster processing ----------------------------------------------------
+  // Black and white at a luminance threshold; pictures beyond 1500 pixels are
+  // refused with a message and left as they are.
+  void colnorm3(Int16 threshold = 200);
+
+  // The filters work on a copy of the image (takeimage) or of the stored
+  // picture, and commit the result. Pictures beyond 1501 pixels, a filternorm
+  // of 0 and weighted sums beyond 16 bits end them with an error, the picture
+  // unchanged.
+  void filtercust3(const FilterArray& filter, Int16 filternorm = 9, Int16 filterbias = 0, bool takeimage = true,
+                   bool takeabs = false);
+  void filtercust5(const FilterArray& filter, Int16 filternorm = 25, Int16 filterbias = 0, bool takeimage = true,
+                   bool takeabs = false);
+  void filtersharpen(bool takeimage = true);
+  void filtersmooth(bool takeimage = true);
+  // Kernels written out row by row: f23 is row 2, column 3.
+  static FilterArray filtcreatecust3(Int16 f11, Int16 f12, Int16 f13, Int16 f21, Int16 f22, Int16 f23, Int16 f31,
+                                     Int16 f32, Int16 f33);
+  static FilterArray filtcreatecust5(Int16 f11, Int16 f12, Int16 f13, Int16 f14, Int16 f15, Int16 f21, Int16 f22,
+                                     Int16 f23, Int16 f24, Int16 f25, Int16 f31, Int16 f32, Int16 f33, Int16 f34,
+                                     Int16 f35, Int16 f41, Int16 f42, Int16 f43, Int16 f44, Int16 f45, Int16 f51,
+                                     Int16 f52, Int16 f53, Int16 f54, Int16 f55);
+
+  void filtermedian(Int16 filterbias = 0, bool takeimage = true, bool takeabs = false);
+  void filtermedianKC(Int16 filterbias = 0, bool takeimage = true, bool takeabs = false);
+  void filterdiffuse(Int16 rndinto = 4, Int16 rndminus = 2, bool takeimage = true);
+  void filteremboss(Int16 filterbias = 128, bool takeimage = true);
+  void filterpixelize(Int16 rndplus = 4, Int16 rndminus = 2, Int16 intoradius = 3, Int16 minradius = 2,
+                      bool takeimage = true);
+  void filtersolarize(Int16 ll = 128, Int16 ul = 255, bool takeimage = true);
+
+  // The random filters draw from this source. Each control has its own; a
+  // host that wants one sequence for all its controls hands them the same.
+  RandomSource& randomSource() { return *random_; }
+  void setRandomSource(std::shared_ptr<RandomSource> source);
+
+ private:
+  std::shared_ptr<RandomSource> random_ = std::make_shared<RandomSource>();
+
+ public:
 
   // --- Pixel access and drawing ---------------------------------------------
 

@@ -1,0 +1,91 @@
+#include "imgproc/imgproc.h"
+#include "imgproc/scratch.h"
+#include "processing/colour_normalise.h"
+#include "processing/rank_filters.h"
+
+namespace quern {
+
+namespace {
+// The frame of every filter: the source into Picture3, the kernel on it, the
+// commit. takeimage False starts from the stored picture alone.
+template <typename Kernel>
+void runFilter(ImgProc& c, bool takeimage, Kernel kernel) {
+  ScratchGuard guard(c);
+  if (takeimage) {
+    c.Picture3.setPicture(c.Picture1.Image());
+  } else {
+    c.Picture3.setPicture(c.Picture1.picture());
+    c.Picture3.Cls();
+  }
+  kernel(c.Picture3);
+  c.commit(c.Picture3);
+}
+}  // namespace
+
+void ImgProc::colnorm3(Int16 threshold) {
+  ScratchGuard guard(*this);
+  Picture3.setPicture(Picture1.picture());
+  makeblackwhite(Picture3, threshold, host());
+  commit(Picture3);
+}
+
+void ImgProc::filtercust3(const FilterArray& filter, Int16 filternorm, Int16 filterbias, bool takeimage, bool takeabs) {
+  runFilter(*this, takeimage, [&](PictureBox& box) { runcust3(box, filter, filternorm, filterbias, takeabs, host()); });
+}
+
+void ImgProc::filtercust5(const FilterArray& filter, Int16 filternorm, Int16 filterbias, bool takeimage, bool takeabs) {
+  runFilter(*this, takeimage, [&](PictureBox& box) { runcust5(box, filter, filternorm, filterbias, takeabs, host()); });
+}
+
+void ImgProc::filtersharpen(bool takeimage) {
+  runFilter(*this, takeimage, [&](PictureBox& box) { runsharpen(box, host()); });
+}
+
+void ImgProc::filtersmooth(bool takeimage) {
+  runFilter(*this, takeimage, [&](PictureBox& box) { runsmooth(box, host()); });
+}
+
+FilterArray ImgProc::filtcreatecust3(Int16 f11, Int16 f12, Int16 f13, Int16 f21, Int16 f22, Int16 f23, Int16 f31,
+                                     Int16 f32, Int16 f33) {
+  return FilterArray(3, {f11, f12, f13, f21, f22, f23, f31, f32, f33});
+}
+
+FilterArray ImgProc::filtcreatecust5(Int16 f11, Int16 f12, Int16 f13, Int16 f14, Int16 f15, Int16 f21, Int16 f22,
+                                     Int16 f23, Int16 f24, Int16 f25, Int16 f31, Int16 f32, Int16 f33, Int16 f34,
+                                     Int16 f35, Int16 f41, Int16 f42, Int16 f43, Int16 f44, Int16 f45, Int16 f51,
+                                     Int16 f52, Int16 f53, Int16 f54, Int16 f55) {
+  return FilterArray(5, {f11, f12, f13, f14, f15, f21, f22, f23, f24, f25, f31, f32, f33,
+                         f34, f35, f41, f42, f43, f44, f45, f51, f52, f53, f54, f55});
+}
+
+void ImgProc::filtermedian(Int16 filterbias, bool takeimage, bool takeabs) {
+  runFilter(*this, takeimage, [&](PictureBox& box) { runmedian(box, filterbias, takeabs, host()); });
+}
+
+void ImgProc::filtermedianKC(Int16 filterbias, bool takeimage, bool takeabs) {
+  runFilter(*this, takeimage, [&](PictureBox& box) { runmedianKC(box, filterbias, takeabs, host()); });
+}
+
+void ImgProc::filterdiffuse(Int16 rndinto, Int16 rndminus, bool takeimage) {
+  runFilter(*this, takeimage, [&](PictureBox& box) { rundiffuse(box, rndinto, rndminus, randomSource(), host()); });
+}
+
+void ImgProc::filteremboss(Int16 filterbias, bool takeimage) {
+  runFilter(*this, takeimage, [&](PictureBox& box) { runemboss(box, filterbias, host()); });
+}
+
+void ImgProc::filterpixelize(Int16 rndplus, Int16 rndminus, Int16 intoradius, Int16 minradius, bool takeimage) {
+  runFilter(*this, takeimage, [&](PictureBox& box) {
+    runpixelize(box, rndplus, rndminus, intoradius, minradius, randomSource(), host());
+  });
+}
+
+void ImgProc::filtersolarize(Int16 ll, Int16 ul, bool takeimage) {
+  runFilter(*this, takeimage, [&](PictureBox& box) { runsolarize(box, ll, ul, host()); });
+}
+
+void ImgProc::setRandomSource(std::shared_ptr<RandomSource> source) {
+  if (source) random_ = std::move(source);
+}
+
+}  // namespace quern

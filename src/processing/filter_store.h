@@ -1,0 +1,103 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "base/host.h"
+#include "base/numbers.h"
+#include "surface/picture_box.h"
+
+namespace quern {
+
+// The filters take pictures up to this many pixels across and down.
+inline constexpr Int32 kFilterLimit = 1501;
+
+// The colours of one picture, read once so that a kernel never goes back to
+// the drawing surface. A record keeps red, green and blue in 16-bit lanes of
+// one 64-bit word, so a window sum is a plain add without carries between
+// channels (nine or twenty-five bytes never reach 2^16).
+class FilterPixels {
+ public:
+  using Record = std::uint64_t;
+
+  FilterPixels(Int16 width, Int16 height);
+
+  Int16 width() const { return width_; }
+  Int16 height() const { return height_; }
+
+  // Record (y, x) of the picture; both inside it.
+  Record at(Int32 y, Int32 x) const { return records_[static_cast<std::size_t>(y) * width_ + x]; }
+  Record* row(Int32 y) { return records_.data() + static_cast<std::size_t>(y) * width_; }
+  const Record* row(Int32 y) const { return records_.data() + static_cast<std::size_t>(y) * width_; }
+
+  // Record (y, x) anywhere in the 1501 by 1501 frame: beyond the picture it
+  // is black, outside the frame an IndexError.
+  Record atChecked(Int32 y, Int32 x) const;
+
+  static Record pack(Colour c) {
+    const auto u = static_cast<std::uint64_t>(static_cast<std::uint32_t>(c));
+    return (u & 0xFF) | ((u & 0xFF00) << 8) | ((u & 0xFF0000) << 16);
+  }
+  static Int16 red(Record r) { return static_cast<Int16>(r & 0xFFFF); }
+  static Int16 green(Record r) { return static_cast<Int16>((r >> 16) & 0xFFFF); }
+  static Int16 blue(Record r) { return static_cast<Int16>((r >> 32) & 0xFFFF); }
+  static Int16 channel(Record r, int k) { return static_cast<Int16>((r >> (16 * k)) & 0xFFFF); }
+  static Colour colour(Record r) { return rgb(red(r), green(r), blue(r)); }
+
+ private:
+  Int16 width_;
+  Int16 height_;
+  std::vector<Record> records_;
+};
+
+// Reads the drawing area of `picture` (its ScaleWidth by ScaleHeight, rounded)
+// through device pixels, giving the interface a chance to run after each row.
+// A picture beyond 1501 pixels is refused with a LimitError.
+FilterPixels loadfilterpixels(PictureBox& picture, Host& host);
+
+// Device-pixel writes straight into a box's bitmap: what SetPixelV does,
+// without a call per pixel. Positions outside the bitmap are ignored.
+class Canvas {
+ public:
+  explicit Canvas(PictureBox& box) : box_(box), bits_(box.bits()), w_(box.pixelWidth()), h_(box.pixelHeight()) {}
+  ~Canvas() { box_.bitsChanged(); }
+  Canvas(const Canvas&) = delete;
+  Canvas& operator=(const Canvas&) = delete;
+
+  Int32 width() const { return w_; }
+  Int32 height() const { return h_; }
+  void set(Int32 x, Int32 y, Colour c) {
+    if (x >= 0 && y >= 0 && x < w_ && y < h_) bits_[static_cast<std::size_t>(y) * w_ + x] = c & 0xFFFFFF;
+  }
+  // Row y of the bitmap, or null when y is outside it.
+  Colour* row(Int32 y) { return y >= 0 && y < h_ ? bits_ + static_cast<std::size_t>(y) * w_ : nullptr; }
+
+ private:
+  PictureBox& box_;
+  Colour* bits_;
+  Int32 w_;
+  Int32 h_;
+};
+
+// The common scan of a kernel: row by row, x fastest, keeping `margin` pixels
+// from each edge; `colourAt(y, x)` gives the colour painted at (x, y). The
+// interface gets a chance to run after each row.
+template <typename ColourAt>
+void paintInner(const FilterPixels& store, Int32 margin, PictureBox& picture, Host& host, ColourAt colourAt) {
+  Canvas canvas(picture);
+  for (Int32 y = margin; y < store.height() - margin; ++y) {
+    for (Int32 x = margin; x < store.width() - margin; ++x) canvas.set(x, y, colourAt(y, x));
+    host.DoEvents();
+  }
+}
+
+// A channel value made a byte of a colour: above 255 counts as 255.
+inline Int32 capByte(Int32 v) {
+  return v > 255 ? 255 : v;
+}
+// A channel value kept to 0..255.
+inline Int32 clampByte(Int32 v) {
+  return v < 0 ? 0 : capByte(v);
+}
+
+}  // namespace quern

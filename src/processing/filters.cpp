@@ -1,0 +1,117 @@
+#include "processing/filters.h"
+
+#include <array>
+#include <cmath>
+#include <string>
+
+#include "base/errors.h"
+#include "processing/filter_store.h"
+
+namespace quern {
+
+FilterArray::FilterArray(Int16 size, std::initializer_list<Int16> rowByRow) : size_(size), weights_(rowByRow) {
+  if (size < 1 || weights_.size() != static_cast<std::size_t>(size) * static_cast<std::size_t>(size)) {
+    throw IndexError("A filter array of size " + std::to_string(size) + " needs " + std::to_string(size * size) +
+                     " weights, not " + std::to_string(weights_.size()));
+  }
+}
+
+namespace {
+
+using Record = FilterPixels::Record;
+
+void runcust(PictureBox& picture, const FilterArray& filter, Int16 filternorm, Int16 filterbias, bool takeabs,
+             Int16 radius, Host& host) {
+  const Int32 side = 2 * radius + 1;
+  if (filter.size() < side) {
+    throw IndexError("Subscript out of range: the filter array reaches index " + std::to_string(filter.size() - 1) +
+                     ", the kernel needs 0 to " + std::to_string(side - 1));
+  }
+  const FilterPixels store = loadfilterpixels(picture, host);
+  const Int32 w = store.width();
+  const Int32 h = store.height();
+  if (filternorm == 0 && w > 2 * radius && h > 2 * radius) {
+    throw QuernError("Division by zero: a filter norm of 0 cannot scale the weighted sum");
+  }
+  paintInner(store, radius, picture, host, [&](Int32 y, Int32 x) {
+    std::array<Int32, 3> sum{0, 0, 0};
+    for (Int32 i = -radius; i <= radius; ++i) {
+      for (Int32 j = -radius; j <= radius; ++j) {
+        const Int32 weight = filter(i + radius, j + radius);
+        const Record r = store.at(y + i, x + j);
+        for (int k = 0; k < 3; ++k) {
+          // Products of a byte and a 16-bit weight are exact in a 32-bit float.
+          sum[k] = checkedRange<Int16>(sum[k] + FilterPixels::channel(r, k) * weight, "filter sum");
+        }
+      }
+    }
+    std::array<Int32, 3> out{};
+    for (int k = 0; k < 3; ++k) {
+      const double v = static_cast<double>(sum[k]) / filternorm + filterbias;
+      out[k] = takeabs ? capByte(roundToInt16(std::abs(v))) : clampByte(roundToInt16(v));
+    }
+    return rgb(out[0], out[1], out[2]);
+  });
+}
+
+}  // namespace
+
+void runcust3(PictureBox& picture, const FilterArray& filter, Int16 filternorm, Int16 filterbias, bool takeabs,
+              Host& host) {
+  runcust(picture, filter, filternorm, filterbias, takeabs, 1, host);
+}
+
+void runcust5(PictureBox& picture, const FilterArray& filter, Int16 filternorm, Int16 filterbias, bool takeabs,
+              Host& host) {
+  runcust(picture, filter, filternorm, filterbias, takeabs, 2, host);
+}
+
+void runsharpen(PictureBox& picture, Host& host) {
+  const FilterPixels store = loadfilterpixels(picture, host);
+  paintInner(store, 1, picture, host, [&](Int32 y, Int32 x) {
+    const Record c = store.at(y, x);
+    const Record d = store.at(y - 1, x - 1);
+    std::array<Int32, 3> out{};
+    for (int k = 0; k < 3; ++k) {
+      const Int32 ck = FilterPixels::channel(c, k);
+      out[k] = clampByte(roundToInt16(0.5 * (ck - FilterPixels::channel(d, k)) + ck));
+    }
+    return rgb(out[0], out[1], out[2]);
+  });
+}
+
+void runsmooth(PictureBox& picture, Host& host) {
+  const FilterPixels store = loadfilterpixels(picture, host);
+  const Int32 w = store.width();
+  const Int32 h = store.height();
+  if (h < 10) return;
+  ProgressBar& bar = host.PB(1);
+  bar.Value = 0.0F;
+  bar.Max = static_cast<float>(h - 1);
+
+  // Nine bytes sum to at most 2295; the mean of each possible sum, rounded once.
+  std::array<std::uint8_t, 9 * 255 + 1> mean{};
+  for (Int32 s = 0; s < static_cast<Int32>(mean.size()); ++s)
+    mean[s] = static_cast<std::uint8_t>(roundToInt16(s / 9.0));
+
+  // Column sums of three rows, all channels in one add; then three of them across.
+  std::vector<Record> column(static_cast<std::size_t>(w));
+  Canvas canvas(picture);
+  for (Int32 y = 1; y < h - 1; ++y) {
+    const Record* above = store.row(y - 1);
+    const Record* here = store.row(y);
+    const Record* below = store.row(y + 1);
+    for (Int32 x = 0; x < w; ++x) column[x] = above[x] + here[x] + below[x];
+    Colour* out = canvas.row(y);
+    const Int32 paintable = out ? std::min(w - 1, canvas.width()) : 0;
+    for (Int32 x = 1; x < paintable; ++x) {
+      const Record s = column[x - 1] + column[x] + column[x + 1];
+      out[x] = rgb(mean[FilterPixels::red(s)], mean[FilterPixels::green(s)], mean[FilterPixels::blue(s)]);
+    }
+    bar.Value = static_cast<float>(y);
+    host.DoEvents();
+  }
+  bar.Value = 0.0F;
+}
+
+}  // namespace quern

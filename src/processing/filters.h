@@ -1,0 +1,47 @@
+#pragma once
+
+#include <initializer_list>
+#include <vector>
+
+#include "base/host.h"
+#include "base/numbers.h"
+#include "surface/picture_box.h"
+
+namespace quern {
+
+// A square kernel of 16-bit weights, indices (row, column) from 0 to size - 1.
+// Row 0 lies on the picture row above the pixel, column 0 on the column to
+// its left; the kernel is not flipped.
+class FilterArray {
+ public:
+  FilterArray(Int16 size, std::initializer_list<Int16> rowByRow);
+
+  Int16 size() const { return size_; }
+  Int16 operator()(Int32 row, Int32 col) const { return weights_[static_cast<std::size_t>(row) * size_ + col]; }
+
+ private:
+  Int16 size_;
+  std::vector<Int16> weights_;
+};
+
+// The kernels paint `picture` from a copy of its colours, so no result of a
+// run feeds into the same run; the outer band of the kernel's radius keeps its
+// colours. They let the interface run after each row of loading and of work.
+
+// Weighted sum over the 3 by 3 (runcust3) or 5 by 5 (runcust5) window,
+// divided by `filternorm`, plus `filterbias`. Every partial sum must stay in
+// 16 bits (an OverflowError otherwise); a `filternorm` of 0 is refused with a
+// QuernError before anything is painted, as is a kernel smaller than the window.
+void runcust3(PictureBox& picture, const FilterArray& filter, Int16 filternorm, Int16 filterbias, bool takeabs,
+              Host& host);
+void runcust5(PictureBox& picture, const FilterArray& filter, Int16 filternorm, Int16 filterbias, bool takeabs,
+              Host& host);
+
+// Each channel pushed away from its upper-left neighbour: 0.5 (c - d) + c.
+void runsharpen(PictureBox& picture, Host& host);
+
+// The mean of the 3 by 3 window. Pictures under 10 pixels high are left as
+// they are; otherwise PB(1) follows the rows.
+void runsmooth(PictureBox& picture, Host& host);
+
+}  // namespace quern
