@@ -78,6 +78,11 @@ void PictureBox::resizeInner(Int32 w, Int32 h) {
 }
 
 void PictureBox::resetBitmap() {
+  if (picture_ && picture_->pixelWidth() == innerW_ && picture_->pixelHeight() == innerH_) {
+    bitmap_ = picture_->pixels();  // covers the whole box: no background to lay first
+    touch();
+    return;
+  }
   bitmap_.assign(static_cast<std::size_t>(innerW_) * innerH_, resolveColour(backColor_));
   if (picture_) {
     const Int32 w = std::min(innerW_, picture_->pixelWidth());
@@ -160,7 +165,18 @@ void PictureBox::setPicture(Picture p) {
   resetBitmap();
 }
 
-Picture PictureBox::Image() const { return makePicture(innerW_, innerH_, bitmap_); }
+Picture PictureBox::Image() const {
+  return makePicture(innerW_, innerH_, bitmap_);
+}
+
+Picture PictureBox::takeImage() {
+  Picture out = makePicture(innerW_, innerH_, std::move(bitmap_));
+  picture_.reset();
+  innerW_ = 1;
+  innerH_ = 1;
+  resetBitmap();
+  return out;
+}
 
 Colour PictureBox::Point(float x, float y) const {
   const double px = roundHalfEven(toPixelX(x));
@@ -321,8 +337,7 @@ std::vector<Span> spans(Int32 destLength, double srcStart, double srcLength) {
 
 void PictureBox::PaintPicture(const Picture& pic, float x1, float y1, std::optional<float> width1,
                               std::optional<float> height1, std::optional<float> x2, std::optional<float> y2,
-                              std::optional<float> width2, std::optional<float> height2,
-                              std::optional<Int32> opcode) {
+                              std::optional<float> width2, std::optional<float> height2, std::optional<Int32> opcode) {
   if (!pic) throw SurfaceError("Invalid picture");
   const Int32 op = opcode.value_or(kOpcodeCopy);
   combine(0, 0, op);  // refuse an unknown operation before anything is drawn
@@ -350,6 +365,24 @@ void PictureBox::PaintPicture(const Picture& pic, float x1, float y1, std::optio
   const Int32 ph = pic->pixelHeight();
   const Colour* src = pic->pixels().data();
 
+  // Destination columns inside the box that draw on some source column: the
+  // spans only grow left to right, so these form one run [iFrom, iTo).
+  Int32 iFrom = std::max(0, -dx0);
+  Int32 iTo = std::min(dw, innerW_ - dx0);
+  while (iFrom < iTo && std::min(xs[static_cast<std::size_t>(iFrom)].to, pw) <= 0) ++iFrom;
+  while (iTo > iFrom && xs[static_cast<std::size_t>(iTo - 1)].from >= pw) --iTo;
+  if (iFrom >= iTo) return;
+  const Int32 uFrom = std::max(xs[static_cast<std::size_t>(iFrom)].from, 0);
+  const Int32 uTo = std::min(xs[static_cast<std::size_t>(iTo - 1)].to, pw);
+
+  // One destination row at a time: the source rows of its block ANDed into
+  // `acc`, then each destination pixel the AND of its columns of `acc`. A
+  // shrink thus ANDs the pixels it drops into the one it keeps, so dark line
+  // work on a light ground survives it. Rows of an enlargement that repeat a
+  // source block reuse `line`.
+  std::vector<Colour> acc(static_cast<std::size_t>(std::max(pw, 1)));
+  std::vector<Colour> line(static_cast<std::size_t>(std::max(dw, 1)));
+  Span lineRows{-1, -1};
   for (Int32 j = 0; j < dh; ++j) {
     const Int32 ty = dy0 + j;
     if (ty < 0 || ty >= innerH_) continue;
@@ -357,22 +390,27 @@ void PictureBox::PaintPicture(const Picture& pic, float x1, float y1, std::optio
     const Int32 syFrom = std::max(sy.from, 0);
     const Int32 syTo = std::min(sy.to, ph);
     if (syFrom >= syTo) continue;
-    Colour* row = bitmap_.data() + static_cast<std::size_t>(ty) * innerW_;
-    for (Int32 i = 0; i < dw; ++i) {
-      const Int32 tx = dx0 + i;
-      if (tx < 0 || tx >= innerW_) continue;
-      const Span sx = xs[static_cast<std::size_t>(i)];
-      const Int32 sxFrom = std::max(sx.from, 0);
-      const Int32 sxTo = std::min(sx.to, pw);
-      if (sxFrom >= sxTo) continue;
-      // A shrink ANDs the pixels it drops into the one it keeps, so dark line
-      // work on a light ground survives it.
-      Colour c = 0xFFFFFF;
+    if (syFrom != lineRows.from || syTo != lineRows.to) {
+      std::fill(acc.begin() + uFrom, acc.begin() + uTo, 0xFFFFFF);
       for (Int32 v = syFrom; v < syTo; ++v) {
         const Colour* s = src + static_cast<std::size_t>(v) * pw;
-        for (Int32 u = sxFrom; u < sxTo; ++u) c &= s[u];
+        for (Int32 u = uFrom; u < uTo; ++u) acc[u] &= s[u];
       }
-      row[tx] = combine(row[tx], c, op) & 0xFFFFFF;
+      for (Int32 i = iFrom; i < iTo; ++i) {
+        const Span sx = xs[static_cast<std::size_t>(i)];
+        const Int32 sxFrom = std::max(sx.from, 0);
+        const Int32 sxTo = std::min(sx.to, pw);
+        Colour c = 0xFFFFFF;
+        for (Int32 u = sxFrom; u < sxTo; ++u) c &= acc[u];
+        line[i] = c;
+      }
+      lineRows = {syFrom, syTo};
+    }
+    Colour* row = bitmap_.data() + static_cast<std::size_t>(ty) * innerW_;
+    if (op == kOpcodeCopy) {
+      std::copy(line.begin() + iFrom, line.begin() + iTo, row + (dx0 + iFrom));
+    } else {
+      for (Int32 i = iFrom; i < iTo; ++i) row[dx0 + i] = combine(row[dx0 + i], line[i], op) & 0xFFFFFF;
     }
   }
   touch();

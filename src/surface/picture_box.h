@@ -74,6 +74,9 @@ class PictureBox {
   void setPicture(Picture p);
   // The persistent bitmap as a picture; it stays as it is whatever happens to the box later.
   Picture Image() const;
+  // The persistent bitmap as a picture without a copy; the box is left empty
+  // (no picture, 1 by 1 pixel). For scratch boxes that are emptied right after.
+  Picture takeImage();
 
   bool AutoRedraw = true;
   bool AutoSize = false;
