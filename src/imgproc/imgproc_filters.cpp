@@ -18,7 +18,7 @@ void runFilter(ImgProc& c, bool takeimage, Kernel kernel) {
     c.Picture3.Cls();
   }
   kernel(c.Picture3);
-  c.commit(c.Picture3);
+  c.setPicture(c.Picture3.takeImage());
 }
 }  // namespace
 
@@ -26,7 +26,7 @@ void ImgProc::colnorm3(Int16 threshold) {
   ScratchGuard guard(*this);
   Picture3.setPicture(Picture1.picture());
   makeblackwhite(Picture3, threshold, host());
-  commit(Picture3);
+  setPicture(Picture3.takeImage());
 }
 
 void ImgProc::filtercust3(const FilterArray& filter, Int16 filternorm, Int16 filterbias, bool takeimage, bool takeabs) {

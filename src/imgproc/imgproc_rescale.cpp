@@ -15,7 +15,7 @@ void stretch(ImgProc& c, double factorX, double factorY) {
   c.Picture4.setWidth(toFloat32(w * factorX));
   c.Picture4.setHeight(toFloat32(h * factorY));
   c.Picture4.PaintPicture(c.Picture3.picture(), 0.0F, 0.0F, c.Picture4.Width(), c.Picture4.Height());
-  c.commit(c.Picture4);
+  c.setPicture(c.Picture4.takeImage());
   c.HScroll1.Value = 0;
   c.VScroll1.Value = 0;
 }
