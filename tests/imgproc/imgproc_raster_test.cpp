@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "imgproc/imgproc.h"
+#include "processing/rank_filters.h"
 
 namespace quern {
 namespace {
@@ -184,6 +185,56 @@ TEST(Colnorm3, WorksOnTheStoredPictureAndRefusesLargeOnesWithAMessage) {
   EXPECT_EQ(ipc.picture()->pixels(), big->pixels());
   ASSERT_EQ(host.messages.size(), 1U);
   EXPECT_EQ(host.messages[0], "Image too large to process. Please try loading a smaller image.");
+}
+
+TEST(Filters, MembersPassTheirDefaultsToTheirKernels) {
+  const Picture src = [] {
+    std::vector<Colour> px(16 * 14);
+    for (std::size_t i = 0; i < px.size(); ++i) px[i] = static_cast<Colour>((i * 2654435761U) & 0xFFFFFF);
+    return makePicture(16, 14, px);
+  }();
+  const FilterArray edge = ImgProc::filtcreatecust3(-1, -1, -1, -1, 8, -1, -1, -1, -1);
+  const FilterArray blur5 =
+      ImgProc::filtcreatecust5(1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1);
+  struct Case {
+    const char* name;
+    std::function<void(ImgProc&)> member;
+    std::function<void(PictureBox&, Host&, RandomSource&)> kernel;
+  };
+  const Case cases[] = {
+      {"cust3", [&](ImgProc& c) { c.filtercust3(edge); },
+       [&](PictureBox& b, Host& h, RandomSource&) { runcust3(b, edge, 9, 0, false, h); }},
+      {"cust5", [&](ImgProc& c) { c.filtercust5(blur5); },
+       [&](PictureBox& b, Host& h, RandomSource&) { runcust5(b, blur5, 25, 0, false, h); }},
+      {"sharpen", [](ImgProc& c) { c.filtersharpen(); },
+       [](PictureBox& b, Host& h, RandomSource&) { runsharpen(b, h); }},
+      {"median", [](ImgProc& c) { c.filtermedian(); },
+       [](PictureBox& b, Host& h, RandomSource&) { runmedian(b, 0, false, h); }},
+      {"medianKC", [](ImgProc& c) { c.filtermedianKC(); },
+       [](PictureBox& b, Host& h, RandomSource&) { runmedianKC(b, 0, false, h); }},
+      {"diffuse", [](ImgProc& c) { c.filterdiffuse(); },
+       [](PictureBox& b, Host& h, RandomSource& r) { rundiffuse(b, 4, 2, r, h); }},
+      {"emboss", [](ImgProc& c) { c.filteremboss(); },
+       [](PictureBox& b, Host& h, RandomSource&) { runemboss(b, 128, h); }},
+      {"pixelize", [](ImgProc& c) { c.filterpixelize(); },
+       [](PictureBox& b, Host& h, RandomSource& r) { runpixelize(b, 4, 2, 3, 2, r, h); }},
+      {"solarize", [](ImgProc& c) { c.filtersolarize(); },
+       [](PictureBox& b, Host& h, RandomSource&) { runsolarize(b, 128, 255, h); }},
+  };
+  for (const Case& c : cases) {
+    ImgProc ipc;
+    ipc.setPicture(src);
+    c.member(ipc);
+    PictureBox direct;
+    direct.AutoSize = true;
+    direct.setPicture(src);
+    QuietHost host;
+    RandomSource fresh;
+    c.kernel(direct, host, fresh);
+    EXPECT_EQ(ipc.picture()->pixels(), direct.Image()->pixels()) << c.name;
+    EXPECT_NE(ipc.picture()->pixels(), src->pixels()) << c.name;
+    EXPECT_TRUE(scratchIsEmpty(ipc)) << c.name;
+  }
 }
 
 }  // namespace

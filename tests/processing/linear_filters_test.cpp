@@ -121,5 +121,109 @@ TEST(Smooth, NarrowPictureRunsTheBarThroughEveryRowAndPaintsNothing) {
   for (Int32 y = 1; y <= 98; ++y) EXPECT_EQ(host.seen[99 + y], static_cast<float>(y));
 }
 
+TEST(Smooth, MatchesTheMeanOfEachWindowOnNoise) {
+  QuietHost host;
+  const Picture src = testing::noisePicture(23, 17, 11);
+  PictureBox box = boxWith(src);
+  runsmooth(box, host);
+  for (Int32 y = 1; y < 16; ++y) {
+    for (Int32 x = 1; x < 22; ++x) {
+      Int32 sum[3] = {0, 0, 0};
+      for (Int32 i = -1; i <= 1; ++i) {
+        for (Int32 j = -1; j <= 1; ++j) {
+          const Colour c = src->pixel(x + j, y + i);
+          sum[0] += redOf(c);
+          sum[1] += greenOf(c);
+          sum[2] += blueOf(c);
+        }
+      }
+      const Colour want = rgb(roundToInt32(sum[0] / 9.0), roundToInt32(sum[1] / 9.0), roundToInt32(sum[2] / 9.0));
+      ASSERT_EQ(at(box, x, y), want) << x << "," << y;
+    }
+  }
+}
+
+TEST(Sharpen, ComparesWithTheUpperLeftNeighbourOnlyAndRoundsTiesToEven) {
+  struct Case {
+    Int32 c, d, out;
+  };
+  for (const Case k : {Case{11, 10, 12}, {10, 9, 10}, {100, 100, 100}, {250, 100, 255}, {20, 100, 0}}) {
+    // Upper-left neighbour d, the pixel c, everything else something else again.
+    std::vector<Colour> px(9, grey(77));
+    px[0] = grey(k.d);
+    px[4] = grey(k.c);
+    QuietHost host;
+    PictureBox box = boxWith(makePicture(3, 3, px));
+    runsharpen(box, host);
+    EXPECT_EQ(at(box, 1, 1), grey(k.out)) << k.c << " after " << k.d;
+  }
+}
+
+TEST(Cust3, KernelIsLaidOnAsWrittenWithoutFlipping) {
+  // Weight only at row 0, column 2: the pixel above and to the right.
+  const FilterArray upRight(3, {0, 0, 1, 0, 0, 0, 0, 0, 0});
+  QuietHost host;
+  const Picture src = testing::noisePicture(6, 5);
+  PictureBox box = boxWith(src);
+  runcust3(box, upRight, 1, 0, false, host);
+  for (Int32 y = 1; y < 4; ++y) {
+    for (Int32 x = 1; x < 5; ++x) EXPECT_EQ(at(box, x, y), src->pixel(x + 1, y - 1)) << x << "," << y;
+  }
+}
+
+TEST(Cust3, EdgeKernelWithAbsBiasOrCut) {
+  // A vertical edge: black left half, grey 100 right half.
+  std::vector<Colour> px(8 * 5);
+  for (Int32 i = 0; i < 40; ++i) px[i] = i % 8 < 4 ? kBlack : grey(100);
+  const Picture edge = makePicture(8, 5, px);
+  const FilterArray leftMinusRight(3, {1, 0, -1, 1, 0, -1, 1, 0, -1});
+  struct Case {
+    Int16 norm, bias;
+    bool takeabs;
+    Int32 atDarkSide, atLightSide, onFlat;
+  };
+  // Column 3 sees 0 - 100 three times (-300), column 4 sees 0 - 100 too; flat areas 0.
+  const Case cases[] = {
+      {3, 0, true, 100, 100, 0},     // edges light on black
+      {3, 0, false, 0, 0, 0},        // the negative half cut to 0
+      {1, 128, false, 0, 0, 128},    // grey 128 on flat areas
+      {6, 128, false, 78, 78, 128},  // -50 + 128
+  };
+  for (const Case& c : cases) {
+    QuietHost host;
+    PictureBox box = boxWith(edge);
+    runcust3(box, leftMinusRight, c.norm, c.bias, c.takeabs, host);
+    EXPECT_EQ(at(box, 3, 2), grey(c.atDarkSide)) << c.norm << " " << c.bias << " " << c.takeabs;
+    EXPECT_EQ(at(box, 4, 2), grey(c.atLightSide)) << c.norm << " " << c.bias << " " << c.takeabs;
+    EXPECT_EQ(at(box, 1, 2), grey(c.onFlat)) << c.norm << " " << c.bias << " " << c.takeabs;
+    EXPECT_EQ(at(box, 6, 2), grey(c.onFlat)) << c.norm << " " << c.bias << " " << c.takeabs;
+  }
+}
+
+TEST(Cust3, SumsAreCheckedAfterEveryTermNotOnlyAtTheEnd) {
+  QuietHost host;
+  // 255 * 200 leaves 16 bits at the first term, though the kernel sums to 0.
+  const FilterArray swing(3, {200, -200, 0, 0, 0, 0, 0, 0, 0});
+  PictureBox box = boxWith(makeFilledPicture(3, 3, kWhite));
+  EXPECT_THROW(runcust3(box, swing, 1, 0, false, host), OverflowError);
+  // 128 * 255 = 32640 stays inside; one more unit does not.
+  const FilterArray justFits(3, {128, 0, 0, 0, 0, 0, 0, 0, 0});
+  EXPECT_NO_THROW(runcust3(box, justFits, 1, 0, false, host));
+  const FilterArray justOver(3, {128, 1, 0, 0, 0, 0, 0, 0, 0});
+  EXPECT_THROW(runcust3(box, justOver, 1, 0, false, host), OverflowError);
+}
+
+TEST(Cust, RefusesWhatTheFrameCannotHandle) {
+  QuietHost host;
+  PictureBox box = boxWith(makeFilledPicture(6, 6, kWhite));
+  EXPECT_THROW(runcust5(box, kOnes3, 25, 0, false, host), IndexError);  // a 3 by 3 array for a 5 by 5 kernel
+  EXPECT_THROW(runcust3(box, kOnes3, 0, 0, false, host), QuernError);
+  // No pixel in range: nothing is divided, nothing refused.
+  PictureBox tiny = boxWith(makeFilledPicture(2, 9, kWhite));
+  EXPECT_NO_THROW(runcust3(tiny, kOnes3, 0, 0, false, host));
+  PictureBox big = boxWith(makeFilledPicture(1502, 3, kWhite));
+  EXPECT_THROW(runsmooth(big, host), LimitError);
+}
+
 }  // namespace
 }  // namespace quern
