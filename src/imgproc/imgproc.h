@@ -63,14 +63,14 @@ class ImgProc {
   Int32 picheight() const;
   void setpicheight(Int32 h);
   Colour picbackcolor() const { return Picture1.BackColor(); }
-  void setpicbackcolor(Colour c) { Picture1.setBackColor(c); }
+  void setpicbackcolor(Colour c);
   Colour BackColor() const { return Picture2.BackColor(); }
-  void setBackColor(Colour c) { Picture2.setBackColor(c); }
+  void setBackColor(Colour c);
   const Picture& picture() const { return Picture1.picture(); }
   void setPicture(Picture p);
   Picture image() const { return Picture1.Image(); }
   bool enableshape() const { return Shape1.Visible; }
-  void setenableshape(bool v) { Shape1.Visible = v; }
+  void setenableshape(bool v) { put(Shape1.Visible, v, "enableshape"); }
   Int16 shapemaxwidth = 0;
   Int16 shapemaxheight = 0;
   bool Enabled = true;

@@ -75,7 +75,12 @@ TEST(FaceShell, WritesTellTheHostUnderTheStoredNamesAndSetwhDoesNot) {
   c.setFontName("Courier");
   c.setScaleMode(3);
   c.setshapemaxwidth(100);
-  EXPECT_EQ(heard, (std::vector<std::string>{"DrawWidth", "FontName", "ScaleMode", "shapemaxwidth"}));
+  c.setpicwidth(7);
+  c.setpicbackcolor(kWhite);
+  c.setBackColor(kWhite);
+  c.setenableshape(true);
+  EXPECT_EQ(heard, (std::vector<std::string>{"DrawWidth", "FontName", "ScaleMode", "shapemaxwidth", "picwidth",
+                                             "picbackcolor", "BackColor", "enableshape"}));
 }
 
 TEST(FaceShell, EventsArePassedOnAndTheHostsChangesComeBack) {
