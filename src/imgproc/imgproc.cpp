@@ -14,8 +14,22 @@ ImgProc::ImgProc(Host* host) : host_(host ? host : &quiet_) {
 
 Int32 ImgProc::picwidth() const { return roundToInt32(Picture1.Width()); }
 Int32 ImgProc::picheight() const { return roundToInt32(Picture1.Height()); }
-void ImgProc::setpicwidth(Int32 w) { Picture1.setWidth(static_cast<float>(w)); }
-void ImgProc::setpicheight(Int32 h) { Picture1.setHeight(static_cast<float>(h)); }
+void ImgProc::setpicwidth(Int32 w) {
+  Picture1.setWidth(static_cast<float>(w));
+  notify("picwidth");
+}
+void ImgProc::setpicheight(Int32 h) {
+  Picture1.setHeight(static_cast<float>(h));
+  notify("picheight");
+}
+void ImgProc::setpicbackcolor(Colour c) {
+  Picture1.setBackColor(c);
+  notify("picbackcolor");
+}
+void ImgProc::setBackColor(Colour c) {
+  Picture2.setBackColor(c);
+  notify("BackColor");
+}
 
 void ImgProc::setPicture(Picture p) {
   Picture1.setPicture(std::move(p));

@@ -1,14 +1,19 @@
 #pragma once
 
+#include <array>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/host.h"
 #include "base/numbers.h"
 #include "processing/filters.h"
 #include "processing/random_source.h"
+#include "imgproc/control_shell.h"
+#include "imgproc/property_bag.h"
 #include "surface/picture_box.h"
 
 namespace quern {
@@ -32,6 +37,8 @@ struct ScrollBarState {
   bool Enabled = true;
   bool Visible = true;
 };
+
+struct StoredPropertyRow;  // one row of a control's stored record
 
 // The picture control. Its one true picture is the stored picture and the
 // persistent bitmap of the inner box Picture1; Picture3 and Picture4 are
@@ -59,14 +66,14 @@ class ImgProc {
   Int32 picheight() const;
   void setpicheight(Int32 h);
   Colour picbackcolor() const { return Picture1.BackColor(); }
-  void setpicbackcolor(Colour c) { Picture1.setBackColor(c); }
+  void setpicbackcolor(Colour c);
   Colour BackColor() const { return Picture2.BackColor(); }
-  void setBackColor(Colour c) { Picture2.setBackColor(c); }
+  void setBackColor(Colour c);
   const Picture& picture() const { return Picture1.picture(); }
   void setPicture(Picture p);
   Picture image() const { return Picture1.Image(); }
   bool enableshape() const { return Shape1.Visible; }
-  void setenableshape(bool v) { Shape1.Visible = v; }
+  void setenableshape(bool v) { put(Shape1.Visible, v, "enableshape"); }
   Int16 shapemaxwidth = 0;
   Int16 shapemaxheight = 0;
   bool Enabled = true;
@@ -136,15 +143,272 @@ class ImgProc {
  public:
 
   // --- Pixel access and drawing ---------------------------------------------
+  // Point, PointI, PointS and the PSet family without FAST go through
+  // Picture1 with its scale and drawing attributes; PointFAST and PSetFAST_
+  // go straight to its bitmap in device pixels. Reads outside give -1.
+  Colour PointI(const Int16& X, const Int16& Y) const;
+  Colour PointS(const float& X, const float& Y) const;
+  Colour Point(float X, float Y) const;
+  Colour PointFAST(float X, float Y);
+  void PSetS_(const float& X, const float& Y, const Colour& Color);
+  void PSetI_(const Int16& X, const Int16& Y, const Colour& Color);
+  void PSet_(Int16 X, Int16 Y, const Colour& Color);
+  void PSetFAST_(Int16 X, Int16 Y, const Colour& Color);
+  // Flags has no effect.
+  void Line(Int16 Flags, float X1, float Y1, float X2, float Y2, Colour Color);
+  void PaintPicture(const Picture& pic, float X1, float Y1, std::optional<float> Width1 = std::nullopt,
+                    std::optional<float> Height1 = std::nullopt, std::optional<float> X2 = std::nullopt,
+                    std::optional<float> Y2 = std::nullopt, std::optional<float> Width2 = std::nullopt,
+                    std::optional<float> Height2 = std::nullopt, std::optional<Int32> Opcode = std::nullopt);
+  void Cls() { Picture1.Cls(); }
+  void Refresh() { Picture1.Refresh(); }
+  void Circle1_(float X, float Y, float radius);
+  void circleRED(float X, float Y, float radius);
+  void circleGREEN(float X, float Y, float radius);
+  void circleBLUE(float X, float Y, float radius);
+  void circleBLACK(float X, float Y, float radius);
+  // Draws the full circle, in ForeColor when Color is -1. Arcs and ellipses
+  // (other StartPos, EndPos or Aspect) are not drawn at all.
+  void Circle_(float X, float Y, float radius, Colour Color = kNoColour, float StartPos = 0.0F, float EndPos = 0.0F,
+               float Aspect = 1.0F);
 
   // --- Selection, measurements, patterns -------------------------------------
+  // Selection and crop. The results of getselpartIMAGE and copypart are
+  // copies that outlive the scratch boxes; null means no selection.
+  void selviewport();
+  bool hasSelection() const;
+  void getselpart(bool takeimage = true);
+  Picture getselpartIMAGE(bool takeimage = true);
+  // A rectangle that is empty once clamped to the picture is refused with a
+  // SurfaceError before anything changes.
+  void crop(Int16 X, Int16 Y, Int16 w, Int16 h, bool takeimage = true);
+  Picture copypart(Int16 X, Int16 Y, Int16 w, Int16 h, bool takeimage = true);
+
+  // Measurements. nofpixel and nofpixelinrange keep the colours they read in
+  // pixcache, which holds pictures of up to kPixCacheSize pixels each way;
+  // a larger picture is refused with a LimitError before anything is read.
+  static constexpr Int32 kPixCacheSize = 601;
+  bool iscolorpresent(bool takeimage = true, Int16 r = 0, Int16 g = 0, Int16 b = 0);
+  double giveslope(Int16 X1, Int16 Y1, Int16 X2, Int16 Y2) const;
+  double giveslopeangle(double slope, bool DorR = true) const;
+  float giveintensity(Int16 red, Int16 green, Int16 blue) const;
+  float giveintensityXY(Int16 X, Int16 Y);
+  Int32 nofpixel(Int16 red, Int16 green, Int16 blue, bool useold = false);
+  Int32 nofpixelinrange(Int16 lred, Int16 lgreen, Int16 lblue, Int16 ured, Int16 ugreen, Int16 ublue);
+  std::array<Int32, 11> nopixall();
+  bool pixcached() const { return pixcached_; }
+
+  // Derived patterns. Beyond their fixed stores (a canvas of kSegmentColumns
+  // columns and kSegmentEntries entries; kCheckPatternPixels black pixels)
+  // they stop with a LimitError, scratch boxes emptied.
+  static constexpr Int32 kSegmentColumns = 1001;
+  static constexpr Int32 kSegmentEntries = 1000;
+  static constexpr Int32 kCheckPatternPixels = 20001;
+  std::vector<Int16> givesegments(bool takeimage = false, double threshold1 = 0.5, double threshold2 = 0.5,
+                                  Int16 radius = 8, Int16 r = 0, Int16 g = 0, Int16 b = 0);
+  Picture givethicken(bool takeimage = true, Int16 radius = 3, Int16 margin = 20);
+  Picture givecheckpattern(bool takeimage = true, Int16 r1 = 16, Int16 r2 = 10, Int16 r3 = 6, Int16 r4 = 3,
+                           Int16 margin = 20);
 
   // --- Viewport and stored properties ----------------------------------------
+  // Lays the viewport out for a control of this size in twips.
+  void UserControl_Resize(float widthTwips, float heightTwips);
+  void resetscroll();
+  void Picture1_Resize() { resetscroll(); }
+  void HScroll1_Change();
+  void HScroll1_Scroll() { HScroll1_Change(); }
+  void VScroll1_Change();
+  void VScroll1_Scroll() { VScroll1_Change(); }
+  // Position of the image box in the viewport's client area, and of the bars
+  // in the control, in pixels.
+  float Picture1Left = 0.0F;
+  float Picture1Top = 0.0F;
+  Placement HScroll1Place;
+  Placement VScroll1Place;
+  // A view sets this to follow layout and scrolling.
+  std::function<void()> onViewportChange;
+
+  void setshapemaxwidth(Int16 v) { put(shapemaxwidth, v, "shapemaxwidth"); }
+  void setshapemaxheight(Int16 v) { put(shapemaxheight, v, "shapemaxheight"); }
+  void setEnabled(bool v) { put(Enabled, v, "Enabled"); }
+
+  // Forwarded members of the image box; each write tells the host.
+  Int16 BorderStyle() const { return extras_.BorderStyle; }
+  void setBorderStyle(Int16 v) { put(extras_.BorderStyle, v, "BorderStyle"); }
+  Int16 DrawMode() const { return Picture1.DrawMode; }
+  void setDrawMode(Int16 v) { put(Picture1.DrawMode, v, "DrawMode"); }
+  Int16 DrawStyle() const { return Picture1.DrawStyle; }
+  void setDrawStyle(Int16 v) { put(Picture1.DrawStyle, v, "DrawStyle"); }
+  Int16 DrawWidth() const { return Picture1.DrawWidth; }
+  void setDrawWidth(Int16 v) { put(Picture1.DrawWidth, v, "DrawWidth"); }
+  Int16 FillStyle() const { return Picture1.FillStyle; }
+  void setFillStyle(Int16 v) { put(Picture1.FillStyle, v, "FillStyle"); }
+  Int16 ScaleMode() const { return Picture1.ScaleMode(); }
+  void setScaleMode(Int16 v);
+  Int16 Align() const { return extras_.Align; }
+  void setAlign(Int16 v) { put(extras_.Align, v, "Align"); }
+  Int16 Appearance() const { return extras_.Appearance; }
+  void setAppearance(Int16 v) { put(extras_.Appearance, v, "Appearance"); }
+  Int16 LinkMode() const { return extras_.LinkMode; }
+  void setLinkMode(Int16 v) { put(extras_.LinkMode, v, "LinkMode"); }
+  Int16 LinkTimeout() const { return extras_.LinkTimeout; }
+  void setLinkTimeout(Int16 v) { put(extras_.LinkTimeout, v, "LinkTimeout"); }
+  Int16 MousePointer() const { return extras_.MousePointer; }
+  void setMousePointer(Int16 v) { put(extras_.MousePointer, v, "MousePointer"); }
+  Int16 OLEDragMode() const { return extras_.OLEDragMode; }
+  void setOLEDragMode(Int16 v) { put(extras_.OLEDragMode, v, "OLEDragMode"); }
+  Int16 OLEDropMode() const { return extras_.OLEDropMode; }
+  void setOLEDropMode(Int16 v) { put(extras_.OLEDropMode, v, "OLEDropMode"); }
+
+  float CurrentX() const { return Picture1.CurrentX; }
+  void setCurrentX(float v) { put(Picture1.CurrentX, v, "CurrentX"); }
+  float CurrentY() const { return Picture1.CurrentY; }
+  void setCurrentY(float v) { put(Picture1.CurrentY, v, "CurrentY"); }
+  float FontSize() const { return extras_.Font.Size; }
+  void setFontSize(float v) { put(extras_.Font.Size, v, "FontSize"); }
+  float ScaleHeight() const { return Picture1.ScaleHeight(); }
+  void setScaleHeight(float v);
+  float ScaleWidth() const { return Picture1.ScaleWidth(); }
+  void setScaleWidth(float v);
+  // Kept for hosts; coordinates on this surface always start at 0.
+  float ScaleLeft() const { return extras_.ScaleLeft; }
+  void setScaleLeft(float v) { put(extras_.ScaleLeft, v, "ScaleLeft"); }
+
+  Colour ForeColor() const { return Picture1.ForeColor; }
+  void setForeColor(Colour v) { put(Picture1.ForeColor, v, "ForeColor"); }
+  Colour FillColor() const { return Picture1.FillColor; }
+  void setFillColor(Colour v) { put(Picture1.FillColor, v, "FillColor"); }
+
+  bool FontBold() const { return extras_.Font.Bold; }
+  void setFontBold(bool v) { put(extras_.Font.Bold, v, "FontBold"); }
+  bool FontItalic() const { return extras_.Font.Italic; }
+  void setFontItalic(bool v) { put(extras_.Font.Italic, v, "FontItalic"); }
+  bool FontStrikethru() const { return extras_.Font.Strikethru; }
+  void setFontStrikethru(bool v) { put(extras_.Font.Strikethru, v, "FontStrikethru"); }
+  bool FontTransparent() const { return extras_.FontTransparent; }
+  void setFontTransparent(bool v) { put(extras_.FontTransparent, v, "FontTransparent"); }
+  bool FontUnderline() const { return extras_.Font.Underline; }
+  void setFontUnderline(bool v) { put(extras_.Font.Underline, v, "FontUnderline"); }
+  bool AutoRedraw() const { return Picture1.AutoRedraw; }
+  void setAutoRedraw(bool v) { put(Picture1.AutoRedraw, v, "AutoRedraw"); }
+  bool CausesValidation() const { return extras_.CausesValidation; }
+  void setCausesValidation(bool v) { put(extras_.CausesValidation, v, "CausesValidation"); }
+  bool RightToLeft() const { return extras_.RightToLeft; }
+  void setRightToLeft(bool v) { put(extras_.RightToLeft, v, "RightToLeft"); }
+
+  const std::string& FontName() const { return extras_.Font.Name; }
+  void setFontName(const std::string& v) { put(extras_.Font.Name, v, "FontName"); }
+  const std::string& LinkItem() const { return extras_.LinkItem; }
+  void setLinkItem(const std::string& v) { put(extras_.LinkItem, v, "LinkItem"); }
+  const std::string& LinkTopic() const { return extras_.LinkTopic; }
+  void setLinkTopic(const std::string& v) { put(extras_.LinkTopic, v, "LinkTopic"); }
+  const std::string& ToolTipText() const { return extras_.ToolTipText; }
+  void setToolTipText(const std::string& v) { put(extras_.ToolTipText, v, "ToolTipText"); }
+
+  const StdFont& Font() const { return extras_.Font; }
+  void setFont(const StdFont& v) { put(extras_.Font, v, "Font"); }
+  const Picture& MouseIcon() const { return extras_.MouseIcon; }
+  void setMouseIcon(Picture v) { put(extras_.MouseIcon, std::move(v), "MouseIcon"); }
+
+  bool HasDC() const { return true; }
+  DeviceContext hdc() { return Picture1.hDC(); }
+  // This surface has no window handles.
+  Int32 hWnd() const { return 0; }
+
+  // There is no other application to link with: these throw a SurfaceError.
+  void LinkPoke();
+  void LinkRequest();
+  void LinkSend();
+  // Starts a drag: OLEStartDrag, then, as nothing here takes a drop,
+  // OLECompleteDrag with no effect.
+  void OLEDrag();
+  // No arguments: back to pixels. All four: a user scale from (X1, Y1) to (X2, Y2).
+  void Scale_(std::optional<float> X1 = std::nullopt, std::optional<float> Y1 = std::nullopt,
+              std::optional<float> X2 = std::nullopt, std::optional<float> Y2 = std::nullopt);
+  float ScaleX(float Width, std::optional<Int16> FromScale = std::nullopt,
+               std::optional<Int16> ToScale = std::nullopt) const;
+  float ScaleY(float height, std::optional<Int16> FromScale = std::nullopt,
+               std::optional<Int16> ToScale = std::nullopt) const;
+  // In the image box's scale. Without a measuring hook, from the font size:
+  // a line is 1.2 em high and a character half an em wide on average.
+  float TextHeight(const std::string& Str) const;
+  float TextWidth(const std::string& Str) const;
+  // Set by a view that can measure text: width and height in pixels.
+  std::function<std::pair<float, float>(const StdFont&, const std::string&)> measureText;
+
+  ImgProcEvents Events;
+  // What the image box receives; each passes its event on.
+  void Picture1_DblClick() { raise(Events.DblClick); }
+  void Picture1_KeyDown(Int16& KeyCode, Int16& Shift) { raise(Events.KeyDown, KeyCode, Shift); }
+  void Picture1_KeyPress(Int16& KeyAscii) { raise(Events.KeyPress, KeyAscii); }
+  void Picture1_KeyUp(Int16& KeyCode, Int16& Shift) { raise(Events.KeyUp, KeyCode, Shift); }
+  void Picture1_MouseMove(Int16 Button, Int16 Shift, float X, float Y) { raise(Events.MouseMove, Button, Shift, X, Y); }
+  void Picture1_Paint() { raise(Events.Paint); }
+  void Picture1_OLECompleteDrag(Int32& Effect) { raise(Events.OLECompleteDrag, Effect); }
+  void Picture1_OLEDragDrop(DataObject& Data, Int32& Effect, Int16& Button, Int16& Shift, float& X, float& Y) {
+    raise(Events.OLEDragDrop, Data, Effect, Button, Shift, X, Y);
+  }
+  void Picture1_OLEDragOver(DataObject& Data, Int32& Effect, Int16& Button, Int16& Shift, float& X, float& Y,
+                            Int16& State) {
+    raise(Events.OLEDragOver, Data, Effect, Button, Shift, X, Y, State);
+  }
+  void Picture1_OLEGiveFeedback(Int32& Effect, bool& DefaultCursors) {
+    raise(Events.OLEGiveFeedback, Effect, DefaultCursors);
+  }
+  void Picture1_OLESetData(DataObject& Data, Int16& DataFormat) { raise(Events.OLESetData, Data, DataFormat); }
+  void Picture1_OLEStartDrag(DataObject& Data, Int32& AllowedEffects) {
+    raise(Events.OLEStartDrag, Data, AllowedEffects);
+  }
+
+  ImgProc(const ImgProc&) = delete;  // the inner boxes call back into their own control
+  ImgProc& operator=(const ImgProc&) = delete;
+
+  // The stored record. hostFont is the font of the host, the default of Font.
+  void UserControl_InitProperties();
+  void UserControl_ReadProperties(const PropertyBag& PropBag, const StdFont& hostFont = StdFont{});
+  void UserControl_WriteProperties(PropertyBag& PropBag, const StdFont& hostFont = StdFont{}) const;
+  // Size of the control in twips, as the last UserControl_Resize had it.
+  float controlWidthTwips() const { return controlWidthTwips_; }
+  float controlHeightTwips() const { return controlHeightTwips_; }
 
  private:
   void notify(const char* name) {
     if (PropertyChanged) PropertyChanged(name);
   }
+
+  // --- Selection, measurements, patterns (state) ---------------------------
+  // Brings the source of an operation to Picture3.
+  void sourceToPicture3(bool takeimage);
+  Picture cutFrame(bool takeimage);
+  // Reads W by H pixels into pixcache row by row; counts those `match` accepts.
+  template <typename Match>
+  Int32 countIntoCache(const char* member, Match match);
+  // Three 16-bit values per position, row by row; made at the first filling.
+  std::vector<Int16> pixcache_;
+  bool pixcached_ = false;
+
+  // --- Viewport and stored properties (state) ------------------------------
+  template <typename T, typename V>
+  void put(T& field, V&& value, const char* name) {
+    field = std::forward<V>(value);
+    notify(name);
+  }
+  template <typename Event, typename... Args>
+  static void raise(const Event& event, Args&... args) {
+    if (event) event(args...);
+  }
+  void viewportChanged() {
+    if (onViewportChange) onViewportChange();
+  }
+  // A member initialiser, so that every constructor runs it once the inner
+  // controls exist.
+  bool initShell();
+  // The rows of the stored record, in their order.
+  static const std::vector<StoredPropertyRow>& storedProperties();
+  Picture1Extras extras_;
+  float controlWidthTwips_ = 0.0F;
+  float controlHeightTwips_ = 0.0F;
+  bool shellReady_ = initShell();
 
   QuietHost quiet_;
   Host* host_;

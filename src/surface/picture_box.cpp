@@ -75,6 +75,7 @@ void PictureBox::resizeInner(Int32 w, Int32 h) {
   innerH_ = h;
   bitmap_ = std::move(next);
   touch();
+  if (onResize) onResize();
 }
 
 void PictureBox::resetBitmap() {
@@ -158,11 +159,14 @@ float PictureBox::ScaleY(float value, Int16 fromMode, Int16 toMode) const {
 
 void PictureBox::setPicture(Picture p) {
   picture_ = std::move(p);
-  if (AutoSize && picture_) {
+  const bool resized = AutoSize && picture_ &&
+                       (innerW_ != picture_->pixelWidth() || innerH_ != picture_->pixelHeight());
+  if (resized) {
     innerW_ = picture_->pixelWidth();
     innerH_ = picture_->pixelHeight();
   }
   resetBitmap();
+  if (resized && onResize) onResize();
 }
 
 Picture PictureBox::Image() const {
@@ -171,10 +175,12 @@ Picture PictureBox::Image() const {
 
 Picture PictureBox::takeImage() {
   Picture out = makePicture(innerW_, innerH_, std::move(bitmap_));
+  const bool resized = innerW_ != 1 || innerH_ != 1;
   picture_.reset();
   innerW_ = 1;
   innerH_ = 1;
   resetBitmap();
+  if (resized && onResize) onResize();
   return out;
 }
 

@@ -115,6 +115,9 @@ class PictureBox {
   // Called by Refresh; a view sets it to repaint itself from Image().
   std::function<void()> onRefresh;
   long long refreshCount() const { return refreshCount_; }
+  // Called after the client area changed size, by a new size or by AutoSize
+  // taking a picture's size; the picture control re-lays its scroll bars on it.
+  std::function<void()> onResize;
   // Counts every change of the persistent bitmap, so a view knows when to repaint.
   unsigned long long version() const { return version_; }
 
