@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <unordered_map>
 #include <vector>
 
 #include "base/errors.h"
@@ -32,6 +31,42 @@ std::uint64_t positionKey(Int32 x, Int32 y) {
   return (static_cast<std::uint64_t>(static_cast<std::uint32_t>(x)) << 32) | static_cast<std::uint32_t>(y);
 }
 
+// Position key to position number, open addressing: the walk asks eight
+// keys per link, and most are not there.
+class PositionMap {
+ public:
+  explicit PositionMap(std::size_t positions) {
+    std::size_t capacity = 16;
+    while (capacity < 2 * positions) capacity *= 2;
+    keys_.resize(capacity);
+    values_.assign(capacity, -1);
+    mask_ = capacity - 1;
+  }
+
+  void insert(std::uint64_t key, Int32 value) {
+    std::size_t slot = home(key);
+    while (values_[slot] >= 0) slot = (slot + 1) & mask_;
+    keys_[slot] = key;
+    values_[slot] = value;
+  }
+
+  // -1 when the key is not there.
+  Int32 find(std::uint64_t key) const {
+    for (std::size_t slot = home(key);; slot = (slot + 1) & mask_) {
+      if (values_[slot] < 0 || keys_[slot] == key) return values_[slot];
+    }
+  }
+
+ private:
+  std::size_t home(std::uint64_t key) const {
+    return static_cast<std::size_t>((key * 0x9E3779B97F4A7C15ULL) >> 32) & mask_;
+  }
+
+  std::vector<std::uint64_t> keys_;
+  std::vector<Int32> values_;
+  std::size_t mask_ = 0;
+};
+
 // The free pixels of the listing, found by position. Every pick must be the
 // one a scan from record 1 would make: the lowest record number among the
 // free neighbours, or among all free pixels for a new chain. Records are only
@@ -52,11 +87,12 @@ class FreePixels {
       }
     }
     std::sort(listed.begin(), listed.end());
+    byKey_ = PositionMap(listed.size());
     members_.reserve(listed.size());
     for (std::size_t k = 0; k < listed.size(); ++k) {
       const auto [key, index] = listed[k];
       if (k == 0 || listed[k - 1].first != key) {
-        byKey_.emplace(key, static_cast<Int32>(positions_.size()));
+        byKey_.insert(key, static_cast<Int32>(positions_.size()));
         positions_.push_back({static_cast<Int32>(k), static_cast<Int32>(k)});
       }
       members_.push_back(index);
@@ -102,9 +138,9 @@ class FreePixels {
   };
 
   Int32 firstAt(std::uint64_t key) {
-    const auto found = byKey_.find(key);
-    if (found == byKey_.end()) return 0;
-    Position& p = positions_[static_cast<std::size_t>(found->second)];
+    const Int32 found = byKey_.find(key);
+    if (found < 0) return 0;
+    Position& p = positions_[static_cast<std::size_t>(found)];
     while (p.head < p.end && !isFree(table_[members_[static_cast<std::size_t>(p.head)]])) ++p.head;
     return p.head < p.end ? members_[static_cast<std::size_t>(p.head)] : 0;
   }
@@ -122,7 +158,7 @@ class FreePixels {
   Int32 cursor_ = 1;
   std::vector<Int32> members_;
   std::vector<Position> positions_;
-  std::unordered_map<std::uint64_t, Int32> byKey_;
+  PositionMap byKey_{0};
   std::vector<Int32> odd_;
 };
 

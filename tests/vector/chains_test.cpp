@@ -6,6 +6,7 @@
 #include <random>
 #include <set>
 
+#include "literal_passes.h"
 #include "table_helpers.h"
 #include "vector/session.h"
 
@@ -17,49 +18,6 @@ using testing::Pixel;
 using testing::records;
 using testing::segment;
 using testing::separator;
-
-// The procedure as written: every link rescans the listing from record 1.
-// Quadratic, and the reference the indexed version must match.
-void literalBuildChains(RecordTable& lt, RecordTable& ct) {
-  const Int32 n = lt.count();
-  ct.count() = 1;
-  ct[1].x1 = lt[1].x1;
-  ct[1].y1 = lt[1].y1;
-  lt[1].x1 = 0;
-  lt[1].y1 = 0;
-  for (;;) {
-    Int32 found = 0;
-    for (Int32 i = 1; i <= n && found == 0; ++i) {
-      if (IsNeighbour(ct[ct.count()].x1, ct[ct.count()].y1, lt[i].x1, lt[i].y1)) found = i;
-    }
-    if (found != 0) {
-      ct[ct.count()].x2 = lt[found].x1;
-      ct[ct.count()].y2 = lt[found].y1;
-      ct.count() += 1;
-      ct[ct.count()].x1 = lt[found].x1;
-      ct[ct.count()].y1 = lt[found].y1;
-      lt[found].x1 = 0;
-      lt[found].y1 = 0;
-      continue;
-    }
-    if (n < ct.count()) break;
-    if (ct[ct.count() - 1].x1 != -1 && ct[ct.count() - 1].y1 != -1) {
-      ct[ct.count()].x1 = ct[ct.count()].y1 = ct[ct.count()].x2 = ct[ct.count()].y2 = -1;
-      ct.count() += 1;
-    }
-    Int32 start = 0;
-    for (Int32 i = 1; i <= n && start == 0; ++i) {
-      if (lt[i].x1 != 0 && lt[i].y1 != 0) start = i;
-    }
-    if (start == 0) break;
-    ct[ct.count()].x1 = lt[start].x1;
-    ct[ct.count()].y1 = lt[start].y1;
-    lt[start].x1 = 0;
-    lt[start].y1 = 0;
-  }
-  for (Int32 i = 1; i <= ct.count(); ++i) lt[i] = ct[i];
-  lt.count() = ct.count();
-}
 
 std::vector<Pixel> sortedAsThinLists(std::vector<Pixel> pixels) {
   std::sort(pixels.begin(), pixels.end());
@@ -164,7 +122,7 @@ struct Twins {
     fast.LineTable.count() = slow.LineTable.count() = n;
     for (int run = 0; run < (twice ? 2 : 1); ++run) {
       BuildChains(fast, host);
-      literalBuildChains(slow.LineTable, slow.ChainTable);
+      testing::literalBuildChains(slow.LineTable, slow.ChainTable);
       ASSERT_EQ(fast.LineTable.count(), slow.LineTable.count());
       ASSERT_EQ(fast.ChainTable.count(), slow.ChainTable.count());
       ASSERT_EQ(records(fast.LineTable, 1, n + 2), records(slow.LineTable, 1, n + 2));

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <random>
 
+#include "literal_passes.h"
 #include "table_helpers.h"
 #include "vector/chains.h"
 #include "vector/normalize.h"
@@ -16,71 +17,6 @@ namespace {
 using testing::records;
 using testing::segment;
 using testing::separator;
-
-// The pass as written: every append searches all records again. The
-// reference the indexed version must match. It ends where nothing can be
-// picked, as the shipped pass does; as written it would search forever.
-void literalReorder(RecordTable& ct, RecordTable& ot) {
-  const Int32 n = ct.count();
-  for (Int32 i = 1; i <= n; ++i) {
-    ot[i] = ct[i];
-    const LineRecord& r = ot[i];
-    if ((r.x1 == 0 && r.y1 == 0 && r.x2 == 0 && r.y2 == 0) ||
-        (r.x1 == -1 && r.y1 == -1 && r.x2 == -1 && r.y2 == -1)) {
-      ot[i].x1 = ot[i].y1 = ot[i].x2 = ot[i].y2 = 1000000.0F;
-    }
-  }
-  ot.count() = n;
-  ct.count() = 1;
-  Int32 taken = 0;
-  for (Int32 i = 1; i <= n; ++i) taken += ot[i].x1 == 1000000.0F ? 1 : 0;
-  for (;;) {
-    float best = 10000000.0F;
-    Int32 pick = 0;
-    bool reversed = false;
-    const double ex = ct[ct.count()].x2;
-    const double ey = ct[ct.count()].y2;
-    for (Int32 i = 1; i <= n; ++i) {
-      if (ot[i].x1 == 1000000.0F) continue;
-      const double ds = std::sqrt((ot[i].x1 - ex) * (ot[i].x1 - ex) + (ot[i].y1 - ey) * (ot[i].y1 - ey));
-      if (static_cast<float>(ds) < best) {
-        best = static_cast<float>(ds);
-        pick = i;
-        reversed = false;
-      }
-      const double de = std::sqrt((ot[i].x2 - ex) * (ot[i].x2 - ex) + (ot[i].y2 - ey) * (ot[i].y2 - ey));
-      if (static_cast<float>(de) < best) {
-        best = static_cast<float>(de);
-        pick = i;
-        reversed = true;
-      }
-      if (ds == 0) {
-        pick = i;
-        reversed = false;
-        break;
-      }
-      if (de == 0) {
-        pick = i;
-        reversed = true;
-        break;
-      }
-    }
-    if (pick == 0) return;
-    if (ct.count() + taken >= n) return;
-    ct.count() += 1;
-    LineRecord& r = ot[pick];
-    LineRecord& t = ct[ct.count()];
-    if (!reversed) {
-      t = r;
-    } else {
-      t.x1 = r.x2;
-      t.y1 = r.y2;
-      t.x2 = r.x1;
-      t.y2 = r.y1;
-    }
-    r.x1 = r.y1 = r.x2 = r.y2 = 1000000.0F;
-  }
-}
 
 LineRecord reversed(const LineRecord& r) { return segment(r.x2, r.y2, r.x1, r.y1); }
 
@@ -143,7 +79,7 @@ struct Twins {
     }
     fast.ChainTable.count() = slow.ChainTable.count() = n;
     ReorderPass(fast);
-    literalReorder(slow.ChainTable, slow.OrderTable);
+    testing::literalReorder(slow.ChainTable, slow.OrderTable);
     ASSERT_EQ(fast.ChainTable.count(), slow.ChainTable.count());
     ASSERT_EQ(records(fast.ChainTable, 1, n + 1), records(slow.ChainTable, 1, n + 1));
     ASSERT_EQ(records(fast.OrderTable, 0, n + 1), records(slow.OrderTable, 0, n + 1));
