@@ -48,6 +48,12 @@ void appendNumber(std::string& out, float v) {
   out.append(buffer, result.ptr);
 }
 
+// The text before a value, then the value.
+void appendField(std::string& out, std::string_view before, float v) {
+  out += before;
+  appendNumber(out, v);
+}
+
 }  // namespace
 
 std::string dxfNumber(float v) {
@@ -63,32 +69,21 @@ void DxfDocument::DxfAddDimension(const std::string& layer, float x13, float y13
   e += layer;
   e += "|  6|CONTINUOUS|  2|*D";
   e += std::to_string(DxfBlockNumber);
-  e += "| 10|";
-  appendNumber(e, x10);
-  e += "| 20|";
-  appendNumber(e, y10);
-  e += "| 30|0.0| 11|";
-  appendNumber(e, x11);
-  e += "| 21|";
-  appendNumber(e, y11);
+  appendField(e, "| 10|", x10);
+  appendField(e, "| 20|", y10);
+  appendField(e, "| 30|0.0| 11|", x11);
+  appendField(e, "| 21|", y11);
   e += "| 31|0.0| 70|     0";
   if (kind != "None") {
     e += "|  1|";
     e += kind;
   }
-  e += "| 13|";
-  appendNumber(e, x13);
-  e += "| 23|";
-  appendNumber(e, y13);
-  e += "| 33|0.0| 14|";
-  appendNumber(e, x14);
-  e += "| 24|";
-  appendNumber(e, y14);
+  appendField(e, "| 13|", x13);
+  appendField(e, "| 23|", y13);
+  appendField(e, "| 33|0.0| 14|", x14);
+  appendField(e, "| 24|", y14);
   e += "| 34|0.0";
-  if (angle != 0.0F) {
-    e += "| 50|";
-    appendNumber(e, angle);
-  }
+  if (angle != 0.0F) appendField(e, "| 50|", angle);
   e += '|';
   e += kDimensionStyle;
   DxfAddBlock();
@@ -108,18 +103,12 @@ void DxfDocument::DxfAddLine(const std::string& layer, float x1, float y1, float
   std::string& e = DxfEntities;
   e += "LINE|8|";
   e += layer;
-  e += "| 10|";
-  appendNumber(e, x1);
-  e += "| 20|";
-  appendNumber(e, y1);
-  e += "| 30|";
-  appendNumber(e, z1);
-  e += "| 11|";
-  appendNumber(e, x2);
-  e += "| 21|";
-  appendNumber(e, y2);
-  e += "| 31|";
-  appendNumber(e, z2);
+  appendField(e, "| 10|", x1);
+  appendField(e, "| 20|", y1);
+  appendField(e, "| 30|", z1);
+  appendField(e, "| 11|", x2);
+  appendField(e, "| 21|", y2);
+  appendField(e, "| 31|", z2);
   e += "|0|";
 }
 
