@@ -3,9 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "base/line_tables.h"
 #include "dxf_files.h"
@@ -93,17 +90,6 @@ TEST(WriteDxfFile, EachRecordBecomesALineWithYTurned) {
   ASSERT_LT(c, w.lines.size());
   EXPECT_LT(a, b);
   EXPECT_LT(b, c);
-}
-
-TEST(WriteDxfFile, ReplacesAnExistingFileAndLeavesNothingBeside) {
-  TempFolder folder;
-  const std::string path = folder.file("same.dxf");
-  { std::ofstream(path) << "an older drawing"; }
-  RecordTable table("ChainTable");
-  table.count() = 1;
-  WriteDxfFile(path, table);
-  EXPECT_EQ(occurrences(readLines(testing::readAll(path)), {"LINE"}), 1U);
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path), {}), 1);
 }
 
 }  // namespace

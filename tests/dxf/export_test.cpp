@@ -29,14 +29,16 @@ TEST(WithDxfExtension, KeepsOnlyTheTwoSpellingsOfTheExtension) {
   for (const auto& [given, written] : cases) EXPECT_EQ(withDxfExtension(given), written) << given;
 }
 
-TEST(ExportImageClick, WritesTheFileSaysDoneAndNamesIt) {
+TEST(ExportImageClick, WritesOverTheFileSaysDoneAndNamesIt) {
   TempFolder folder;
+  { std::ofstream(folder.file("plan.dxf")) << "an older drawing"; }
   Session s;
   s.ChainTable.count() = 1;
   FakePlatform platform;
   platform.answer = folder.file("plan");
   exportimage_Click(s, platform);
-  EXPECT_TRUE(std::filesystem::exists(folder.file("plan.dxf")));
+  EXPECT_TRUE(testing::readAll(folder.file("plan.dxf")).starts_with("  0\r\nSECTION\r\n"));
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path), {}), 1);
   EXPECT_EQ(platform.messages, std::vector<std::string>{"done"});
   EXPECT_EQ(s.PictureName, "plan");
 }
