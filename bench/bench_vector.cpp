@@ -71,10 +71,18 @@ void chains(benchmark::State& state, std::vector<Pixel> (*drawing)(int)) {
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-void BM_BuildChains_LongStrokes(benchmark::State& state) { chains<false>(state, longStrokes); }
-void BM_BuildChains_ScatteredDashes(benchmark::State& state) { chains<false>(state, scatteredDashes); }
-void BM_LiteralBuildChains_LongStrokes(benchmark::State& state) { chains<true>(state, longStrokes); }
-void BM_LiteralBuildChains_ScatteredDashes(benchmark::State& state) { chains<true>(state, scatteredDashes); }
+void BM_BuildChains_LongStrokes(benchmark::State& state) {
+  chains<false>(state, longStrokes);
+}
+void BM_BuildChains_ScatteredDashes(benchmark::State& state) {
+  chains<false>(state, scatteredDashes);
+}
+void BM_LiteralBuildChains_LongStrokes(benchmark::State& state) {
+  chains<true>(state, longStrokes);
+}
+void BM_LiteralBuildChains_ScatteredDashes(benchmark::State& state) {
+  chains<true>(state, scatteredDashes);
+}
 BENCHMARK(BM_BuildChains_LongStrokes)->Arg(10000)->Arg(99999)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_BuildChains_ScatteredDashes)->Arg(10000)->Arg(99999)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_LiteralBuildChains_LongStrokes)->Arg(10000)->Iterations(1)->Unit(benchmark::kMillisecond);
@@ -119,8 +127,12 @@ void reorder(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-void BM_ReorderPass(benchmark::State& state) { reorder<false>(state); }
-void BM_LiteralReorderPass(benchmark::State& state) { reorder<true>(state); }
+void BM_ReorderPass(benchmark::State& state) {
+  reorder<false>(state);
+}
+void BM_LiteralReorderPass(benchmark::State& state) {
+  reorder<true>(state);
+}
 BENCHMARK(BM_ReorderPass)->Arg(5000)->Arg(50000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_LiteralReorderPass)->Arg(5000)->Iterations(1)->Unit(benchmark::kMillisecond);
 

@@ -20,12 +20,16 @@ bool IsNeighbour(float ax, float ay, float bx, float by) {
 
 namespace {
 
-bool isFree(const LineRecord& r) { return r.x1 != 0.0F && r.y1 != 0.0F; }
+bool isFree(const LineRecord& r) {
+  return r.x1 != 0.0F && r.y1 != 0.0F;
+}
 
 // Whole numbers small enough that v - 1, v and v + 1 are all exact floats:
 // the only values the position index takes. Anything else is looked at
 // one by one, so odd tables stay correct, only slower.
-bool isGridValue(float v) { return std::fabs(v) <= 16777216.0F && std::nearbyint(v) == v; }
+bool isGridValue(float v) {
+  return std::fabs(v) <= 16777216.0F && std::nearbyint(v) == v;
+}
 
 std::uint64_t positionKey(Int32 x, Int32 y) {
   return (static_cast<std::uint64_t>(static_cast<std::uint32_t>(x)) << 32) | static_cast<std::uint32_t>(y);

@@ -43,8 +43,12 @@ Int32 clsGeneralize::Generalize(double dTolerance, bool bl3D) {
   return 1;
 }
 
-void clsGeneralize::GeneralizeFlat(double tolerance) { run<false>(tolerance); }
-void clsGeneralize::GeneralizeSpatial(double tolerance) { run<true>(tolerance); }
+void clsGeneralize::GeneralizeFlat(double tolerance) {
+  run<false>(tolerance);
+}
+void clsGeneralize::GeneralizeSpatial(double tolerance) {
+  run<true>(tolerance);
+}
 
 template <bool Spatial>
 void clsGeneralize::run(double tolerance) {

@@ -10,9 +10,13 @@ namespace quern {
 
 namespace {
 
-bool allFour(const LineRecord& r, float v) { return r.x1 == v && r.y1 == v && r.x2 == v && r.y2 == v; }
+bool allFour(const LineRecord& r, float v) {
+  return r.x1 == v && r.y1 == v && r.x2 == v && r.y2 == v;
+}
 
-void mark(LineRecord& r) { r.x1 = r.y1 = r.x2 = r.y2 = kTaken; }
+void mark(LineRecord& r) {
+  r.x1 = r.y1 = r.x2 = r.y2 = kTaken;
+}
 
 void appendReversed(LineRecord& to, const LineRecord& from) {
   to.x1 = from.x2;
@@ -58,7 +62,9 @@ void ReorderPass(Session& session) {
   }
 }
 
-float previewFactor(double originalWidth, double thinnedWidth) { return toFloat32(originalWidth / thinnedWidth); }
+float previewFactor(double originalWidth, double thinnedWidth) {
+  return toFloat32(originalWidth / thinnedWidth);
+}
 
 void DrawChainTable(const RecordTable& ChainTable, PictureBox& box, float factor, Host& host) {
   const Int32 last = std::min(ChainTable.count(), RecordTable::kLastRecord);

@@ -14,7 +14,9 @@ double distance(double x, double y, double ex, double ey) {
   return std::sqrt((x - ex) * (x - ex) + (y - ey) * (y - ey));
 }
 
-bool isIndexable(float v) { return std::fabs(v) <= 16777216.0F && std::nearbyint(v) == v; }
+bool isIndexable(float v) {
+  return std::fabs(v) <= 16777216.0F && std::nearbyint(v) == v;
+}
 
 }  // namespace
 
@@ -82,8 +84,12 @@ void NearestEnd::build(Int32 lo, Int32 hi) {
   if (lo >= hi) return;
   const auto first = ends_.begin() + lo;
   const auto last = ends_.begin() + hi;
-  Node box{std::numeric_limits<Int32>::max(), std::numeric_limits<Int32>::min(), std::numeric_limits<Int32>::max(),
-           std::numeric_limits<Int32>::min(), hi - lo, true};
+  Node box{std::numeric_limits<Int32>::max(),
+           std::numeric_limits<Int32>::min(),
+           std::numeric_limits<Int32>::max(),
+           std::numeric_limits<Int32>::min(),
+           hi - lo,
+           true};
   for (auto e = first; e != last; ++e) {
     box.minX = std::min(box.minX, e->x);
     box.maxX = std::max(box.maxX, e->x);
@@ -92,9 +98,8 @@ void NearestEnd::build(Int32 lo, Int32 hi) {
   }
   box.splitOnX = static_cast<long long>(box.maxX) - box.minX >= static_cast<long long>(box.maxY) - box.minY;
   const Int32 mid = lo + (hi - lo) / 2;
-  std::nth_element(first, ends_.begin() + mid, last, [&box](const End& a, const End& b) {
-    return box.splitOnX ? a.x < b.x : a.y < b.y;
-  });
+  std::nth_element(first, ends_.begin() + mid, last,
+                   [&box](const End& a, const End& b) { return box.splitOnX ? a.x < b.x : a.y < b.y; });
   nodes_[static_cast<std::size_t>(mid)] = box;
   build(lo, mid);
   build(mid + 1, hi);

@@ -50,9 +50,9 @@ class NearestEnd {
   void removeAt(Int32 position);
 
   std::vector<End> ends_;
-  std::vector<Node> nodes_;          // one per position, describing the subtree centred there
-  std::vector<bool> live_;           // per position
-  std::vector<Int32> positionOf_;    // 2 * record + (isEnd ? 1 : 0)
+  std::vector<Node> nodes_;        // one per position, describing the subtree centred there
+  std::vector<bool> live_;         // per position
+  std::vector<Int32> positionOf_;  // 2 * record + (isEnd ? 1 : 0)
 };
 
 }  // namespace quern

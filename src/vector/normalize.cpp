@@ -19,7 +19,9 @@ void setEnd(LineRecord& r, const PolyPoint& p) {
   r.y2 = toFloat32(p.y);
 }
 
-Int32 lastReadable(const RecordTable& table) { return std::min(table.count(), RecordTable::kLastRecord); }
+Int32 lastReadable(const RecordTable& table) {
+  return std::min(table.count(), RecordTable::kLastRecord);
+}
 
 }  // namespace
 

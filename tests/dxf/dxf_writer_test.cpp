@@ -15,7 +15,7 @@ using testing::TempFolder;
 
 TEST(DxfNumber, WritesTheShortestDecimalForm) {
   const std::pair<float, const char*> cases[] = {
-      {0.0F, "0"}, {-0.0F, "0"}, {52.5F, "52.5"}, {-34.0F, "-34"}, {90.0F, "90"}, {1000000.0F, "1000000"},
+      {0.0F, "0"},   {-0.0F, "0"},        {52.5F, "52.5"}, {-34.0F, "-34"}, {90.0F, "90"}, {1000000.0F, "1000000"},
       {-1.0F, "-1"}, {0.0625F, "0.0625"},
   };
   for (const auto& [value, text] : cases) EXPECT_EQ(dxfNumber(value), text) << value;
@@ -78,12 +78,12 @@ TEST(WriteDxfFile, EachRecordBecomesALineWithYTurned) {
   table.count() = 3;  // record 3 is the untouched one past the separator
   const Written w(table);
   EXPECT_EQ(occurrences(w.lines, {"LINE"}), 3U);
-  const std::vector<std::string> first = {"LINE", "8", "Quern_CNC", " 10", "12", " 20", "-34", " 30", "0",
-                                          " 11", "15", " 21", "-40", " 31", "0", "0"};
-  const std::vector<std::string> separator = {"LINE", "8", "Quern_CNC", " 10", "-1", " 20", "1", " 30", "0",
-                                              " 11", "-1", " 21", "1", " 31", "0", "0"};
-  const std::vector<std::string> fresh = {"LINE", "8", "Quern_CNC", " 10", "0", " 20", "0", " 30", "0",
-                                          " 11", "0", " 21", "0", " 31", "0", "0", "ENDSEC"};
+  const std::vector<std::string> first = {"LINE", "8",   "Quern_CNC", " 10", "12",  " 20", "-34", " 30",
+                                          "0",    " 11", "15",        " 21", "-40", " 31", "0",   "0"};
+  const std::vector<std::string> separator = {"LINE", "8",   "Quern_CNC", " 10", "-1", " 20", "1", " 30",
+                                              "0",    " 11", "-1",        " 21", "1",  " 31", "0", "0"};
+  const std::vector<std::string> fresh = {"LINE", "8", "Quern_CNC", " 10", "0",   " 20", "0", " 30",   "0",
+                                          " 11",  "0", " 21",       "0",   " 31", "0",   "0", "ENDSEC"};
   const std::size_t a = find(w.lines, first);
   const std::size_t b = find(w.lines, separator);
   const std::size_t c = find(w.lines, fresh);

@@ -22,9 +22,8 @@ struct FakePlatform : ExportPlatform {
 
 TEST(WithDxfExtension, KeepsOnlyTheTwoSpellingsOfTheExtension) {
   const std::pair<const char*, const char*> cases[] = {
-      {"plan", "plan.dxf"},         {"plan.dxf", "plan.dxf"}, {"plan.DXF", "plan.DXF"},
-      {"plan.Dxf", "plan.Dxf.dxf"}, {"dxf", "dxf.dxf"},       {"a", "a.dxf"},
-      {".dxf", ".dxf"},             {"plan.dx", "plan.dx.dxf"},
+      {"plan", "plan.dxf"}, {"plan.dxf", "plan.dxf"}, {"plan.DXF", "plan.DXF"}, {"plan.Dxf", "plan.Dxf.dxf"},
+      {"dxf", "dxf.dxf"},   {"a", "a.dxf"},           {".dxf", ".dxf"},         {"plan.dx", "plan.dx.dxf"},
   };
   for (const auto& [given, written] : cases) EXPECT_EQ(withDxfExtension(given), written) << given;
 }

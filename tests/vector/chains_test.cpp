@@ -30,10 +30,10 @@ TEST(IsNeighbour, TouchesOnlyTheEightSurroundingLivePixels) {
     bool expected;
   };
   const Case cases[] = {
-      {5, 5, 6, 6, true},    {5, 5, 4, 5, true},   {5, 5, 5, 5, false},  // a point is not its own neighbour
-      {5, 5, 7, 5, false},   {5, 5, 5, 3, false},  {0, 5, 1, 5, false},  // used-up tail
-      {5, 5, 5, 0, false},   {1, 1, 0, 0, false},  {-1, 5, -1, 4, false},  // separator tail
-      {5, -1, 5, -2, true},  // only x marks a separator
+      {5, 5, 6, 6, true},   {5, 5, 4, 5, true},  {5, 5, 5, 5, false},    // a point is not its own neighbour
+      {5, 5, 7, 5, false},  {5, 5, 5, 3, false}, {0, 5, 1, 5, false},    // used-up tail
+      {5, 5, 5, 0, false},  {1, 1, 0, 0, false}, {-1, 5, -1, 4, false},  // separator tail
+      {5, -1, 5, -2, true},                                              // only x marks a separator
   };
   for (const Case& c : cases) {
     EXPECT_EQ(IsNeighbour(c.ax, c.ay, c.bx, c.by), c.expected) << c.ax << "," << c.ay << " / " << c.bx << "," << c.by;
@@ -176,10 +176,10 @@ TEST(BuildChains, MatchesTheLiteralWalkOnLongStrokesAndRings) {
   std::mt19937 rng(3);
   Twins twins;
   std::set<Pixel> drawing;
-  for (int k = 1; k < 60; ++k) drawing.insert({k, 1 + k / 3});          // a shallow line
-  for (int k = 1; k < 50; ++k) drawing.insert({30, k});                 // crossing it
+  for (int k = 1; k < 60; ++k) drawing.insert({k, 1 + k / 3});                  // a shallow line
+  for (int k = 1; k < 50; ++k) drawing.insert({30, k});                         // crossing it
   for (int a = 0; a < 40; ++a) drawing.insert({80 + a % 10, 10 + a / 10 * 3});  // dashes
-  for (int k = 0; k < 16; ++k) {                                        // a diamond ring
+  for (int k = 0; k < 16; ++k) {                                                // a diamond ring
     drawing.insert({100 + k, 40 + k});
     drawing.insert({100 + k, 72 - k});
     drawing.insert({132 - k, 40 + k});

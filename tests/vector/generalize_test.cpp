@@ -62,11 +62,19 @@ TEST(Generalize, KeepsTheVerticesTheToleranceDemands) {
       {"closed polyline", flat({{0, 0}, {1, 1}, {2, 2}, {0, 0}}), 0.5, {T, F, F, T}, 2, 1},
       {"right part first, both parts stacked", wave, 0.5, {T, T, T, T, T, T, T}, 5, 2},
       {"ranges at the tolerance drop their middles", wave, 1.0, {T, F, T, T, T, F, T}, 5, 2},
-      {"tolerance 0 keeps what is off the line", flat({{0, 0}, {5, 1}, {10, 0}, {12, 0}, {14, 0}}), 0.0,
-       {T, T, T, F, T}, 3, 1},
+      {"tolerance 0 keeps what is off the line",
+       flat({{0, 0}, {5, 1}, {10, 0}, {12, 0}, {14, 0}}),
+       0.0,
+       {T, T, T, F, T},
+       3,
+       1},
       // The first real range (squared distance 1e6) sets the limit to 1e12 / 1e10 = 100.
-      {"tolerance 0 takes its limit from the first range", flat({{0, 0}, {500, 505}, {1000, 1000}, {2000, 0}}),
-       0.0, {T, F, T, T}, 2, 1},
+      {"tolerance 0 takes its limit from the first range",
+       flat({{0, 0}, {500, 505}, {1000, 1000}, {2000, 0}}),
+       0.0,
+       {T, F, T, T},
+       2,
+       1},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);

@@ -18,7 +18,9 @@ using testing::records;
 using testing::segment;
 using testing::separator;
 
-LineRecord reversed(const LineRecord& r) { return segment(r.x2, r.y2, r.x1, r.y1); }
+LineRecord reversed(const LineRecord& r) {
+  return segment(r.x2, r.y2, r.x1, r.y1);
+}
 
 void putChains(Session& s, const std::vector<LineRecord>& table) {
   for (std::size_t k = 0; k < table.size(); ++k) s.ChainTable[static_cast<Int32>(k + 1)] = table[k];
@@ -29,7 +31,7 @@ TEST(ReorderPass, StringsTheSegmentsByNearestEnd) {
   const LineRecord a = segment(1, 1, 5, 1);
   const LineRecord b = segment(5, 1, 9, 1);
   const LineRecord c = segment(9, 1, 9, 5);
-  const LineRecord far = segment(0, 1000000, 0, 2000000);       // exactly 1e6 from (0, 0)
+  const LineRecord far = segment(0, 1000000, 0, 2000000);      // exactly 1e6 from (0, 0)
   const LineRecord farther = segment(1, 1000000, 1, 2000000);  // sqrt(1e12 + 1): the same 32-bit float
   struct Case {
     const char* name;
@@ -43,12 +45,17 @@ TEST(ReorderPass, StringsTheSegmentsByNearestEnd) {
       {"separators and empty records take no part",
        {a, separator(), segment(0, 0, 0, 0), segment(3, 4, 1, 2), separator(), b},
        {a, reversed(a), segment(1, 2, 3, 4)}},
-      {"equal distances: the lower record", {a, segment(1, 4, 1, 8), segment(1, 9, 1, 5), segment(1, -2, 1, -9)},
+      {"equal distances: the lower record",
+       {a, segment(1, 4, 1, 8), segment(1, 9, 1, 5), segment(1, -2, 1, -9)},
        {a, reversed(a), segment(1, 4, 1, 8), segment(1, 9, 1, 5)}},
-      {"both ends equally near: entered at its start", {a, segment(0, 2, 0, 0), segment(3, 1, 3, 9)},
+      {"both ends equally near: entered at its start",
+       {a, segment(0, 2, 0, 0), segment(3, 1, 3, 9)},
        {a, reversed(a), segment(0, 2, 0, 0)}},
-      {"a first segment of no length goes on forward", {segment(4, 4, 4, 4), a}, {segment(4, 4, 4, 4), segment(4, 4, 4, 4)}},
-      {"distances that round to the same float: the lower record", {segment(0, 0, 0, 0), farther, far, far},
+      {"a first segment of no length goes on forward",
+       {segment(4, 4, 4, 4), a},
+       {segment(4, 4, 4, 4), segment(4, 4, 4, 4)}},
+      {"distances that round to the same float: the lower record",
+       {segment(0, 0, 0, 0), farther, far, far},
        {segment(0, 0, 0, 0), farther, reversed(far)}},
       {"nothing to take: the pass ends at once", {separator(), separator(), segment(0, 0, 0, 0)}, {separator()}},
   };
@@ -97,9 +104,15 @@ TEST(ReorderPass, MatchesTheLiteralPassOnRandomTables) {
     std::vector<LineRecord> table(rng() % 80);
     for (auto& r : table) {
       switch (rng() % 8) {
-        case 0: r = separator(); break;
-        case 1: r = segment(0, 0, 0, 0); break;
-        case 2: r = segment(1000000, static_cast<float>(v(rng)), 3, 3); break;  // marked by its x1 alone
+        case 0:
+          r = separator();
+          break;
+        case 1:
+          r = segment(0, 0, 0, 0);
+          break;
+        case 2:
+          r = segment(1000000, static_cast<float>(v(rng)), 3, 3);
+          break;  // marked by its x1 alone
         default:
           r = segment(static_cast<float>(v(rng)), static_cast<float>(v(rng)), static_cast<float>(v(rng)),
                       static_cast<float>(v(rng)));

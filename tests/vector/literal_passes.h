@@ -62,8 +62,7 @@ inline void literalReorder(RecordTable& ct, RecordTable& ot) {
   for (Int32 i = 1; i <= n; ++i) {
     ot[i] = ct[i];
     const LineRecord& r = ot[i];
-    if ((r.x1 == 0 && r.y1 == 0 && r.x2 == 0 && r.y2 == 0) ||
-        (r.x1 == -1 && r.y1 == -1 && r.x2 == -1 && r.y2 == -1)) {
+    if ((r.x1 == 0 && r.y1 == 0 && r.x2 == 0 && r.y2 == 0) || (r.x1 == -1 && r.y1 == -1 && r.x2 == -1 && r.y2 == -1)) {
       ot[i].x1 = ot[i].y1 = ot[i].x2 = ot[i].y2 = 1000000.0F;
     }
   }

@@ -60,7 +60,8 @@ TEST(NormalizePass, WritesEachPolylineAsSegmentsAndASeparator) {
       {"a lone first pixel gives a separator in record 1",
        {{2, 2}, {5, 5}, {5, 6}, {5, 7}},
        {separator(), segment(5, 5, 5, 6), separator()}},
-      {"a bend is kept", {{2, 2}, {3, 3}, {4, 4}, {5, 4}, {6, 4}, {7, 4}},
+      {"a bend is kept",
+       {{2, 2}, {3, 3}, {4, 4}, {5, 4}, {6, 4}, {7, 4}},
        {segment(2, 2, 4, 4), segment(4, 4, 6, 4), separator()}},
   };
   for (const Case& c : cases) {

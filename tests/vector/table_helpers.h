@@ -20,8 +20,12 @@ inline void listPixels(RecordTable& table, const std::vector<Pixel>& pixels) {
   table.count() = static_cast<Int32>(pixels.size());
 }
 
-inline LineRecord segment(float x1, float y1, float x2, float y2) { return {x1, y1, x2, y2, 0}; }
-inline LineRecord separator() { return segment(-1, -1, -1, -1); }
+inline LineRecord segment(float x1, float y1, float x2, float y2) {
+  return {x1, y1, x2, y2, 0};
+}
+inline LineRecord separator() {
+  return segment(-1, -1, -1, -1);
+}
 
 // Records first..last of a table, for whole-table comparisons.
 inline std::vector<LineRecord> records(const RecordTable& table, Int32 first, Int32 last) {
