@@ -1,0 +1,174 @@
+#include "dxf/dxf_writer.h"
+
+#include <array>
+#include <charconv>
+#include <string_view>
+
+#include "dxf/replace_file.h"
+
+namespace quern {
+
+namespace {
+
+// The header and tables, fixed whatever the drawing holds.
+constexpr std::array<std::string_view, 20> kHeaderTexts = {
+    "  0|SECTION|  2|HEADER|  9",
+    "$ACADVER|  1|AC1009|  9",
+    "$INSBASE| 10|0.0| 20|0.0| 30|0.0|  9",
+    "$EXTMIN| 10|  0| 20|  0| 30|  0|  9",
+    "$EXTMAX| 10|368| 20|326| 30|0.0|  9",
+    "$LIMMIN| 10|0.0| 20|0.0|  9",
+    "$LIMMAX| 10|100.0| 20|100.0|  9",
+    "$ORTHOMODE| 70|     1|  9",
+    "$DIMSCALE| 40|8.0|  9",
+    "$DIMSTYLE|  2|STANDARD|  9",
+    "$FILLETRAD| 40|0.0|  9",
+    "$PSLTSCALE| 70|     1|  0",
+    "ENDSEC|  0",
+    "SECTION|  2|TABLES|  0",
+    "TABLE|  2|VPORT| 70|     2|  0|VPORT|  2|*ACTIVE| 70|     0| 10|0.0| 20|0.0| 11|1.0| 21|1.0| 12|50.0| 22|50.0| "
+    "13|0.0| 23|0.0| 14|1.0| 24|1.0| 15|0.0| 25|0.0| 16|0.0| 26|0.0| 36|1.0| 17|0.0| 27|0.0| 37|0.0| 40|100.0| "
+    "41|1.55| 42|50.0| 43|0.0| 44|0.0| 50|0.0| 51|0.0| 71|     0| 72|   100| 73|     1| 74|     1| 75|     0| 76|     "
+    "0| 77|     0| 78|     0|  0|ENDTAB|  0",
+    "TABLE|  2|LTYPE| 70|     1|  0|LTYPE|  2|CONTINUOUS|  70|     0|  3|Solid Line| 72|    65| 73|     0| 40|0.0|  "
+    "0|ENDTAB|  0",
+    "TABLE|  2|LAYER| 70|     3|  0|LAYER|  2|0| 70|     0| 62|     7|  6|CONTINUOUS|  0|LAYER|  2|CLOCK_FACE| 70|     "
+    "0| 62|     7|  6|CONTINUOUS|  0|LAYER|  2|DEFPOINTS| 70|     0| 62|     7| 6|CONTINUOUS|  0|ENDTAB|  0",
+    "TABLE|  2|VIEW| 70|     0|  0|ENDTAB|  0",
+    "TABLE|  2|DIMSTYLE| 70|     1|  0|DIMSTYLE|  2|STANDARD| 70|     0|  3||  4||  5||  6||  7|| 40|1.0| 41|0.18| "
+    "42|0.0625| 43|0.38| 44|0.18| 45|0.0| 46|0.0| 47|0.0| "
+    "48|0.0|140|0.18|141|0.09|142|0.0|143|25.4|144|1.0|145|0.0|146|1.0|147|0.09| 71|     0| 72|     0| 73|     1| 74|  "
+    "   1| 75|     0| 76|     0| 77|     0| 78|     0|170|     0|171|     2|172|     0|173|     0|174|     0|175|     "
+    "0|176|     0|177|     0|178|     0|  0|ENDTAB|  0",
+    "ENDSEC|  0|",
+};
+
+constexpr std::string_view kDimensionStyle =
+    "1001|ACAD|1000|DSTYLE|1002|{|1070|   287|1070|     3|1070|    40|1040|8.0|1070|   271|1070|     3|1070|   "
+    "272|1070|     3|1070|   279|1070|     0|1002|}|  0|";
+
+void appendNumber(std::string& out, float v) {
+  if (v == 0.0F) {
+    out += '0';
+    return;
+  }
+  char buffer[128];
+  const auto result = std::to_chars(buffer, buffer + sizeof buffer, v, std::chars_format::fixed);
+  out.append(buffer, result.ptr);
+}
+
+// The text before a value, then the value.
+void appendField(std::string& out, std::string_view before, float v) {
+  out += before;
+  appendNumber(out, v);
+}
+
+}  // namespace
+
+std::string dxfNumber(float v) {
+  std::string out;
+  appendNumber(out, v);
+  return out;
+}
+
+void DxfDocument::DxfAddDimension(const std::string& layer, float x13, float y13, float x14, float y14, float x10,
+                                  float y10, float x11, float y11, float angle, const std::string& kind) {
+  std::string& e = DxfEntities;
+  e += "DIMENSION|  8|";
+  e += layer;
+  e += "|  6|CONTINUOUS|  2|*D";
+  e += std::to_string(DxfBlockNumber);
+  appendField(e, "| 10|", x10);
+  appendField(e, "| 20|", y10);
+  appendField(e, "| 30|0.0| 11|", x11);
+  appendField(e, "| 21|", y11);
+  e += "| 31|0.0| 70|     0";
+  if (kind != "None") {
+    e += "|  1|";
+    e += kind;
+  }
+  appendField(e, "| 13|", x13);
+  appendField(e, "| 23|", y13);
+  appendField(e, "| 33|0.0| 14|", x14);
+  appendField(e, "| 24|", y14);
+  e += "| 34|0.0";
+  if (angle != 0.0F) appendField(e, "| 50|", angle);
+  e += '|';
+  e += kDimensionStyle;
+  DxfAddBlock();
+}
+
+void DxfDocument::DxfAddBlock() {
+  const std::string number = std::to_string(DxfBlockNumber);
+  DxfBlocks += "BLOCK|  8|0|  2|*D";
+  DxfBlocks += number;
+  DxfBlocks += "|70|     1| 10|0.0| 20|0.0| 30|0.0|  3|*D";
+  DxfBlocks += number;
+  DxfBlocks += "|  1||0|ENDBLK|  8|0|0|";
+  DxfBlockNumber = add16(DxfBlockNumber, 1);
+}
+
+void DxfDocument::DxfAddLine(const std::string& layer, float x1, float y1, float z1, float x2, float y2, float z2) {
+  std::string& e = DxfEntities;
+  e += "LINE|8|";
+  e += layer;
+  appendField(e, "| 10|", x1);
+  appendField(e, "| 20|", y1);
+  appendField(e, "| 30|", z1);
+  appendField(e, "| 11|", x2);
+  appendField(e, "| 21|", y2);
+  appendField(e, "| 31|", z2);
+  e += "|0|";
+}
+
+std::string DxfDocument::DxfHeaderText() {
+  std::string out;
+  for (std::size_t k = 0; k < kHeaderTexts.size(); ++k) {
+    if (k != 0) out += '|';
+    out += kHeaderTexts[k];
+  }
+  return out;
+}
+
+std::string DxfDocument::text() const {
+  std::string out = DxfHeaderText();
+  out.reserve(out.size() + DxfBlocks.size() + DxfEntities.size() + 128);
+  out += "SECTION|  2|BLOCKS|  0|";
+  out += DxfBlocks;
+  out += "ENDSEC|  0|";
+  out += "SECTION|  2|ENTITIES|  0|";
+  out += DxfEntities;
+  out += "ENDSEC|  0|";
+  out += "EOF";
+  return out;
+}
+
+void DxfDocument::DxfWriteAll(const std::string& fileName) const {
+  const std::string whole = text();
+  std::string lines;
+  lines.reserve(whole.size() + whole.size() / 4);
+  for (const char c : whole) {
+    if (c == '|') {
+      lines += "\r\n";
+    } else {
+      lines += c;
+    }
+  }
+  lines += "\r\n";
+  replaceFile(fileName, lines);
+}
+
+void WriteDxfFile(const std::string& path, const RecordTable& ChainTable) {
+  DxfDocument doc;
+  doc.DxfAddDimension(doc.DxfLayer, 55, 70, 55, 80, 60, 80, 60, 75, 90, "None");
+  doc.DxfAddDimension(doc.DxfLayer, 50, 70, 55, 70, 55, 65, 52.5F, 65, 0, "None");
+  doc.DxfAddDimension(doc.DxfLayer, 50, 70, 50, 80, 45, 80, 45, 75, 90, "Height");
+  doc.DxfAddDimension(doc.DxfLayer, 50, 80, 55, 80, 55, 85, 52.5F, 85, 0, "Width");
+  for (Int32 i = 1; i <= ChainTable.count(); ++i) {
+    const LineRecord& r = ChainTable[i];
+    doc.DxfAddLine(doc.DxfLayer, r.x1, -r.y1, 0, r.x2, -r.y2, 0);
+  }
+  doc.DxfWriteAll(path);
+}
+
+}  // namespace quern

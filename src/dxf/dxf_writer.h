@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+
+#include "base/line_tables.h"
+#include "base/numbers.h"
+
+namespace quern {
+
+// A 32-bit float in its shortest decimal form: whole numbers without a point,
+// "-" only for negative values (so -0 is "0"), 52.5 as "52.5".
+std::string dxfNumber(float v);
+
+// One export's text, built as the file will read with a bar for each line
+// end: a fixed header and tables, the blocks and the entities.
+class DxfDocument {
+ public:
+  std::string DxfEntities;
+  std::string DxfBlocks;
+  Int16 DxfBlockNumber = 0;
+  std::string DxfLayer = "Quern_CNC";
+
+  // A fixed DIMENSION entity referring to the next block, and that block.
+  void DxfAddDimension(const std::string& layer, float x13, float y13, float x14, float y14, float x10, float y10,
+                       float x11, float y11, float angle, const std::string& kind);
+  // An empty block *D<number>; moves on to the next number.
+  void DxfAddBlock();
+  void DxfAddLine(const std::string& layer, float x1, float y1, float z1, float x2, float y2, float z2);
+  static std::string DxfHeaderText();
+  // The whole file with bars for line ends.
+  std::string text() const;
+  // Writes text() cut at its bars into CR LF lines: beside the target first,
+  // then renamed over it, so a failed write leaves an existing file as it
+  // was. Throws FileError naming the file and the reason.
+  void DxfWriteAll(const std::string& fileName) const;
+};
+
+// Writes ChainTable, records 1 to its count, as LINE entities from
+// (x1, -y1, 0) to (x2, -y2, 0) after the fixed frame of four dimensions.
+void WriteDxfFile(const std::string& path, const RecordTable& ChainTable);
+
+}  // namespace quern
