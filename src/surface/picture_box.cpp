@@ -255,6 +255,15 @@ void PictureBox::Line(float x1, float y1, float x2, float y2, std::optional<Colo
   Int32 ay = roundToInt32(toPixelY(y1));
   const Int32 bx = roundToInt32(toPixelX(x2));
   const Int32 by = roundToInt32(toPixelY(y2));
+  // A line wholly beyond one edge of the bitmap draws nothing; skipping it
+  // keeps far-off coordinates from costing a loop over every pixel between.
+  const Int32 reach = DrawWidth;
+  if (std::max(ax, bx) < -reach || std::min(ax, bx) >= innerW_ + reach || std::max(ay, by) < -reach ||
+      std::min(ay, by) >= innerH_ + reach) {
+    CurrentX = x2;
+    CurrentY = y2;
+    return;
+  }
   const Int32 dx = std::abs(bx - ax);
   const Int32 dy = -std::abs(by - ay);
   const Int32 sx = ax < bx ? 1 : -1;
