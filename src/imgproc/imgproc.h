@@ -74,11 +74,12 @@ class ImgProc {
   // The host hears of changes to its properties by name ("Picture", "Picwidth", ...).
   std::function<void(const std::string&)> PropertyChanged;
 
-  Host& host() { return *host_; }
-  void setHost(Host* host) { host_ = host ? host : &quiet_; }
+  Host& host() { return host_ ? *host_ : quiet_; }
+  void setHost(Host* host) { host_ = host; }
 
-  // Commits a scratch box's bitmap as the picture of the control.
-  void commit(PictureBox& scratch) { setPicture(scratch.Image()); }
+  // Commits a scratch box's bitmap as the picture of the control. This is the
+  // inner box taking a picture, not the property: the host hears nothing.
+  void commit(PictureBox& scratch) { Picture1.setPicture(scratch.Image()); }
   // Reads the source of an operation: the stored picture, or the bitmap with
   // what was drawn since (takeimage).
   Picture source(bool takeimage) const { return takeimage ? Picture1.Image() : Picture1.picture(); }
@@ -99,7 +100,7 @@ class ImgProc {
   }
 
   QuietHost quiet_;
-  Host* host_;
+  Host* host_;  // null: the quiet host, so that a copy never points into another control
 };
 
 }  // namespace quern
