@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "base/host.h"
+#include "base/line_tables.h"
 #include "base/numbers.h"
 #include "surface/picture_box.h"
 
@@ -83,6 +84,13 @@ class ImgProc {
   // Reads the source of an operation: the stored picture, or the bitmap with
   // what was drawn since (takeimage).
   Picture source(bool takeimage) const { return takeimage ? Picture1.Image() : Picture1.picture(); }
+
+  // --- Thinning and listing -------------------------------------------------
+  // Peels the stored picture to lines one pixel wide, commits them black on
+  // white and lists every line pixel in LineTable, by x then y. A picture over
+  // 5600 pixels, or a listing that would not leave chain assembly a spare
+  // record, is refused with a message and changes nothing.
+  void thin(RecordTable& LineTable);
 
   // --- Rescaling ------------------------------------------------------------
 
