@@ -1,5 +1,6 @@
 #include "processing/thinning.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstring>
 #include <string>
@@ -137,18 +138,28 @@ ThinOutcome ThinGrid::loadgrid(PictureBox& picture, Int16 width, Int16 height, R
   byColumn_.assign(cells, 0);
   byRow_.assign(cells, 0);
   foreground_ = 0;
+  tick_ = 0;
+  columnChanged_.assign(static_cast<std::size_t>(width) + 1, 0);
+  rowChanged_.assign(static_cast<std::size_t>(height) + 1, 0);
+  for (std::vector<Memo>& m : memo_) m.assign(static_cast<std::size_t>(std::max(width, height)) + 1, Memo{});
 
+  // Read row by row, as the bitmap lies; the column copy then gives way
+  // after each column.
   const Colour* bits = picture.bits();
   const Int32 pw = picture.pixelWidth();
   const Int32 ph = picture.pixelHeight();
-  for (Int32 x = 0; x < width; ++x) {
-    for (Int32 y = 0; y < height; ++y) {
-      const Colour c = x < pw && y < ph ? bits[static_cast<std::size_t>(y) * pw + x] : kNoColour;
-      const std::uint8_t set = redOf(c) == 0 ? 1 : 0;
-      byColumn_[index(x, y)] = set;
-      byRow_[static_cast<std::size_t>(y) * (width + 1) + x] = set;
-      foreground_ += set;
+  const std::size_t rowStride = static_cast<std::size_t>(width) + 1;
+  for (Int32 y = 0; y < std::min<Int32>(height, ph); ++y) {
+    const Colour* pixels = bits + static_cast<std::size_t>(y) * pw;
+    std::uint8_t* cells = byRow_.data() + static_cast<std::size_t>(y) * rowStride;
+    for (Int32 x = 0; x < std::min<Int32>(width, pw); ++x) {
+      cells[x] = redOf(pixels[x]) == 0 ? 1 : 0;
+      foreground_ += cells[x];
     }
+  }
+  for (Int32 x = 0; x < width; ++x) {
+    std::uint8_t* column = byColumn_.data() + index(x, 0);
+    for (Int32 y = 0; y < height; ++y) column[y] = byRow_[static_cast<std::size_t>(y) * rowStride + x];
     host.DoEvents();
   }
   return thingrid(picture, LineTable, host);
@@ -195,11 +206,23 @@ bool ThinGrid::peelPass(Side side, Host& host) {
   const Int32 length = byColumns ? gridheight_ : gridwidth_;
   const std::size_t stride = static_cast<std::size_t>(length) + 1;
   std::uint8_t* grid = byColumns ? byColumn_.data() : byRow_.data();
+  const std::vector<std::int64_t>& changed = byColumns ? columnChanged_ : rowChanged_;
+  std::vector<Memo>& memo = memo_[side];
 
   bool armed = true;  // once per pass: a removal late in one line disarms the start of the next
   bool peeled = false;
   for (Int32 l = 1; l < lines; ++l) {
-    const std::uint8_t* line = grid + static_cast<std::size_t>(l) * stride;
+    const auto at = static_cast<std::size_t>(l);
+    Memo& m = memo[at];
+    const std::int64_t lastChange = std::max({changed[at - 1], changed[at], changed[at + 1]});
+    if (m.scannedAt > lastChange && m.armedIn == armed) {
+      armed = m.armedOut;
+      host.DoEvents();
+      continue;
+    }
+    const std::int64_t now = ++tick_;
+    const bool armedIn = armed;
+    const std::uint8_t* line = grid + at * stride;
     const auto tryPeel = [&](Int32 pos) {
       if (!mayGo(line + pos, stride)) return false;
       clear(byColumns ? l : pos, byColumns ? pos : l);
@@ -207,6 +230,7 @@ bool ThinGrid::peelPass(Side side, Host& host) {
     };
     const bool took = side == kTop || side == kLeft ? scanLine<false>(line, length, armed, tryPeel)
                                                     : scanLine<true>(line, length, armed, tryPeel);
+    m = took ? Memo{} : Memo{now, armedIn, armed};
     peeled = peeled || took;
     host.DoEvents();
   }
@@ -224,6 +248,8 @@ bool ThinGrid::mayGo(const std::uint8_t* centre, std::size_t stride) {
 }
 
 void ThinGrid::clear(Int32 x, Int32 y) {
+  columnChanged_[static_cast<std::size_t>(x)] = tick_;
+  rowChanged_[static_cast<std::size_t>(y)] = tick_;
   byColumn_[index(x, y)] = 0;
   byRow_[static_cast<std::size_t>(y) * (gridwidth_ + 1) + x] = 0;
   --foreground_;
@@ -231,17 +257,23 @@ void ThinGrid::clear(Int32 x, Int32 y) {
 
 void ThinGrid::paintAndList(PictureBox& picture, RecordTable& LineTable, Host& host) const {
   host.PB(3).Max = static_cast<float>(gridwidth_ - 1);
-  const DeviceContext dc = picture.hDC();
+  // The box is the scratch copy that nobody shows before the commit, so it is
+  // painted row by row, straight into its bitmap, ahead of the listing.
+  Colour* bits = picture.bits();
+  const Int32 pw = picture.pixelWidth();
+  const Int32 ph = picture.pixelHeight();
+  for (Int32 y = 0; y < std::min<Int32>(gridheight_, ph); ++y) {
+    Colour* pixels = bits + static_cast<std::size_t>(y) * pw;
+    const std::uint8_t* cells = byRow_.data() + static_cast<std::size_t>(y) * (gridwidth_ + 1);
+    for (Int32 x = 0; x < std::min<Int32>(gridwidth_, pw); ++x) pixels[x] = cells[x] ? kBlack : kWhite;
+  }
   for (Int32 x = 0; x < gridwidth_; ++x) {
-    for (Int32 y = 0; y < gridheight_; ++y) {
-      if (!cell(x, y)) {
-        SetPixelV(dc, x, y, kWhite);
-        continue;
-      }
-      SetPixelV(dc, x, y, kBlack);
+    const std::uint8_t* column = byColumn_.data() + index(x, 0);
+    for (Int32 y = seek<false>(column, 0, gridheight_, 1); y < gridheight_;
+         y = seek<false>(column, y + 1, gridheight_, 1)) {
       const Int32 n = add32(LineTable.count(), 1);
       LineTable.count() = n;
-      // Beyond the table a cell is painted and counted, not stored.
+      // Beyond the table a cell is counted, not stored.
       if (RecordTable::inRange(n)) {
         LineTable[n].x1 = toFloat32(x);
         LineTable[n].y1 = toFloat32(y);

@@ -51,7 +51,6 @@ class ThinGrid {
 
   // The last cycle run, 0 before any.
   Int16 thincycle() const { return thincycle_; }
-  bool cell(Int32 x, Int32 y) const { return byColumn_[index(x, y)] != 0; }
 
  private:
   enum Side { kTop, kBottom, kLeft, kRight };
@@ -70,6 +69,19 @@ class ThinGrid {
   Int32 foreground_ = 0;
   std::vector<std::uint8_t> byColumn_;  // cell (x, y) at x * (height + 1) + y
   std::vector<std::uint8_t> byRow_;     // cell (x, y) at y * (width + 1) + x
+
+  // A line's scan depends only on it, its two neighbours and the armed state
+  // it starts in. A scan that took nothing is remembered, so that the same
+  // scan over unchanged lines can be skipped: late cycles change little.
+  struct Memo {
+    std::int64_t scannedAt = 0;  // 0: nothing remembered
+    bool armedIn = false;
+    bool armedOut = false;
+  };
+  std::int64_t tick_ = 0;                    // counts line scans
+  std::vector<std::int64_t> columnChanged_;  // tick of the last removal in each column
+  std::vector<std::int64_t> rowChanged_;
+  std::vector<Memo> memo_[4];  // per side, per line
 };
 
 }  // namespace quern
