@@ -214,8 +214,7 @@ bool ThinGrid::peelPass(Side side, Host& host) {
   for (Int32 l = 1; l < lines; ++l) {
     const auto at = static_cast<std::size_t>(l);
     Memo& m = memo[at];
-    const std::int64_t lastChange = std::max({changed[at - 1], changed[at], changed[at + 1]});
-    if (m.scannedAt > lastChange && m.armedIn == armed) {
+    if (m.scannedAt > changed[at] && m.armedIn == armed) {
       armed = m.armedOut;
       host.DoEvents();
       continue;

@@ -70,9 +70,13 @@ class ThinGrid {
   std::vector<std::uint8_t> byColumn_;  // cell (x, y) at x * (height + 1) + y
   std::vector<std::uint8_t> byRow_;     // cell (x, y) at y * (width + 1) + x
 
-  // A line's scan depends only on it, its two neighbours and the armed state
-  // it starts in. A scan that took nothing is remembered, so that the same
-  // scan over unchanged lines can be skipped: late cycles change little.
+  // A scan that took nothing is remembered and skipped the next time while
+  // its line and the armed state it starts in are the same: late cycles
+  // change little. The neighbouring lines don't matter: a failed ring test
+  // fails for as long as its cell stands, since removals only leave more
+  // neighbours alone, and a lone neighbour cannot go first (the cell would
+  // have to touch another of that neighbour's neighbours, which would touch
+  // the lone one too).
   struct Memo {
     std::int64_t scannedAt = 0;  // 0: nothing remembered
     bool armedIn = false;
