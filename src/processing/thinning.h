@@ -46,7 +46,9 @@ class ThinGrid {
   // picture above the grid limit is refused with a message, nothing touched.
   ThinOutcome loadgrid(PictureBox& picture, Int16 width, Int16 height, RecordTable& LineTable, Host& host);
   // Peels, then paints the survivors black on white into `picture` and lists
-  // them in LineTable, column by column.
+  // them in LineTable, column by column. A listing that would take the
+  // table's count past kThinMaxListed is refused with a message before
+  // anything is painted or stored.
   ThinOutcome thingrid(PictureBox& picture, RecordTable& LineTable, Host& host);
 
   // The last cycle run, 0 before any.
