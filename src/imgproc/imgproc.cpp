@@ -2,7 +2,7 @@
 
 namespace quern {
 
-ImgProc::ImgProc(Host* host) : host_(host ? host : &quiet_) {
+ImgProc::ImgProc(Host* host) : host_(host) {
   Picture1.AutoSize = true;
   Picture3.AutoSize = true;
   Picture4.AutoSize = true;
@@ -47,6 +47,6 @@ void ImgProc::setwh(Int16 w, Int16 h) {
   Picture1.setHeight(h);
 }
 
-void ImgProc::About() { host_->MsgBox("This control is created "); }
+void ImgProc::About() { host().MsgBox("This control is created "); }
 
 }  // namespace quern

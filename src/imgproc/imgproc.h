@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/host.h"
+#include "base/line_tables.h"
 #include "base/numbers.h"
 #include "processing/filters.h"
 #include "processing/random_source.h"
@@ -84,14 +85,22 @@ class ImgProc {
   // The host hears of changes to its properties by name ("Picture", "Picwidth", ...).
   std::function<void(const std::string&)> PropertyChanged;
 
-  Host& host() { return *host_; }
-  void setHost(Host* host) { host_ = host ? host : &quiet_; }
+  Host& host() { return host_ ? *host_ : quiet_; }
+  void setHost(Host* host) { host_ = host; }
 
-  // Commits a scratch box's bitmap as the picture of the control.
-  void commit(PictureBox& scratch) { setPicture(scratch.Image()); }
+  // Commits a scratch box's bitmap as the picture of the control. This is the
+  // inner box taking a picture, not the property: the host hears nothing.
+  void commit(PictureBox& scratch) { Picture1.setPicture(scratch.Image()); }
   // Reads the source of an operation: the stored picture, or the bitmap with
   // what was drawn since (takeimage).
   Picture source(bool takeimage) const { return takeimage ? Picture1.Image() : Picture1.picture(); }
+
+  // --- Thinning and listing -------------------------------------------------
+  // Peels the stored picture to lines one pixel wide, commits them black on
+  // white and lists every line pixel in LineTable, by x then y. A picture over
+  // 5600 pixels, or a listing that would not leave chain assembly a spare
+  // record, is refused with a message and changes nothing.
+  void thin(RecordTable& LineTable);
 
   // --- Rescaling ------------------------------------------------------------
   // Stretches the persistent bitmap by the factor (both ways, or one way) and
@@ -411,7 +420,7 @@ class ImgProc {
   bool shellReady_ = initShell();
 
   QuietHost quiet_;
-  Host* host_;
+  Host* host_;  // null: the quiet host, so that a copy never points into another control
 };
 
 }  // namespace quern

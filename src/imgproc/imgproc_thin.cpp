@@ -1,0 +1,30 @@
+#include "imgproc/imgproc.h"
+#include "processing/thinning.h"
+
+namespace quern {
+
+void ImgProc::thin(RecordTable& LineTable) {
+  const Picture stored = Picture1.picture();
+  // With no picture there is nothing to peel, and nothing to commit either.
+  if (!stored) {
+    host().PB(3).Value = 0.0F;
+    return;
+  }
+  // The native size, in hundredths of a millimetre, back to pixels. Checked
+  // before the 16-bit rounding so that a huge picture gets the plain refusal.
+  const Int32 width = roundToInt32(Picture1.ScaleX(static_cast<float>(stored->Width()), kScaleHimetric, kScalePixels));
+  const Int32 height =
+      roundToInt32(Picture1.ScaleY(static_cast<float>(stored->Height()), kScaleHimetric, kScalePixels));
+  if (refuseOversizeForThinning(width, height, host())) return;
+
+  Picture3.setPicture(stored);
+  struct EmptyScratch {
+    PictureBox& box;
+    ~EmptyScratch() { box.setPicture(nullptr); }
+  } emptyScratch{Picture3};
+  ThinGrid grid;
+  const ThinOutcome outcome = grid.loadgrid(Picture3, toInt16(width), toInt16(height), LineTable, host());
+  if (outcome == ThinOutcome::Listed || outcome == ThinOutcome::TooNarrow) commit(Picture3);
+}
+
+}  // namespace quern

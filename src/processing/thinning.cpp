@@ -1,0 +1,287 @@
+#include "processing/thinning.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <string>
+
+namespace quern {
+
+namespace {
+
+constexpr Int16 ringOf(RingCells ring) {
+  ring[1][1] = 0;
+  for (int i = 0; i < 3; ++i) {
+    for (int j = 0; j < 3; ++j) {
+      if (ring[i][j] != 1) continue;
+      ring[i][j] = 0;
+      bool alone = true;
+      for (int u = (i > 0 ? i - 1 : 0); u <= (i < 2 ? i + 1 : 2); ++u) {
+        for (int v = (j > 0 ? j - 1 : 0); v <= (j < 2 ? j + 1 : 2); ++v) {
+          if (ring[u][v] == 1) alone = false;
+        }
+      }
+      ring[i][j] = 1;
+      if (alone) return 0;
+    }
+  }
+  return 1;
+}
+
+// Neighbour k of the ring sits at bit k of a mask, in this order of (i, j).
+constexpr int kRingI[8] = {0, 1, 2, 0, 2, 0, 1, 2};
+constexpr int kRingJ[8] = {0, 0, 0, 1, 1, 2, 2, 2};
+
+// ringtest for every one of the 256 neighbourhoods, worked out once.
+constexpr std::array<std::uint8_t, 256> kRingTable = [] {
+  std::array<std::uint8_t, 256> table{};
+  for (int mask = 0; mask < 256; ++mask) {
+    RingCells ring{};
+    for (int k = 0; k < 8; ++k) ring[kRingI[k]][kRingJ[k]] = static_cast<Int16>((mask >> k) & 1);
+    table[static_cast<std::size_t>(mask)] = static_cast<std::uint8_t>(ringOf(ring));
+  }
+  return table;
+}();
+
+// The next cell from `pos` on, in scan order, that holds `v`; `stop` when
+// none. Cells are 0 or 1, so eight at a time are tested as one word: after
+// flipping for v = 0, the first non-zero byte is the cell sought. Lines are
+// short, which makes this quicker than a library call per run.
+template <bool Backward>
+Int32 seek(const std::uint8_t* line, Int32 pos, Int32 stop, std::uint8_t v) {
+  static_assert(std::endian::native == std::endian::little);
+  const std::uint64_t flip = v ? 0 : 0x0101010101010101ULL;
+  std::uint64_t word = 0;
+  if constexpr (Backward) {
+    for (; pos - 7 > stop; pos -= 8) {
+      std::memcpy(&word, line + pos - 7, sizeof word);
+      word ^= flip;
+      if (word) return pos - 7 + (63 - std::countl_zero(word)) / 8;
+    }
+    for (; pos > stop; --pos) {
+      if (line[pos] == v) return pos;
+    }
+  } else {
+    for (; pos + 8 <= stop; pos += 8) {
+      std::memcpy(&word, line + pos, sizeof word);
+      word ^= flip;
+      if (word) return pos + std::countr_zero(word) / 8;
+    }
+    for (; pos < stop; ++pos) {
+      if (line[pos] == v) return pos;
+    }
+  }
+  return stop;
+}
+
+// One column or row of a pass: cells 1 to length - 1, cell 0 and cell
+// `length` (beyond the picture) being read only. `armed` carries over from
+// line to line. A cell that may be peeled starts a run of set cells and faces
+// a clear cell outward, which is the cell scanned just before it; so the scan
+// hops from run to run instead of visiting every cell.
+template <bool Backward, typename TryPeel>
+bool scanLine(const std::uint8_t* line, Int32 length, bool& armed, TryPeel&& tryPeel) {
+  constexpr Int32 step = Backward ? -1 : 1;
+  const Int32 stop = Backward ? 0 : length;
+  Int32 pos = Backward ? length - 1 : 1;
+  bool peeled = false;
+  while (pos != stop) {
+    if (!armed) {
+      pos = seek<Backward>(line, pos, stop, 0);
+      if (pos == stop) break;
+      armed = true;
+      pos += step;
+      continue;
+    }
+    pos = seek<Backward>(line, pos, stop, 1);
+    if (pos == stop) break;
+    const bool took = line[pos - step] == 0 && tryPeel(pos);
+    peeled = peeled || took;
+    // The rest of the run faces a set cell outward, so the next chance is
+    // past its end; a removal disarms the scan until then.
+    pos = seek<Backward>(line, pos + step, stop, 0);
+    if (pos == stop) {
+      armed = !took;
+      break;
+    }
+    armed = true;
+    pos += step;
+  }
+  return peeled;
+}
+
+// One step of PB(3), never past its Max.
+void progressStep(ProgressBar& bar, float below) {
+  if (bar.Value < below) bar.Value = std::min(bar.Value + 1.0F, bar.Max);
+}
+
+}  // namespace
+
+Int16 ringtest(RingCells ringcells) {
+  return ringOf(ringcells);
+}
+
+bool refuseOversizeForThinning(Int32 width, Int32 height, Host& host) {
+  if (width <= kThinGridLimit && height <= kThinGridLimit) return false;
+  host.MsgBox("Image too large to thin: " + std::to_string(width) + " by " + std::to_string(height) +
+              " pixels. Thinning takes images of up to " + std::to_string(kThinGridLimit) + " by " +
+              std::to_string(kThinGridLimit) + " pixels.");
+  return true;
+}
+
+ThinOutcome ThinGrid::loadgrid(PictureBox& picture, Int16 width, Int16 height, RecordTable& LineTable, Host& host) {
+  if (refuseOversizeForThinning(width, height, host)) return ThinOutcome::TooLarge;
+  if (width < 0 || height < 0) throw SurfaceError("Invalid picture size for thinning");
+  gridwidth_ = width;
+  gridheight_ = height;
+  const std::size_t cells = static_cast<std::size_t>(width + 1) * static_cast<std::size_t>(height + 1);
+  byColumn_.assign(cells, 0);
+  byRow_.assign(cells, 0);
+  foreground_ = 0;
+  tick_ = 0;
+  columnChanged_.assign(static_cast<std::size_t>(width) + 1, 0);
+  rowChanged_.assign(static_cast<std::size_t>(height) + 1, 0);
+  for (std::vector<Memo>& m : memo_) m.assign(static_cast<std::size_t>(std::max(width, height)) + 1, Memo{});
+
+  // Read row by row, as the bitmap lies; the column copy then gives way
+  // after each column.
+  const Colour* bits = picture.bits();
+  const Int32 pw = picture.pixelWidth();
+  const Int32 ph = picture.pixelHeight();
+  const std::size_t rowStride = static_cast<std::size_t>(width) + 1;
+  for (Int32 y = 0; y < std::min<Int32>(height, ph); ++y) {
+    const Colour* pixels = bits + static_cast<std::size_t>(y) * pw;
+    std::uint8_t* cells = byRow_.data() + static_cast<std::size_t>(y) * rowStride;
+    for (Int32 x = 0; x < std::min<Int32>(width, pw); ++x) {
+      cells[x] = redOf(pixels[x]) == 0 ? 1 : 0;
+      foreground_ += cells[x];
+    }
+  }
+  for (Int32 x = 0; x < width; ++x) {
+    std::uint8_t* column = byColumn_.data() + index(x, 0);
+    for (Int32 y = 0; y < height; ++y) column[y] = byRow_[static_cast<std::size_t>(y) * rowStride + x];
+    host.DoEvents();
+  }
+  return thingrid(picture, LineTable, host);
+}
+
+ThinOutcome ThinGrid::thingrid(PictureBox& picture, RecordTable& LineTable, Host& host) {
+  host.PB(3).Value = 0.0F;
+  thincycle_ = 0;
+  if (gridwidth_ < kThinMinWidth) return ThinOutcome::TooNarrow;
+
+  bool live[4] = {true, true, true, true};
+  for (Int16 cycle = 1; cycle <= kThinMaxCycles; ++cycle) {
+    thincycle_ = cycle;
+    bool peeled[4] = {false, false, false, false};
+    for (Side side : {kTop, kBottom, kLeft, kRight}) {
+      ProgressBar& bar = host.PB(3);
+      progressStep(bar, side == kLeft ? bar.Max : 100.0F);
+      if (live[side]) peeled[side] = peelPass(side, host);
+    }
+    progressStep(host.PB(3), 100.0F);
+    // A side that took nothing this cycle is retired for the rest of the run.
+    bool anyLive = false;
+    for (int side = 0; side < 4; ++side) {
+      live[side] = live[side] && peeled[side];
+      anyLive = anyLive || live[side];
+    }
+    if (!anyLive) break;
+  }
+
+  if (static_cast<long long>(LineTable.count()) + foreground_ > kThinMaxListed) {
+    host.PB(3).Value = 0.0F;
+    host.MsgBox("Too many line pixels to list: thinning left " + std::to_string(foreground_) +
+                ", and the line table takes " + std::to_string(kThinMaxListed) +
+                ". Please try a smaller scale or a smaller image.");
+    return ThinOutcome::TooManyPixels;
+  }
+  paintAndList(picture, LineTable, host);
+  return ThinOutcome::Listed;
+}
+
+bool ThinGrid::peelPass(Side side, Host& host) {
+  const bool byColumns = side == kTop || side == kBottom;
+  const Int32 lines = byColumns ? gridwidth_ : gridheight_;
+  const Int32 length = byColumns ? gridheight_ : gridwidth_;
+  const std::size_t stride = static_cast<std::size_t>(length) + 1;
+  std::uint8_t* grid = byColumns ? byColumn_.data() : byRow_.data();
+  const std::vector<std::int64_t>& changed = byColumns ? columnChanged_ : rowChanged_;
+  std::vector<Memo>& memo = memo_[side];
+
+  bool armed = true;  // once per pass: a removal late in one line disarms the start of the next
+  bool peeled = false;
+  for (Int32 l = 1; l < lines; ++l) {
+    const auto at = static_cast<std::size_t>(l);
+    Memo& m = memo[at];
+    if (m.scannedAt > changed[at] && m.armedIn == armed) {
+      armed = m.armedOut;
+      host.DoEvents();
+      continue;
+    }
+    const std::int64_t now = ++tick_;
+    const bool armedIn = armed;
+    const std::uint8_t* line = grid + at * stride;
+    const auto tryPeel = [&](Int32 pos) {
+      if (!mayGo(line + pos, stride)) return false;
+      clear(byColumns ? l : pos, byColumns ? pos : l);
+      return true;
+    };
+    const bool took = side == kTop || side == kLeft ? scanLine<false>(line, length, armed, tryPeel)
+                                                    : scanLine<true>(line, length, armed, tryPeel);
+    m = took ? Memo{} : Memo{now, armedIn, armed};
+    peeled = peeled || took;
+    host.DoEvents();
+  }
+  return peeled;
+}
+
+// The ring test read from whichever copy of the grid is being scanned: the
+// test is the same for a neighbourhood and its mirror across the diagonal.
+bool ThinGrid::mayGo(const std::uint8_t* centre, std::size_t stride) {
+  const std::uint8_t* before = centre - stride;
+  const std::uint8_t* after = centre + stride;
+  const unsigned mask = before[-1] | before[0] << 1 | before[1] << 2 | centre[-1] << 3 | centre[1] << 4 |
+                        after[-1] << 5 | after[0] << 6 | after[1] << 7;
+  return kRingTable[mask] != 0;
+}
+
+void ThinGrid::clear(Int32 x, Int32 y) {
+  columnChanged_[static_cast<std::size_t>(x)] = tick_;
+  rowChanged_[static_cast<std::size_t>(y)] = tick_;
+  byColumn_[index(x, y)] = 0;
+  byRow_[static_cast<std::size_t>(y) * (gridwidth_ + 1) + x] = 0;
+  --foreground_;
+}
+
+void ThinGrid::paintAndList(PictureBox& picture, RecordTable& LineTable, Host& host) const {
+  host.PB(3).Max = static_cast<float>(gridwidth_ - 1);
+  // The box is the scratch copy that nobody shows before the commit, so it is
+  // painted row by row, straight into its bitmap, ahead of the listing.
+  Colour* bits = picture.bits();
+  const Int32 pw = picture.pixelWidth();
+  const Int32 ph = picture.pixelHeight();
+  for (Int32 y = 0; y < std::min<Int32>(gridheight_, ph); ++y) {
+    Colour* pixels = bits + static_cast<std::size_t>(y) * pw;
+    const std::uint8_t* cells = byRow_.data() + static_cast<std::size_t>(y) * (gridwidth_ + 1);
+    for (Int32 x = 0; x < std::min<Int32>(gridwidth_, pw); ++x) pixels[x] = cells[x] ? kBlack : kWhite;
+  }
+  for (Int32 x = 0; x < gridwidth_; ++x) {
+    const std::uint8_t* column = byColumn_.data() + index(x, 0);
+    for (Int32 y = seek<false>(column, 0, gridheight_, 1); y < gridheight_;
+         y = seek<false>(column, y + 1, gridheight_, 1)) {
+      const Int32 n = add32(LineTable.count(), 1);
+      LineTable.count() = n;
+      // Beyond the table a cell is counted, not stored.
+      if (RecordTable::inRange(n)) {
+        LineTable[n].x1 = toFloat32(x);
+        LineTable[n].y1 = toFloat32(y);
+      }
+    }
+    host.PB(3).Value = static_cast<float>(x);
+    host.DoEvents();
+  }
+  host.PB(3).Value = 0.0F;
+}
+
+}  // namespace quern

@@ -1,0 +1,93 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "base/host.h"
+#include "base/line_tables.h"
+#include "base/numbers.h"
+#include "surface/picture_box.h"
+
+namespace quern {
+
+// Grid indices run from 0 to 5600: the peeling reads one cell beyond the
+// picture on the right and below, so a picture may be up to 5600 pixels.
+inline constexpr Int32 kThinGridLimit = 5600;
+inline constexpr Int16 kThinMinWidth = 10;
+inline constexpr Int16 kThinMaxCycles = 100;
+// The listing must leave one record spare for chain assembly.
+inline constexpr Int32 kThinMaxListed = RecordTable::kLastRecord - 1;
+
+// A cell's 3 by 3 neighbourhood: ringcells[i][j] is grid cell (x + i - 1, y + j - 1).
+using RingCells = std::array<std::array<Int16, 3>, 3>;
+
+// 1 when the centre cell may go: every set neighbour touches another set
+// neighbour (diagonals included, the centre not counting). Connected groups
+// are not counted, so a cell between two separate pairs may go.
+Int16 ringtest(RingCells ringcells);
+
+// Tells the user when a picture is above the grid limit; true then.
+bool refuseOversizeForThinning(Int32 width, Int32 height, Host& host);
+
+enum class ThinOutcome {
+  Listed,         // peeled, painted and listed
+  TooNarrow,      // under 10 pixels wide: nothing peeled, painted or listed
+  TooLarge,       // refused before loading: the picture exceeds the grid
+  TooManyPixels,  // refused after peeling: the listing would not fit the table
+};
+
+// The working store of one thinning run: the cells of the picture plus one
+// column and one row beyond it, which read as background. It is held twice,
+// column by column and row by row, so that every pass scans memory in order.
+class ThinGrid {
+ public:
+  // Reads the picture (red byte 0 is foreground) and calls thingrid. A
+  // picture above the grid limit is refused with a message, nothing touched.
+  ThinOutcome loadgrid(PictureBox& picture, Int16 width, Int16 height, RecordTable& LineTable, Host& host);
+  // Peels, then paints the survivors black on white into `picture` and lists
+  // them in LineTable, column by column. A listing that would take the
+  // table's count past kThinMaxListed is refused with a message before
+  // anything is painted or stored.
+  ThinOutcome thingrid(PictureBox& picture, RecordTable& LineTable, Host& host);
+
+  // The last cycle run, 0 before any.
+  Int16 thincycle() const { return thincycle_; }
+
+ private:
+  enum Side { kTop, kBottom, kLeft, kRight };
+
+  std::size_t index(Int32 x, Int32 y) const {
+    return static_cast<std::size_t>(x) * static_cast<std::size_t>(gridheight_ + 1) + static_cast<std::size_t>(y);
+  }
+  bool peelPass(Side side, Host& host);
+  static bool mayGo(const std::uint8_t* centre, std::size_t stride);
+  void clear(Int32 x, Int32 y);
+  void paintAndList(PictureBox& picture, RecordTable& LineTable, Host& host) const;
+
+  Int16 gridwidth_ = 0;
+  Int16 gridheight_ = 0;
+  Int16 thincycle_ = 0;
+  Int32 foreground_ = 0;
+  std::vector<std::uint8_t> byColumn_;  // cell (x, y) at x * (height + 1) + y
+  std::vector<std::uint8_t> byRow_;     // cell (x, y) at y * (width + 1) + x
+
+  // A scan that took nothing is remembered and skipped the next time while
+  // its line and the armed state it starts in are the same: late cycles
+  // change little. The neighbouring lines don't matter: a failed ring test
+  // fails for as long as its cell stands, since removals only leave more
+  // neighbours alone, and a lone neighbour cannot go first (the cell would
+  // have to touch another of that neighbour's neighbours, which would touch
+  // the lone one too).
+  struct Memo {
+    std::int64_t scannedAt = 0;  // 0: nothing remembered
+    bool armedIn = false;
+    bool armedOut = false;
+  };
+  std::int64_t tick_ = 0;                    // counts line scans
+  std::vector<std::int64_t> columnChanged_;  // tick of the last removal in each column
+  std::vector<std::int64_t> rowChanged_;
+  std::vector<Memo> memo_[4];  // per side, per line
+};
+
+}  // namespace quern
