@@ -11,10 +11,10 @@
 #include "base/host.h"
 #include "base/line_tables.h"
 #include "base/numbers.h"
-#include "processing/filters.h"
-#include "processing/random_source.h"
 #include "imgproc/control_shell.h"
 #include "imgproc/property_bag.h"
+#include "processing/filters.h"
+#include "processing/random_source.h"
 #include "surface/picture_box.h"
 
 namespace quern {
