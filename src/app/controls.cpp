@@ -1,0 +1,44 @@
+#include "app/controls.h"
+
+#include <charconv>
+#include <limits>
+
+namespace quern {
+
+namespace {
+std::string_view trimmed(const std::string& text) {
+  std::string_view v(text);
+  while (!v.empty() && (v.front() == ' ' || v.front() == '\t')) v.remove_prefix(1);
+  while (!v.empty() && (v.back() == ' ' || v.back() == '\t')) v.remove_suffix(1);
+  return v;
+}
+}  // namespace
+
+std::string decimalText(double value) {
+  char buf[64];
+  const auto [end, ec] = std::to_chars(buf, buf + sizeof buf, value);
+  return ec == std::errc() ? std::string(buf, end) : std::string("0");
+}
+
+std::optional<Int32> readWhole32(const std::string& text) {
+  std::string_view v = trimmed(text);
+  if (!v.empty() && v.front() == '+') v.remove_prefix(1);
+  if (v.empty()) return std::nullopt;
+  long long n = 0;
+  const auto [end, ec] = std::from_chars(v.data(), v.data() + v.size(), n);
+  if (ec != std::errc() || end != v.data() + v.size()) return std::nullopt;
+  if (n < std::numeric_limits<Int32>::min() || n > std::numeric_limits<Int32>::max()) return std::nullopt;
+  return static_cast<Int32>(n);
+}
+
+std::optional<double> readNumber(const std::string& text) {
+  std::string_view v = trimmed(text);
+  if (!v.empty() && v.front() == '+') v.remove_prefix(1);
+  if (v.empty()) return std::nullopt;
+  double d = 0.0;
+  const auto [end, ec] = std::from_chars(v.data(), v.data() + v.size(), d);
+  if (ec != std::errc() || end != v.data() + v.size()) return std::nullopt;
+  return d;
+}
+
+}  // namespace quern

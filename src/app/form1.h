@@ -1,0 +1,150 @@
+#pragma once
+
+#include <array>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "app/controls.h"
+#include "app/platform.h"
+#include "base/host.h"
+#include "imgproc/imgproc.h"
+#include "surface/picture_box.h"
+#include "vector/session.h"
+
+namespace quern {
+
+// The main window as plain C++: its controls as values, the session it owns
+// and every handler. A window or a batch run shows and drives it; the form
+// reaches them only through the Platform.
+//
+// Requests from outside (clicks, menu entries, the scroll bar that starts
+// stage 1) go through click(), menu() and scroll(): each runs behind one
+// error boundary, and while one is running another that would start a stage,
+// load or export is refused, since the running one must finish with the
+// surfaces and tables it began with.
+class Form1 : public Host {
+ public:
+  explicit Form1(Platform& platform);
+  Form1(const Form1&) = delete;
+  Form1& operator=(const Form1&) = delete;
+
+  Session session;
+
+  // The hidden surfaces of the stages, and a sixth one of the "Treat" button.
+  ImgProc IPCH{this};
+  ImgProc IPC1{this};
+  ImgProc IPC2{this};
+  ImgProc IPC3{this};
+  ImgProc IPCT{this};
+  ImgProc IPCTreat{this};
+
+  PictureBox Picture1;  // the preview, laid out in twips
+  PictureBox Picture2;  // small copy of the original in the hidden frame
+
+  TextBox Text1{"1", true};
+  TextBox Text2{"200", true};
+  TextBox Text3{"1", false};
+  TextBox Text4{"1", true};
+  TextBox Text5{"Filename...", false};
+  HScrollBar HScroll1{1, 300, 100};
+  HScrollBar HScroll2{1, 255, 200};
+  HScrollBar HScroll3{0, 3, 1};
+  HScrollBar HScroll6{1, 100, 1};
+  CheckBox Check1;  // "Continue"
+  CheckBox Check2;  // "Show original"
+  CheckBox Check3;  // "QuickLogic"
+  CommandButton Command8{"Apply"};
+  CommandButton Command9{"Apply"};
+  CommandButton Command10{"Apply"};
+  CommandButton Command13{"Apply"};
+  CommandButton Command14{"Apply"};
+  CommandButton Command15{"Apply"};
+  std::array<Label, 6> Stat{Label{"Stats"}, Label{"Stats"}, Label{"Stats"},
+                            Label{"Stats"}, Label{"Stats"}, Label{"Stats"}};
+
+  // --- Host: what the surfaces and chain routines reach -----------------
+  void DoEvents() override { platform_.DoEvents(); }
+  ProgressBar& PB(Int16 index) override { return progressBarAt(bars_, index); }
+  void MsgBox(const std::string& text) override { platform_.MsgBox(text); }
+  Int32 TwipsPerPixelX() const override { return platform_.TwipsPerPixelX(); }
+  Int32 TwipsPerPixelY() const override { return platform_.TwipsPerPixelY(); }
+
+  // --- Start-up and the stage chain -------------------------------------
+  void Form_Load();
+  void SetStage(Int16 stage);
+  void ChangeStats();
+  void Command8_Click();
+  void Command9_Click();
+  void Command10_Click();
+  void Command13_Click();
+  void Command14_Click();
+  void Command15_Click();
+  void HScroll1_Change();
+  void HScroll2_Change();
+  void HScroll3_Change();
+  void HScroll6_Change();
+  void Command1_Click();
+
+  // --- Image intake -----------------------------------------------------
+  void loadimage_Click();
+  void Command3_Click();
+  void Command4_Click();
+  void Restormenu_Click();
+  void exportimage_Click();
+
+  // --- The side chain ---------------------------------------------------
+  void Command11_Click();
+  void Command2_Click();
+  void Command5_Click();
+  void Command6_Click();
+  void Command7_Click();
+  void DoGeneralize_Click();
+
+  // --- Requests from the window or a batch run --------------------------
+  // A click on a button by its control name. False when it was refused
+  // (the button is off, or another request is running) or has no handler.
+  bool click(std::string_view control);
+  // A menu entry by its name ("loadimage", "exportimage", "Restormenu", ...).
+  bool menu(std::string_view entry);
+  // Moves a scroll bar to `value` and fires its change. False when refused:
+  // a value outside the bar's range, or HScroll1 while a request runs.
+  bool scroll(std::string_view control, Int32 value);
+  // The scroll bars by name, for views: HScroll1, HScroll2, HScroll3, HScroll6.
+  HScrollBar& scrollBar(std::string_view control);
+  CommandButton* button(std::string_view control);
+  CheckBox& checkBox(std::string_view control);
+
+  bool busy() const { return running_; }
+  // The state of the stage chain: the last row of the state table applied.
+  Int16 stage() const { return stage_; }
+  // The text of the last error caught by the boundary; empty when none.
+  const std::string& lastError() const { return lastError_; }
+
+ private:
+  // Runs `fn` behind the error boundary; refused (false) while another request runs.
+  bool request(std::string_view what, const std::function<void()>& fn);
+  void fitPreview(float boxWidth, float boxHeight);
+  void paintPreview(const Picture& pic);
+  double readScale() const;
+  Int32 readCount(const TextBox& box, std::string_view row) const;
+  // Text3 as a whole number, or a message to the user and nothing.
+  std::optional<Int32> readTolerance();
+  void beginStage(Int16 stage);
+  // Stage 6 and the normalisation passes skip a failing step and go on.
+  void skipOnFailure(const std::function<void()>& step);
+
+  Platform& platform_;
+  ProgressBar bars_[7];
+  bool running_ = false;
+  Int16 runningStage_ = 0;
+  Int16 stage_ = 0;
+  std::string lastError_;
+};
+
+// The extension test of the intake: the last three characters of the path,
+// case included; nothing when the path is shorter than three characters.
+std::optional<std::string> pictureExtension(const std::string& path);
+bool isPictureExtension(const std::string& extension);
+
+}  // namespace quern
