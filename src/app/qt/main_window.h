@@ -1,0 +1,63 @@
+#pragma once
+
+#include <QMainWindow>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "app/form1.h"
+#include "app/qt/qt_platform.h"
+
+class QCheckBox;
+class QLabel;
+class QLineEdit;
+class QProgressBar;
+class QPushButton;
+class QScrollBar;
+
+namespace quern {
+
+class PictureBoxView;
+
+// The main window: one widget for each control of the form at its place,
+// the menus, and the wiring of their events to the form's requests.
+class MainWindow : public QMainWindow {
+  Q_OBJECT
+ public:
+  // Takes the platform so tests can script its dialogs.
+  explicit MainWindow(std::unique_ptr<QtPlatform> platform = std::make_unique<QtPlatform>());
+  ~MainWindow() override;
+
+  Form1& form() { return *form_; }
+  // Brings every widget up to date with the form's values.
+  void sync();
+  // The widget of a control by its name ("Command8", "PB(3)", "Stat(0)", ...).
+  QWidget* control(const std::string& name) const;
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+
+ private:
+  void build();
+  void buildMenus();
+  QWidget* makeWidget(const struct ControlPlace& place, QWidget* parent);
+  // Runs one event of the user behind the window's own boundary: nothing may
+  // escape into Qt's event loop.
+  void guarded(const std::function<void()>& fn);
+  void afterRequest();
+
+  std::unique_ptr<QtPlatform> platform_;
+  std::unique_ptr<Form1> form_;
+  std::map<std::string, QWidget*> widgets_;
+  std::map<std::string, QPushButton*> buttons_;
+  std::map<std::string, QScrollBar*> scrolls_;
+  std::map<std::string, QCheckBox*> checks_;
+  std::map<Int16, QProgressBar*> bars_;
+  std::map<std::string, QLineEdit*> texts_;
+  QLabel* stats_[6] = {};
+  PictureBoxView* preview_ = nullptr;
+  PictureBoxView* small_ = nullptr;
+  bool closePending_ = false;
+};
+
+}  // namespace quern
