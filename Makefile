@@ -48,6 +48,10 @@ run: build
 	  echo "No display found: run 'make run' from a desktop session (or under xvfb-run)."; exit 1; fi
 	./$(BUILD)/quernline
 
+# The headless driver on the built-in picture: demo.dxf and the preview demo.png.
+demo: build
+	./$(BUILD)/quernline-batch --preview demo.png demo.dxf
+
 bench: build
 	@for b in $(BUILD)/bench/bench_*; do [ -x "$$b" ] && { echo "== $$b"; "$$b" --benchmark_min_time=0.2; }; done; true
 

@@ -1,0 +1,58 @@
+// Whole-process timings of quernline-batch: start, stages, written DXF.
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include <QDir>
+#include <QTemporaryDir>
+#include <string>
+#include <vector>
+
+#include "drawings.h"
+
+extern char** environ;
+
+namespace {
+
+int runBatch(const std::vector<std::string>& args) {
+  std::vector<std::string> all = {QUERN_BATCH_PATH};
+  all.insert(all.end(), args.begin(), args.end());
+  std::vector<char*> argv;
+  for (std::string& a : all) argv.push_back(a.data());
+  argv.push_back(nullptr);
+  posix_spawn_file_actions_t quiet;
+  posix_spawn_file_actions_init(&quiet);
+  posix_spawn_file_actions_addopen(&quiet, 1, "/dev/null", O_WRONLY, 0);
+  posix_spawn_file_actions_addopen(&quiet, 2, "/dev/null", O_WRONLY, 0);
+  pid_t pid = 0;
+  int status = -1;
+  if (posix_spawn(&pid, argv[0], &quiet, nullptr, argv.data(), environ) == 0) waitpid(pid, &status, 0);
+  posix_spawn_file_actions_destroy(&quiet);
+  return status;
+}
+
+void runAndCheck(benchmark::State& state, const std::vector<std::string>& args) {
+  for (auto _ : state) {
+    if (runBatch(args) != 0) {
+      state.SkipWithError("quernline-batch failed");
+      return;
+    }
+  }
+}
+
+void BM_BatchBuiltInPicture(benchmark::State& state) {
+  QTemporaryDir dir;
+  runAndCheck(state, {dir.filePath("out.dxf").toStdString()});
+}
+BENCHMARK(BM_BatchBuiltInPicture)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+void BM_BatchLineDrawing1500(benchmark::State& state) {
+  QTemporaryDir dir;
+  const QString picture = dir.filePath("drawing1500.bmp");
+  quern::tools::lineDrawing(1500, 1500).save(picture);
+  runAndCheck(state, {picture.toStdString(), dir.filePath("out.dxf").toStdString()});
+}
+BENCHMARK(BM_BatchLineDrawing1500)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+}  // namespace

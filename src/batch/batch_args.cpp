@@ -1,0 +1,96 @@
+#include "batch/batch_args.h"
+
+#include <cmath>
+
+#include "app/controls.h"
+
+namespace quern {
+
+const char* const kBatchUsage =
+    "usage: quernline-batch [--scale F] [--blur N] [--threshold T] [--tolerance K] [--reorder]\n"
+    "                       [--no-original] [--preview FILE.png] [PICTURE] DRAWING.dxf\n"
+    "  --scale F       rescale factor, 0.01 to 3 in steps of 0.01 (default 1)\n"
+    "  --blur N        smoothing runs, 0 to 3 (default 1)\n"
+    "  --threshold T   black-and-white threshold, 1 to 255 (default 200)\n"
+    "  --tolerance K   simplification tolerance in twips, 1 to 100 (default 1)\n"
+    "  --reorder       string all segments into one path (clears QuickLogic)\n"
+    "  --no-original   draw the preview lines on an empty box\n"
+    "  --preview FILE  save the preview as a PNG picture\n"
+    "  PICTURE         a .jpg, .JPG, .bmp, .BMP, .gif or .GIF file (default: the built-in picture)\n";
+
+namespace {
+struct Range {
+  const char* option;
+  Int32 min;
+  Int32 max;
+  Int32 BatchArgs::*field;
+};
+constexpr Range kWholeOptions[] = {
+    {"--blur", 0, 3, &BatchArgs::blur},
+    {"--threshold", 1, 255, &BatchArgs::threshold},
+    {"--tolerance", 1, 100, &BatchArgs::tolerance},
+};
+}  // namespace
+
+BatchParse parseBatchArgs(const std::vector<std::string>& argv) {
+  BatchParse out;
+  BatchArgs args;
+  std::vector<std::string> positional;
+  auto fail = [&out](std::string why) {
+    out.error = std::move(why);
+    return out;
+  };
+  for (std::size_t i = 0; i < argv.size(); ++i) {
+    const std::string& a = argv[i];
+    auto value = [&]() -> std::optional<std::string> {
+      if (i + 1 >= argv.size()) return std::nullopt;
+      return argv[++i];
+    };
+    if (a == "--help" || a == "-h") {
+      out.help = true;
+      return out;
+    }
+    if (a == "--reorder") {
+      args.reorder = true;
+    } else if (a == "--no-original") {
+      args.noOriginal = true;
+    } else if (a == "--preview") {
+      const auto v = value();
+      if (!v || v->empty()) return fail("--preview needs a file name");
+      args.preview = *v;
+    } else if (a == "--scale") {
+      const auto v = value();
+      const std::optional<double> f = v ? readNumber(*v) : std::nullopt;
+      if (!f) return fail("--scale needs a number from 0.01 to 3");
+      const double hundredths = *f * 100.0;
+      const double whole = std::round(hundredths);
+      if (!(whole >= 1.0 && whole <= 300.0) || std::abs(hundredths - whole) > 1e-6) {
+        return fail("--scale " + *v + " is refused: the scale runs from 0.01 to 3 in steps of 0.01");
+      }
+      args.scale = static_cast<Int32>(whole);
+    } else if (a.starts_with("--")) {
+      const Range* range = nullptr;
+      for (const Range& r : kWholeOptions) {
+        if (a == r.option) range = &r;
+      }
+      if (!range) return fail("unknown option " + a);
+      const auto v = value();
+      const std::optional<Int32> n = v ? readWhole32(*v) : std::nullopt;
+      if (!n || *n < range->min || *n > range->max) {
+        return fail(a + " " + (v ? *v : std::string()) + " is refused: it takes a whole number from " +
+                    std::to_string(range->min) + " to " + std::to_string(range->max));
+      }
+      args.*(range->field) = *n;
+    } else {
+      positional.push_back(a);
+    }
+  }
+  if (positional.empty()) return fail("the DXF drawing to write is missing");
+  if (positional.size() > 2) return fail("too many files: give at most a picture and a drawing");
+  if (positional.size() == 2) args.picture = positional[0];
+  args.drawing = positional.back();
+  out.args = std::move(args);
+  return out;
+}
+
+}  // namespace quern

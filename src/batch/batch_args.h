@@ -1,0 +1,36 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/numbers.h"
+
+namespace quern {
+
+// What a batch run is asked to do, with every value already in the range of
+// the scroll bar that sets it.
+struct BatchArgs {
+  Int32 scale = 100;  // HScroll1: hundredths, 1 to 300
+  Int32 blur = 1;     // HScroll3: 0 to 3
+  Int32 threshold = 200;  // HScroll2: 1 to 255
+  Int32 tolerance = 1;    // HScroll6: 1 to 100
+  bool reorder = false;
+  bool noOriginal = false;
+  std::optional<std::string> preview;
+  std::optional<std::string> picture;
+  std::string drawing;
+};
+
+// The arguments, or the reason they cannot be taken (with `help` set when
+// only the usage was asked for).
+struct BatchParse {
+  std::optional<BatchArgs> args;
+  std::string error;
+  bool help = false;
+};
+
+BatchParse parseBatchArgs(const std::vector<std::string>& argv);
+extern const char* const kBatchUsage;
+
+}  // namespace quern
