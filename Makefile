@@ -9,7 +9,7 @@ CMAKE_GEN  := -G Ninja
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 PACKAGES := cmake ninja-build g++ make pkg-config qt6-base-dev libgl-dev \
             libgtest-dev libgmock-dev libbenchmark-dev \
-            python3 python3-ezdxf python3-pil xvfb xauth
+            python3 python3-ezdxf python3-pil xvfb xauth fonts-dejavu-extra
 
 .PHONY: all deps configure build test test-asan run bench demo clean
 

@@ -21,7 +21,9 @@ namespace quern {
 
 namespace {
 constexpr int kTwipsPerPixelOnScreen = 15;
-constexpr int kFontPixels = 11;
+constexpr int kFontPixels = 10;
+// A narrow face, so that captions fit the widths the layout gives them.
+constexpr const char* kFontFamily = "DejaVu Sans Condensed";
 
 QRect toPixels(const ControlPlace& p) {
   return QRect(p.left / kTwipsPerPixelOnScreen, p.top / kTwipsPerPixelOnScreen, p.width / kTwipsPerPixelOnScreen,
@@ -65,11 +67,10 @@ QWidget* MainWindow::makeWidget(const ControlPlace& place, QWidget* parent) {
       } else {
         auto* g = new QGroupBox(text(place.caption), parent);
         if (place.name == "Frame6") {
-          // Only the caption is bold: the labels inside keep the window's font.
+          // Only the caption is bold; build() gives the labels inside the window's font again.
           QFont f = g->font();
           f.setBold(true);
           g->setFont(f);
-          g->setStyleSheet("QGroupBox > QWidget { font-weight: normal; }");
         }
         if (place.name == "Frame5") fillBackground(g, Qt::white);
         w = g;
@@ -164,8 +165,9 @@ QWidget* MainWindow::makeWidget(const ControlPlace& place, QWidget* parent) {
 void MainWindow::build() {
   auto* client = new QWidget(this);
   fillBackground(client, colourOf(kForm1BackColor));
-  // The layout is in twips for a small dialog font of about 11 pixels.
+  // The layout is in twips for a small, narrow dialog font.
   QFont font = client->font();
+  font.setFamily(kFontFamily);
   font.setPixelSize(kFontPixels);
   client->setFont(font);
   setCentralWidget(client);
@@ -173,6 +175,9 @@ void MainWindow::build() {
     QWidget* parent = place.parent.empty() ? client : widgets_.at(std::string(place.parent));
     widgets_[std::string(place.name)] = makeWidget(place, parent);
   }
+  QFont plain = font;
+  plain.setBold(false);  // set explicitly, or the frame's bold caption would be inherited
+  for (QWidget* inside : widgets_.at("Frame6")->findChildren<QWidget*>()) inside->setFont(plain);
   texts_.at("Text3")->setReadOnly(false);
   connect(texts_.at("Text3"), &QLineEdit::textEdited, this,
           [this](const QString& t) { form_->Text3.Text = t.toStdString(); });
