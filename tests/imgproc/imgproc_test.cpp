@@ -5,63 +5,64 @@
 #include <string>
 #include <vector>
 
+#include "face_fixtures.h"
+
 namespace quern {
 namespace {
 
-TEST(ImgProcPicture, TellsTheHostPictureWidthHeightAndEmptiesToOneByOne) {
-  ImgProc ipc;
-  EXPECT_EQ(ipc.picwidth(), 1);
+using testing::Rect;
+
+TEST(ImgProcPicture, TellsTheHostOfPictureWritesButNotOfCommitsAndEmptiesToOneByOne) {
+  QuietHost host;
+  ImgProc ipc(&host);
   std::vector<std::string> heard;
   ipc.PropertyChanged = [&](const std::string& name) { heard.push_back(name); };
-  const std::vector<std::string> order = {"Picture", "Picwidth", "Picheight"};
-
   ipc.setPicture(makeFilledPicture(700, 557, kWhite));
-  EXPECT_EQ(heard, order);
-  EXPECT_EQ(ipc.picwidth(), 700);
-  EXPECT_EQ(ipc.picheight(), 557);
+  EXPECT_EQ(heard, (std::vector<std::string>{"Picture", "Picwidth", "Picheight"}));
   ipc.setPicture(nullptr);
-  EXPECT_EQ(heard.size(), 6U);
-  EXPECT_EQ(ipc.picwidth(), 1);
-  EXPECT_EQ(ipc.picheight(), 1);
+  EXPECT_EQ(ipc.picwidth() + ipc.picheight(), 2);
   EXPECT_EQ(handleOf(ipc.picture()), 0);
-
-  // Sizes set by a host and the commits of operations are not property writes.
   ipc.setwh(30, 40);
-  EXPECT_EQ(ipc.picheight(), 40);
   ipc.Picture3.setPicture(makeFilledPicture(5, 6, kBlack));
   ipc.commit(ipc.Picture3);
   EXPECT_EQ(heard.size(), 6U);
-}
-
-TEST(ImgProcPicture, DrawingShowsInTheBitmapButNotInThePictureUntilCommitted) {
-  ImgProc ipc;
-  const Picture original = makeFilledPicture(8, 6, kWhite);
-  ipc.setPicture(original);
-  ipc.Picture1.PSet(2, 3, kRed);
-  SetPixelV(ipc.Picture1.hDC(), 4, 1, kBlue);
-  EXPECT_EQ(ipc.Picture1.Point(2, 3), kRed);
-  EXPECT_EQ(GetPixel(ipc.Picture1.hDC(), 4, 1), kBlue);
-  EXPECT_EQ(ipc.picture(), original);
-  EXPECT_EQ(ipc.source(false)->pixel(2, 3), kWhite);
-  EXPECT_EQ(ipc.source(true)->pixel(4, 1), kBlue);
-
-  ipc.Picture1.Cls();
-  EXPECT_EQ(ipc.Picture1.Point(2, 3), kWhite) << "Cls drops what was not committed";
-
-  ipc.Picture1.PSet(2, 3, kRed);
-  ipc.Picture4.setPicture(makeFilledPicture(3, 4, kWhite));
-  ipc.Picture4.PaintPicture(ipc.image(), 0, 0);
-  ipc.commit(ipc.Picture4);
-  EXPECT_EQ(ipc.picture()->pixel(2, 3), kRed);
-  EXPECT_EQ(ipc.picwidth(), 3) << "the commit sets the size";
-  ipc.Picture1.Cls();
-  EXPECT_EQ(ipc.Picture1.Point(2, 3), kRed) << "a committed result survives Cls";
-}
-
-TEST(ImgProcPicture, AboutShowsItsMessageThroughItsHost) {
-  QuietHost host;
-  ImgProc(&host).About();
+  ipc.About();
   EXPECT_EQ(host.messages, std::vector<std::string>{"This control is created "});
+}
+
+TEST(ImgProcThin, ThinsTheStoredPictureAndCommitsTheResult) {
+  ImgProc ipc;
+  RecordTable LineTable("LineTable");
+  ipc.thin(LineTable);  // no picture: nothing to do, nothing listed
+  EXPECT_EQ(LineTable.count(), 0);
+  ipc.setPicture(testing::whiteWithBlack(12, 5, {Rect{4, 1, 7, 4}}));
+  ipc.Picture1.Line(0, 4, 11, 4, kBlack);  // drawn since the last commit: not read
+  ipc.thin(LineTable);
+  ASSERT_EQ(LineTable.count(), 3);  // the block's middle row
+  for (Int32 i = 1; i <= 3; ++i) EXPECT_EQ(LineTable[i], (LineRecord{static_cast<float>(3 + i), 2, 0, 0, 0}));
+  EXPECT_EQ(ipc.picture()->pixels(), testing::whiteWithBlack(12, 5, {Rect{4, 2, 7, 3}})->pixels());
+  EXPECT_TRUE(testing::scratchEmpty(ipc));
+}
+
+TEST(ImgProcThin, RefusesPicturesBeyondTheGridAndChangesNothing) {
+  for (const auto& [w, h] : {std::pair{5601, 12}, {12, 5601}, {5600, 12}}) {
+    QuietHost host;
+    ImgProc ipc(&host);
+    RecordTable LineTable("LineTable");
+    LineTable.count() = 3;
+    const Picture big = testing::whiteWithBlack(w, h, {Rect{w - 4, 4, w, 7}});
+    ipc.setPicture(big);
+    ipc.Picture1.PSet(1, 1, kRed);
+    ipc.thin(LineTable);
+    const bool refused = w * h > 5600 * 12;
+    EXPECT_EQ(host.messages.size(), refused ? 1U : 0U);
+    EXPECT_EQ(ipc.picture() == big, refused);
+    EXPECT_EQ(ipc.Picture1.Point(1, 1) == kRed, refused) << "a refusal loses not even what was drawn";
+    EXPECT_EQ(LineTable.count(), refused ? 3 : 7);
+    if (refused) {
+      EXPECT_NE(host.messages[0].find("5600"), std::string::npos);
+    }
+  }
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -18,17 +19,20 @@ inline PictureBox boxWith(const Picture& picture) {
 // Pixels from a fixed little generator, so a failure can be replayed.
 inline Picture noisePicture(Int32 w, Int32 h, std::uint32_t seed = 7) {
   std::vector<Colour> px(static_cast<std::size_t>(w) * h);
-  for (Colour& c : px) {
-    seed = seed * 1664525U + 1013904223U;
-    c = static_cast<Colour>(seed >> 8) & 0xFFFFFF;
-  }
+  for (Colour& c : px) c = static_cast<Colour>((seed = seed * 1664525U + 1013904223U) >> 8) & 0xFFFFFF;
   return makePicture(w, h, std::move(px));
+}
+
+// A 3 by 3 picture of greys, row by row.
+inline Picture greys3(const std::array<Int32, 9>& values) {
+  std::vector<Colour> px;
+  for (Int32 v : values) px.push_back(rgb(v, v, v));
+  return makePicture(3, 3, std::move(px));
 }
 
 inline Colour at(PictureBox& box, Int32 x, Int32 y) {
   return GetPixel(box.hDC(), x, y);
 }
-
 inline Colour grey(Int32 v) {
   return rgb(v, v, v);
 }

@@ -4,6 +4,7 @@
 // the reference the fast ThinGrid must match pixel for pixel, record for
 // record, and in every progress step and chance to run.
 
+#include <algorithm>
 #include <vector>
 
 #include "base/host.h"
@@ -25,36 +26,23 @@ class LiteralThinning {
       for (Int32 y = 0; y < h_; ++y) at(x, y) = redOf(picture.Point(x, y)) == 0 ? 1 : 0;
       host.DoEvents();
     }
-    thingrid(picture, LineTable, host);
-  }
-
- private:
-  Int16& at(Int32 x, Int32 y) { return grid_[static_cast<std::size_t>(x + (w_ + 1) * y)]; }
-
-  static void step(ProgressBar& bar, float below) {
-    if (bar.Value < below && bar.Value + 1 <= bar.Max) bar.Value += 1;
-  }
-
-  void thingrid(PictureBox& picture, RecordTable& LineTable, Host& host) {
-    host.PB(3).Value = 0;
+    ProgressBar& bar = host.PB(3);
+    bar.Value = 0;
     if (w_ < 10) return;
-    bool peeled[4] = {false, false, false, false};
-    bool live[4] = {true, true, true, true};
+    bool live[4] = {true, true, true, true};  // top, bottom, left, right
     for (thincycle = 1; thincycle <= 100; ++thincycle) {
+      bool peeled[4] = {};
       for (int side = 0; side < 4; ++side) {
-        step(host.PB(3), side == 2 ? host.PB(3).Max : 100);
-        if (live[side]) pass(side, peeled[side], host);
+        step(bar, side == 2 ? bar.Max : 100);
+        if (live[side]) peeled[side] = pass(side, host);
       }
-      step(host.PB(3), 100);
-      for (int s = 0; s < 4; ++s) {
-        if (!peeled[s]) live[s] = false;
-        peeled[s] = false;
-      }
-      if (!live[0] && !live[1] && !live[2] && !live[3]) break;
+      step(bar, 100);
+      for (int s = 0; s < 4; ++s) live[s] = live[s] && peeled[s];
+      if (!(live[0] || live[1] || live[2] || live[3])) break;
     }
-    if (thincycle > 100) thincycle = 100;
+    thincycle = std::min<Int16>(thincycle, 100);
 
-    host.PB(3).Max = static_cast<float>(w_ - 1);
+    bar.Max = static_cast<float>(w_ - 1);
     for (Int32 x = 0; x < w_; ++x) {
       for (Int32 y = 0; y < h_; ++y) {
         SetPixelV(picture.hDC(), x, y, at(x, y) == 1 ? 0 : 0xFFFFFF);
@@ -64,50 +52,51 @@ class LiteralThinning {
           LineTable[LineTable.count()].y1 = static_cast<float>(y);
         }
       }
-      host.PB(3).Value = static_cast<float>(x);
+      bar.Value = static_cast<float>(x);
       host.DoEvents();
     }
-    host.PB(3).Value = 0;
+    bar.Value = 0;
   }
 
-  // Sides 0 to 3: top, bottom, left, right.
-  void pass(int side, bool& peeled, Host& host) {
+ private:
+  Int16& at(Int32 x, Int32 y) { return grid_[static_cast<std::size_t>(x + (w_ + 1) * y)]; }
+
+  static void step(ProgressBar& bar, float below) {
+    if (bar.Value < below && bar.Value + 1 <= bar.Max) bar.Value += 1;
+  }
+
+  bool pass(int side, Host& host) {
     static constexpr int kDx[4] = {0, 0, -1, 1};  // outward neighbour
     static constexpr int kDy[4] = {-1, 1, 0, 0};
     const bool byColumns = side < 2;
     const Int32 outer = byColumns ? w_ : h_;
     const Int32 inner = byColumns ? h_ : w_;
-    armed_ = true;
+    bool peeled = false;
+    bool armed = true;  // a peeled cell disarms the scan until it meets background
     for (Int32 a = 1; a <= outer - 1; ++a) {
       for (Int32 k = 1; k <= inner - 1; ++k) {
         const Int32 b = side % 2 == 0 ? k : inner - k;  // bottom and right count down
         const Int32 x = byColumns ? a : b;
         const Int32 y = byColumns ? b : a;
-        visit(x, y, x + kDx[side], y + kDy[side], peeled);
+        if (!armed) {
+          armed = at(x, y) == 0;
+          continue;
+        }
+        RingCells ring{};
+        for (int i = 0; i < 9; ++i) ring[i / 3][i % 3] = at(x + i / 3 - 1, y + i % 3 - 1);
+        if (at(x, y) == 1 && at(x + kDx[side], y + kDy[side]) == 0 && ringtest(ring) == 1) {
+          at(x, y) = 0;
+          armed = false;
+          peeled = true;
+        }
       }
       host.DoEvents();
     }
-  }
-
-  void visit(Int32 x, Int32 y, Int32 ox, Int32 oy, bool& peeled) {
-    if (!armed_) {
-      if (at(x, y) == 0) armed_ = true;
-      return;
-    }
-    RingCells ringcells{};
-    for (int i = 0; i < 3; ++i) {
-      for (int j = 0; j < 3; ++j) ringcells[i][j] = at(x + i - 1, y + j - 1);
-    }
-    if (at(x, y) == 1 && at(ox, oy) == 0 && ringtest(ringcells) == 1) {
-      at(x, y) = 0;
-      armed_ = false;
-      peeled = true;
-    }
+    return peeled;
   }
 
   Int32 w_ = 0;
   Int32 h_ = 0;
-  bool armed_ = true;
   std::vector<Int16> grid_;
 };
 

@@ -2,10 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <optional>
 #include <random>
+#include <sstream>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "thin_oracle.h"
@@ -14,6 +13,14 @@ namespace quern {
 namespace {
 
 using Art = std::vector<std::string>;
+
+// Rows of a picture joined by '/'.
+Art rows(const std::string& joined) {
+  Art art;
+  std::istringstream in(joined);
+  for (std::string row; std::getline(in, row, '/');) art.push_back(row);
+  return art;
+}
 
 // '#' black, 'c' cyan (red byte 0), 'r' almost black (red byte 1), else white.
 Picture pictureOf(const Art& art) {
@@ -26,11 +33,9 @@ Picture pictureOf(const Art& art) {
 
 Art artOf(const Picture& p) {
   Art art(static_cast<std::size_t>(p->pixelHeight()));
-  for (Int32 y = 0; y < p->pixelHeight(); ++y) {
-    for (Int32 x = 0; x < p->pixelWidth(); ++x) {
-      const Colour c = p->pixel(x, y);
-      art[static_cast<std::size_t>(y)] += c == kBlack ? '#' : c == kWhite ? '.' : '?';
-    }
+  for (Int32 i = 0; i < p->pixelWidth() * p->pixelHeight(); ++i) {
+    const Colour c = p->pixel(i % p->pixelWidth(), i / p->pixelWidth());
+    art[static_cast<std::size_t>(i / p->pixelWidth())] += c == kBlack ? '#' : c == kWhite ? '.' : '?';
   }
   return art;
 }
@@ -57,76 +62,42 @@ Thinned thinOnBox(const Picture& pic, RecordTable& table, Host& host) {
 }
 
 TEST(RingTest, LetsACellGoOnlyWhenNoSetNeighbourIsAlone) {
-  const std::pair<Art, Int16> cases[] = {
-      {{"...", ".#.", "..."}, 1},  // isolated
-      {{"#..", ".#.", "..."}, 0},  // a line end
-      {{".##", "...", "..."}, 1},  // a corner; the centre doesn't count
-      {{".#.", "..#", "..."}, 1},  // touching diagonally
-      {{"...", "#.#", "..."}, 0},  // the middle of a line
-      {{"#..", "...", "..#"}, 0},  // the middle of a diagonal
-      {{".##", "...", "##."}, 1},  // two separate pairs
-      {{".##", "...", ".#."}, 0},  // a branch
-      {{"###", "#.#", "###"}, 1},  // all eight
-      {{"##.", "#..", "..#"}, 0},  // a pair and a lone corner
+  const std::pair<const char*, Int16> cases[] = {
+      {".../.#./...", 1},  // isolated
+      {"#../.#./...", 0},  // a line end
+      {".##/.../...", 1},  // a corner; the centre doesn't count
+      {".#./..#/...", 1},  // touching diagonally
+      {".../#.#/...", 0},  // the middle of a line
+      {"#../.../..#", 0},  // the middle of a diagonal
+      {".##/.../##.", 1},  // two separate pairs
+      {".##/.../.#.", 0},  // a branch
+      {"###/#.#/###", 1},  // all eight
+      {"##./#../..#", 0},  // a pair and a lone corner
   };
-  for (const auto& [art, expected] : cases) {
+  for (const auto& [joined, expected] : cases) {
+    const Art art = rows(joined);
     RingCells ring{};
-    for (int i = 0; i < 3; ++i) {
-      for (int j = 0; j < 3; ++j) ring[i][j] = art[j][i] == '#' ? 1 : 0;
-    }
-    EXPECT_EQ(ringtest(ring), expected) << ::testing::PrintToString(art);
+    for (int i = 0; i < 9; ++i) ring[i % 3][i / 3] = art[i / 3][i % 3] == '#' ? 1 : 0;
+    EXPECT_EQ(ringtest(ring), expected) << joined;
   }
 }
 
-// Rows of a picture joined by '/'.
-Art rows(const std::string& joined) {
-  Art art(1);
-  for (char c : joined) {
-    if (c == '/') {
-      art.emplace_back();
-    } else {
-      art.back() += c;
-    }
-  }
-  return art;
-}
-
-TEST(Thin, PeelsKnownShapesToTheirSkeletons) {
+TEST(Thin, PeelsKnownShapesToTheirSkeletonsAndListsThemByColumn) {
   struct Case {
     const char* what;
     const char* in;
     const char* out;
-    std::optional<Int16> cycles;
+    Int16 cycles;  // 0: not pinned
   };
   const Case cases[] = {
       {"a single cell goes, then cycle 2 ends the run", "........../.....#..../..........",
        "........../........../..........", 2},
-      {"cells in column 0 and row 0 stay", "...#....../#........./..........", "...#....../#........./..........", 1},
-      {"all background ends after cycle 1", "........../..........", "........../..........", 1},
       {"only the red byte decides", "........../c....r..../..........", "........../#........./..........", 1},
       {"one-pixel lines stay, ends included", "........../.######.../.........#/.#.......#/..#......#/...#......",
-       "........../.######.../.........#/.#.......#/..#......#/...#......", std::nullopt},
-      {"a bend loses its corner", "........../..####..../.....#..../.....#..../..........",
-       "........../..###...../.....#..../.....#..../..........", std::nullopt},
+       "........../.######.../.........#/.#.......#/..#......#/...#......", 0},
       {"a T loses the cell where stem meets bar", "........../.#######../....#...../....#...../..........",
-       "........../.###.###../....#...../....#...../..........", std::nullopt},
-      {"six cells split in two",
-       "........../........../........../........../.........."
-       "/.....#..../.....###../.....#.#../..........",
-       "........../........../........../........../........../........../.....#.#../.....#.#../..........",
-       std::nullopt},
-      {"a 2 by 2 block leaves its lower cells", "........../....##..../....##..../..........",
-       "........../........../....##..../..........", std::nullopt},
-      {"a 3 by 3 block leaves its middle row", "........../...###..../...###..../...###..../..........",
-       "........../........../...###..../........../..........", std::nullopt},
-      {"a bar three high keeps its middle row whole", "........../.#######../.#######../.#######../..........",
-       "........../........../.#######../........../..........", std::nullopt},
-      {"a bar four high keeps its third row less one cell each end",
-       "........../.#######../.#######../.#######../.#######../..........",
-       "........../........../........../..#####.../........../..........", std::nullopt},
-      {"the last row is peeled", "........../........##/........##", "........../.........#/.........#", std::nullopt},
-      {"the last column is peeled", "........../........##/........##/..........",
-       "........../........../........##/..........", std::nullopt},
+       "........../.###.###../....#...../....#...../..........", 0},
+      {"the last row is peeled", "........../........##/........##", "........../.........#/.........#", 0},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
@@ -137,9 +108,9 @@ TEST(Thin, PeelsKnownShapesToTheirSkeletons) {
     EXPECT_EQ(t.outcome, ThinOutcome::Listed);
     EXPECT_EQ(t.art, out);
     if (c.cycles) {
-      EXPECT_EQ(t.cycles, *c.cycles);
+      EXPECT_EQ(t.cycles, c.cycles);
     }
-    std::vector<LineRecord> expected, listed;  // by x, then by y
+    std::vector<LineRecord> expected, listed;
     for (std::size_t x = 0; x < out[0].size(); ++x) {
       for (std::size_t y = 0; y < out.size(); ++y) {
         if (out[y][x] == '#') expected.push_back({static_cast<float>(x), static_cast<float>(y), 0, 0, 0});
@@ -160,8 +131,7 @@ TEST(Thin, StopsAfterCycleOneHundredWithAVeryWideShapeStillThick) {
   for (std::size_t y = 140; y <= 160; ++y) EXPECT_EQ(t.art[y].substr(140, 21), std::string(21, '#'));
 }
 
-// Noise, thick strokes and blocks round the width limit, with bars and
-// tables left over from an earlier run.
+// Noise, thick strokes and blocks round the width limit.
 Picture randomPicture(std::mt19937& rng) {
   const auto w = std::uniform_int_distribution<Int32>(1, 40)(rng);
   const auto h = std::uniform_int_distribution<Int32>(1, 32)(rng);
@@ -184,19 +154,26 @@ Picture randomPicture(std::mt19937& rng) {
   return box.Image();
 }
 
-TEST(Thin, MatchesTheLiteralPeelingOnRandomPictures) {
+TEST(Thin, MatchesTheLiteralPeelingOnRandomPicturesInPixelsRecordsAndProgress) {
+  // The block takes over 20 cycles: at five steps a cycle the bar meets 100 on the way.
+  Art block(50, std::string(80, '.'));
+  for (std::size_t y = 2; y < 48; ++y) block[y].replace(2, 76, 76, '#');
   std::mt19937 rng(20240611);
   RecordTable fastTable("LineTable");
   RecordTable slowTable("LineTable");
   for (int round = 0; round < 400; ++round) {
     SCOPED_TRACE("round " + std::to_string(round));
-    const Picture pic = randomPicture(rng);
+    const Picture pic = round < 4 ? pictureOf(block) : randomPicture(rng);
     RecordingHost fastHost;
     RecordingHost slowHost;
+    // Bars and tables as an earlier run may have left them.
     fastHost.bars[3].Max = slowHost.bars[3].Max = std::array{100.0F, 9.0F, 30.0F, 699.0F}[round % 4];
     fastTable.count() = slowTable.count() = round % 3 == 0 ? 7 : 0;
 
     const Thinned fast = thinOnBox(pic, fastTable, fastHost);
+    if (round < 4) {
+      ASSERT_GT(fast.cycles, 21);
+    }
     PictureBox box;
     box.AutoSize = true;
     box.setPicture(pic);
@@ -209,29 +186,7 @@ TEST(Thin, MatchesTheLiteralPeelingOnRandomPictures) {
     for (Int32 i = 1; i <= fastTable.count(); ++i) ASSERT_EQ(fastTable[i], slowTable[i]) << i;
     ASSERT_EQ(fastHost.seen, slowHost.seen);
     ASSERT_EQ(fastHost.bars[3].Max, slowHost.bars[3].Max);
-  }
-}
-
-TEST(Thin, ProgressStepsStayWithinTheBar) {
-  // Peeling this block takes over 20 cycles, and five steps a cycle reach 100 after 20.
-  Art art(50, std::string(80, '.'));
-  for (std::size_t y = 2; y < 48; ++y) art[y].replace(2, 76, 76, '#');
-  for (const float priorMax : {100.0F, 9.0F, 699.0F}) {
-    RecordTable table("LineTable");
-    RecordingHost host;
-    host.bars[3].Max = priorMax;
-    const Thinned t = thinOnBox(pictureOf(art), table, host);
-    ASSERT_GT(t.cycles, 21);
-    float highest = 0.0F;  // while peeling: past the 80 columns of loading, before the 80 of listing
-    for (std::size_t i = 80; i < host.seen.size() - 80; ++i) highest = std::max(highest, host.seen[i].first);
-    if (priorMax <= 100.0F) {
-      EXPECT_EQ(highest, priorMax);
-    } else {  // past 100 only the step before the left pass goes on, one a cycle
-      EXPECT_GE(highest, 100.0F + static_cast<float>(t.cycles - 21));  // the last step may come after the last pass
-      EXPECT_LE(highest, 100.0F + static_cast<float>(t.cycles - 20));
-    }
-    EXPECT_EQ(host.seen.back(), std::make_pair(79.0F, 79.0F));
-    EXPECT_EQ(host.bars[3].Value, 0.0F);
+    ASSERT_EQ(fastHost.bars[3].Value, 0.0F);
   }
 }
 

@@ -12,7 +12,6 @@
 namespace quern::testing {
 
 // The procedure as written: every link rescans the listing from record 1.
-// Quadratic, and the reference the indexed version must match.
 inline void literalBuildChains(RecordTable& lt, RecordTable& ct) {
   const Int32 n = lt.count();
   ct.count() = 1;
@@ -54,9 +53,9 @@ inline void literalBuildChains(RecordTable& lt, RecordTable& ct) {
   lt.count() = ct.count();
 }
 
-// The pass as written: every append searches all records again. The
-// reference the indexed version must match. It ends where nothing can be
-// picked, as the shipped pass does; as written it would search forever.
+// The pass as written: every append searches all records again. It ends
+// where nothing can be picked, as the shipped pass does; as written it would
+// search forever.
 inline void literalReorder(RecordTable& ct, RecordTable& ot) {
   const Int32 n = ct.count();
   for (Int32 i = 1; i <= n; ++i) {
@@ -79,25 +78,20 @@ inline void literalReorder(RecordTable& ct, RecordTable& ot) {
     for (Int32 i = 1; i <= n; ++i) {
       if (ot[i].x1 == 1000000.0F) continue;
       const double ds = std::sqrt((ot[i].x1 - ex) * (ot[i].x1 - ex) + (ot[i].y1 - ey) * (ot[i].y1 - ey));
+      const double de = std::sqrt((ot[i].x2 - ex) * (ot[i].x2 - ex) + (ot[i].y2 - ey) * (ot[i].y2 - ey));
       if (static_cast<float>(ds) < best) {
         best = static_cast<float>(ds);
         pick = i;
         reversed = false;
       }
-      const double de = std::sqrt((ot[i].x2 - ex) * (ot[i].x2 - ex) + (ot[i].y2 - ey) * (ot[i].y2 - ey));
       if (static_cast<float>(de) < best) {
         best = static_cast<float>(de);
         pick = i;
         reversed = true;
       }
-      if (ds == 0) {
+      if (ds == 0 || de == 0) {  // an exact hit ends the search, the start first
         pick = i;
-        reversed = false;
-        break;
-      }
-      if (de == 0) {
-        pick = i;
-        reversed = true;
+        reversed = ds != 0;
         break;
       }
     }
@@ -106,14 +100,7 @@ inline void literalReorder(RecordTable& ct, RecordTable& ot) {
     ct.count() += 1;
     LineRecord& r = ot[pick];
     LineRecord& t = ct[ct.count()];
-    if (!reversed) {
-      t = r;
-    } else {
-      t.x1 = r.x2;
-      t.y1 = r.y2;
-      t.x2 = r.x1;
-      t.y2 = r.y1;
-    }
+    t = reversed ? LineRecord{r.x2, r.y2, r.x1, r.y1, t.count} : r;
     r.x1 = r.y1 = r.x2 = r.y2 = 1000000.0F;
   }
 }

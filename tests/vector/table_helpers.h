@@ -10,24 +10,26 @@ namespace quern::testing {
 
 using Pixel = std::pair<int, int>;
 
-// Lists pixels in LineTable as thinning does: x1, y1 per record, in the given order.
-inline void listPixels(RecordTable& table, const std::vector<Pixel>& pixels) {
-  for (std::size_t k = 0; k < pixels.size(); ++k) {
-    LineRecord& r = table[static_cast<Int32>(k + 1)];
-    r.x1 = static_cast<float>(pixels[k].first);
-    r.y1 = static_cast<float>(pixels[k].second);
-  }
-  table.count() = static_cast<Int32>(pixels.size());
-}
-
-inline LineRecord segment(float x1, float y1, float x2, float y2) {
+inline LineRecord segment(float x1, float y1, float x2 = 0, float y2 = 0) {
   return {x1, y1, x2, y2, 0};
 }
 inline LineRecord separator() {
   return segment(-1, -1, -1, -1);
 }
 
-// Records first..last of a table, for whole-table comparisons.
+// Pixels as thinning lists them: x1, y1 per record, in the given order.
+inline std::vector<LineRecord> listing(const std::vector<Pixel>& pixels) {
+  std::vector<LineRecord> out;
+  for (const auto& [x, y] : pixels) out.push_back(segment(static_cast<float>(x), static_cast<float>(y)));
+  return out;
+}
+
+// Makes `recs` records 1..n of the table and n its count.
+inline void put(RecordTable& table, const std::vector<LineRecord>& recs) {
+  for (std::size_t k = 0; k < recs.size(); ++k) table[static_cast<Int32>(k + 1)] = recs[k];
+  table.count() = static_cast<Int32>(recs.size());
+}
+
 inline std::vector<LineRecord> records(const RecordTable& table, Int32 first, Int32 last) {
   std::vector<LineRecord> out;
   for (Int32 i = first; i <= last; ++i) out.push_back(table[i]);
