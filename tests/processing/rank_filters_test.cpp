@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <vector>
 
 #include "raster_fixtures.h"
 
@@ -53,11 +55,39 @@ TEST(RankFilters, OneColourWindowGivesThatColourPlusBias) {
   }
 }
 
-TEST(Diffuse, OffsetsThatLeaveTheStoreAreAnErrorNotAStrayRead) {
+TEST(PointFilters, ZeroRangesLeaveThePictureAndEmbossAndSolarizeFollowTheirRules) {
   QuietHost host;
   RandomSource random;
-  PictureBox box = boxWith(testing::noisePicture(12, 10));
-  EXPECT_THROW(rundiffuse(box, 0, 100, random, host), IndexError);
+  const Picture src = testing::noisePicture(12, 10);
+  PictureBox still = boxWith(src);
+  rundiffuse(still, 0, 0, random, host);
+  runsolarize(still, 0, 255, host);
+  EXPECT_EQ(still.Image()->pixels(), src->pixels());
+  EXPECT_THROW(rundiffuse(still, 0, 100, random, host), IndexError) << "offsets leaving the store";
+
+  PictureBox solar = boxWith(src);
+  runsolarize(solar, 128, 255, host);
+  for (Int32 y = 1; y < 9; ++y) {
+    for (Int32 x = 1; x < 11; ++x) {
+      const Colour c = at(solar, x, y);
+      EXPECT_GE(std::min({redOf(c), greenOf(c), blueOf(c)}), 128) << x << "," << y;
+    }
+  }
+
+  // Flat: the bias alone. Brighter than the lower-right neighbour by 200:
+  // 200 + 128 is limited to 255; darker by 200: |-200 + 128| = 72.
+  struct Case {
+    Colour centre, lowerRight, want;
+  };
+  for (const Case k : {Case{grey(50), grey(50), grey(128)}, {grey(250), grey(50), grey(255)},
+                       {grey(0), grey(200), grey(72)}}) {
+    std::vector<Colour> px(9, grey(50));
+    px[4] = k.centre;
+    px[8] = k.lowerRight;
+    PictureBox box = boxWith(makePicture(3, 3, px));
+    runemboss(box, 128, host);
+    EXPECT_EQ(at(box, 1, 1), k.want);
+  }
 }
 
 }  // namespace
