@@ -90,7 +90,9 @@ class ImgProc {
 
   // Commits a scratch box's bitmap as the picture of the control. This is the
   // inner box taking a picture, not the property: the host hears nothing.
-  void commit(PictureBox& scratch) { Picture1.setPicture(scratch.Image()); }
+  // The scratch box hands its bitmap over and is left empty, as every
+  // operation leaves it anyway.
+  void commit(PictureBox& scratch) { Picture1.setPicture(scratch.takeImage()); }
   // Reads the source of an operation: the stored picture, or the bitmap with
   // what was drawn since (takeimage).
   Picture source(bool takeimage) const { return takeimage ? Picture1.Image() : Picture1.picture(); }

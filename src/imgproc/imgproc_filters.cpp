@@ -10,7 +10,7 @@ namespace {
 // commit. takeimage False starts from the stored picture alone.
 template <typename Kernel>
 void runFilter(ImgProc& c, bool takeimage, Kernel kernel) {
-  ScratchGuard guard(c);
+  ScratchScope scratch(c);
   if (takeimage) {
     c.Picture3.setPicture(c.Picture1.Image());
   } else {
@@ -18,15 +18,15 @@ void runFilter(ImgProc& c, bool takeimage, Kernel kernel) {
     c.Picture3.Cls();
   }
   kernel(c.Picture3);
-  c.setPicture(c.Picture3.takeImage());
+  c.commit(c.Picture3);
 }
 }  // namespace
 
 void ImgProc::colnorm3(Int16 threshold) {
-  ScratchGuard guard(*this);
+  ScratchScope scratch(*this);
   Picture3.setPicture(Picture1.picture());
   makeblackwhite(Picture3, threshold, host());
-  setPicture(Picture3.takeImage());
+  commit(Picture3);
 }
 
 void ImgProc::filtercust3(const FilterArray& filter, Int16 filternorm, Int16 filterbias, bool takeimage, bool takeabs) {

@@ -2,7 +2,7 @@
 #include <string>
 
 #include "imgproc/imgproc.h"
-#include "imgproc/scratch_scope.h"
+#include "imgproc/scratch.h"
 
 namespace quern {
 

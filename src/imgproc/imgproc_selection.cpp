@@ -1,7 +1,7 @@
 #include <string>
 
 #include "imgproc/imgproc.h"
-#include "imgproc/scratch_scope.h"
+#include "imgproc/scratch.h"
 
 namespace quern {
 
@@ -57,15 +57,15 @@ Picture ImgProc::cutFrame(bool takeimage) {
 
 void ImgProc::getselpart(bool takeimage) {
   if (!hasSelection()) return;
-  ScratchScope scratch(*this, false);
-  setPicture(cutFrame(takeimage));
+  ScratchScope scratch(*this);
+  Picture1.setPicture(cutFrame(takeimage));
   Picture4.setPicture(nullptr);
   Shape1 = SelectionFrame{true, 0.0F, 0.0F, 0.0F, 0.0F};
 }
 
 Picture ImgProc::getselpartIMAGE(bool takeimage) {
   if (!hasSelection()) return nullptr;
-  ScratchScope scratch(*this, false);
+  ScratchScope scratch(*this);
   Picture cut = cutFrame(takeimage);
   Picture4.setPicture(nullptr);
   Shape1 = SelectionFrame{true, 0.0F, 0.0F, 0.0F, 0.0F};
@@ -73,7 +73,7 @@ Picture ImgProc::getselpartIMAGE(bool takeimage) {
 }
 
 void ImgProc::crop(Int16 X, Int16 Y, Int16 w, Int16 h, bool takeimage) {
-  ScratchScope scratch(*this, false);
+  ScratchScope scratch(*this);
   Picture3.setWidth(Picture1.Width());
   Picture3.setHeight(Picture1.Height());
   // A rectangle sticking out on the left or top moves inside; it keeps its size.
@@ -89,7 +89,7 @@ void ImgProc::crop(Int16 X, Int16 Y, Int16 w, Int16 h, bool takeimage) {
   Picture4.PaintPicture(takeimage ? Picture3.Image() : Picture3.picture(), 0.0F, 0.0F, Picture4.Width(),
                         Picture4.Height(), X, Y, w, h);
   Picture3.setPicture(nullptr);
-  setPicture(Picture4.Image());
+  commit(Picture4);
 }
 
 Picture ImgProc::copypart(Int16 X, Int16 Y, Int16 w, Int16 h, bool takeimage) {
@@ -102,7 +102,7 @@ Picture ImgProc::copypart(Int16 X, Int16 Y, Int16 w, Int16 h, bool takeimage) {
   if (add16(X, w) > pw) w = sub16(pw, X);
   if (add16(Y, h) > ph) h = sub16(ph, Y);
   refuseEmpty("copypart", X, Y, w, h);
-  ScratchScope scratch(*this, false);
+  ScratchScope scratch(*this);
   Picture4.setWidth(w);
   Picture4.setHeight(h);
   Picture3.setPicture(Picture1.picture());

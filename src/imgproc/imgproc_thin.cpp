@@ -1,4 +1,5 @@
 #include "imgproc/imgproc.h"
+#include "imgproc/scratch.h"
 #include "processing/thinning.h"
 
 namespace quern {
@@ -12,16 +13,13 @@ void ImgProc::thin(RecordTable& LineTable) {
   }
   // The native size, in hundredths of a millimetre, back to pixels. Checked
   // before the 16-bit rounding so that a huge picture gets the plain refusal.
-  const Int32 width = roundToInt32(Picture1.ScaleX(static_cast<float>(stored->Width()), kScaleHimetric, kScalePixels));
-  const Int32 height =
-      roundToInt32(Picture1.ScaleY(static_cast<float>(stored->Height()), kScaleHimetric, kScalePixels));
+  const auto [nativeW, nativeH] = nativeSize(Picture1);
+  const Int32 width = roundToInt32(nativeW);
+  const Int32 height = roundToInt32(nativeH);
   if (refuseOversizeForThinning(width, height, host())) return;
 
+  ScratchScope scratch(*this);
   Picture3.setPicture(stored);
-  struct EmptyScratch {
-    PictureBox& box;
-    ~EmptyScratch() { box.setPicture(nullptr); }
-  } emptyScratch{Picture3};
   ThinGrid grid;
   const ThinOutcome outcome = grid.loadgrid(Picture3, toInt16(width), toInt16(height), LineTable, host());
   if (outcome == ThinOutcome::Listed || outcome == ThinOutcome::TooNarrow) commit(Picture3);
