@@ -219,6 +219,17 @@ bool ImgProcView::forwardImageEvent(QEvent* event) {
     return std::pair{box.ScaleX(static_cast<float>(at.x()), kScalePixels, box.ScaleMode()),
                      box.ScaleY(static_cast<float>(at.y()), kScalePixels, box.ScaleMode())};
   };
+  // What a drag over or a drop hands the control; it may change the effect.
+  struct DropArgs {
+    DataObject data;
+    Int32 effect;
+    Int16 button, shift;
+    float x, y;
+  };
+  const auto dropArgs = [&](const QDropEvent* e) {
+    const auto [x, y] = toScale(e->position());
+    return DropArgs{dataOf(e->mimeData()), kDropEffectCopy, buttonsOf(e->buttons()), shiftOf(e->modifiers()), x, y};
+  };
   switch (event->type()) {
     case QEvent::MouseMove: {
       const auto* e = static_cast<QMouseEvent*>(event);
@@ -259,14 +270,10 @@ bool ImgProcView::forwardImageEvent(QEvent* event) {
     case QEvent::DragMove: {
       auto* e = static_cast<QDropEvent*>(event);
       if (c_.OLEDropMode() != kDropModeManual) return false;
-      DataObject data = dataOf(e->mimeData());
-      Int32 effect = kDropEffectCopy;
-      Int16 button = buttonsOf(e->buttons());
-      Int16 shift = shiftOf(e->modifiers());
-      auto [x, y] = toScale(e->position());
+      DropArgs a = dropArgs(e);
       Int16 state = event->type() == QEvent::DragEnter ? kDragEnter : kDragOver;
-      c_.Picture1_OLEDragOver(data, effect, button, shift, x, y, state);
-      if (effect != 0)
+      c_.Picture1_OLEDragOver(a.data, a.effect, a.button, a.shift, a.x, a.y, state);
+      if (a.effect != 0)
         e->acceptProposedAction();
       else
         e->ignore();
@@ -287,12 +294,8 @@ bool ImgProcView::forwardImageEvent(QEvent* event) {
     case QEvent::Drop: {
       auto* e = static_cast<QDropEvent*>(event);
       if (c_.OLEDropMode() != kDropModeManual) return false;
-      DataObject data = dataOf(e->mimeData());
-      Int32 effect = kDropEffectCopy;
-      Int16 button = buttonsOf(e->buttons());
-      Int16 shift = shiftOf(e->modifiers());
-      auto [x, y] = toScale(e->position());
-      c_.Picture1_OLEDragDrop(data, effect, button, shift, x, y);
+      DropArgs a = dropArgs(e);
+      c_.Picture1_OLEDragDrop(a.data, a.effect, a.button, a.shift, a.x, a.y);
       e->acceptProposedAction();
       return true;
     }
