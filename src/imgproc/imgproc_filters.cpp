@@ -25,8 +25,8 @@ void runFilter(ImgProc& c, bool takeimage, Kernel kernel) {
 void ImgProc::colnorm3(Int16 threshold) {
   ScratchScope scratch(*this);
   Picture3.setPicture(Picture1.picture());
-  makeblackwhite(Picture3, threshold, host());
-  commit(Picture3);
+  // A refused picture stays the very picture it was.
+  if (makeblackwhite(Picture3, threshold, host())) commit(Picture3);
 }
 
 void ImgProc::filtercust3(const FilterArray& filter, Int16 filternorm, Int16 filterbias, bool takeimage, bool takeabs) {

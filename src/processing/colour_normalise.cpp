@@ -15,7 +15,7 @@ void skipOnError(Step&& step) {
 }
 }  // namespace
 
-void makeblackwhite(PictureBox& picture, Int16 threshold, Host& host) {
+bool makeblackwhite(PictureBox& picture, Int16 threshold, Host& host) {
   float width = 0.0F;
   float height = 0.0F;
   skipOnError([&] { width = picture.ScaleWidth(); });
@@ -27,7 +27,7 @@ void makeblackwhite(PictureBox& picture, Int16 threshold, Host& host) {
   });
   if (width > kBlackWhiteLimit || height > kBlackWhiteLimit) {
     skipOnError([&] { host.MsgBox(kImageTooLarge); });
-    return;
+    return false;
   }
 
   // In pixel scale Point reads the bitmap itself; under a user scale it is asked.
@@ -52,6 +52,7 @@ void makeblackwhite(PictureBox& picture, Int16 threshold, Host& host) {
     });
   }
   skipOnError([&] { host.PB(2).Value = 0.0F; });
+  return true;
 }
 
 }  // namespace quern

@@ -13,7 +13,8 @@ inline constexpr const char* kImageTooLarge = "Image too large to process. Pleas
 // Paints every pixel of `picture` white where its luminance
 // (0.3 r + 0.59 g) + 0.11 b is above `threshold`, black otherwise. Moves
 // PB(2) and lets the interface run after each row. A picture wider or higher
-// than 1500 pixels is left as it is and the user is told.
-void makeblackwhite(PictureBox& picture, Int16 threshold, Host& host);
+// than 1500 pixels is left as it is and the user is told: then the result is
+// false, so that the caller need not commit an unchanged picture.
+bool makeblackwhite(PictureBox& picture, Int16 threshold, Host& host);
 
 }  // namespace quern

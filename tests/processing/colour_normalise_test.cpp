@@ -36,7 +36,7 @@ TEST(MakeBlackWhite, RefusesPicturesBeyond1500PixelsWithAMessageAndNoChange) {
     QuietHost host;
     host.PB(2).Value = 42.0F;
     PictureBox box = boxWith(makeFilledPicture(w, h, rgb(10, 10, 10)));
-    makeblackwhite(box, 200, host);
+    EXPECT_EQ(makeblackwhite(box, 200, host), !refused);
     EXPECT_EQ(at(box, w - 1, h - 1), refused ? rgb(10, 10, 10) : kBlack) << w << "x" << h;
     EXPECT_EQ(host.messages,
               refused ? std::vector<std::string>{"Image too large to process. Please try loading a smaller image."}
