@@ -438,7 +438,6 @@ void PictureBox::Cls() {
 }
 
 void PictureBox::Refresh() {
-  ++refreshCount_;
   if (onRefresh) onRefresh();
 }
 

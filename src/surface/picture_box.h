@@ -114,7 +114,6 @@ class PictureBox {
 
   // Called by Refresh; a view sets it to repaint itself from Image().
   std::function<void()> onRefresh;
-  long long refreshCount() const { return refreshCount_; }
   // Called after the client area changed size, by a new size or by AutoSize
   // taking a picture's size; the picture control re-lays its scroll bars on it.
   std::function<void()> onResize;
@@ -147,7 +146,6 @@ class PictureBox {
   Colour backColor_ = kSysButtonFace;
   Picture picture_;
   std::vector<Colour> bitmap_;
-  long long refreshCount_ = 0;
   unsigned long long version_ = 0;
 };
 
