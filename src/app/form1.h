@@ -31,13 +31,16 @@ class Form1 : public Host {
 
   Session session;
 
+  // One filter store and one random source for the whole window, shared by
+  // its picture controls.
+  RasterContext rasterContext;
   // The hidden surfaces of the stages, and a sixth one of the "Treat" button.
-  ImgProc IPCH{this};
-  ImgProc IPC1{this};
-  ImgProc IPC2{this};
-  ImgProc IPC3{this};
-  ImgProc IPCT{this};
-  ImgProc IPCTreat{this};
+  ImgProc IPCH{rasterContext, this};
+  ImgProc IPC1{rasterContext, this};
+  ImgProc IPC2{rasterContext, this};
+  ImgProc IPC3{rasterContext, this};
+  ImgProc IPCT{rasterContext, this};
+  ImgProc IPCTreat{rasterContext, this};
 
   PictureBox Picture1;  // the preview, laid out in twips
   PictureBox Picture2;  // small copy of the original in the hidden frame

@@ -2,7 +2,17 @@
 
 namespace quern {
 
-ImgProc::ImgProc(Host* host) : host_(host) {
+ImgProc::ImgProc(Host* host)
+    : ownContext_(std::make_unique<RasterContext>()), context_(ownContext_.get()), host_(host) {
+  setUp();
+}
+
+ImgProc::ImgProc(RasterContext& context, Host* host) : context_(&context), host_(host) {
+  setUp();
+}
+
+void ImgProc::setUp() {
+  for (PictureBox* box : {&Picture1, &Picture3, &Picture4}) box->setPixelLimit(context_->surfacePixelLimit);
   Picture1.AutoSize = true;
   Picture3.AutoSize = true;
   Picture4.AutoSize = true;
@@ -12,8 +22,12 @@ ImgProc::ImgProc(Host* host) : host_(host) {
   HScroll1.Visible = true;
 }
 
-Int32 ImgProc::picwidth() const { return roundToInt32(Picture1.Width()); }
-Int32 ImgProc::picheight() const { return roundToInt32(Picture1.Height()); }
+Int32 ImgProc::picwidth() const {
+  return roundToInt32(Picture1.Width());
+}
+Int32 ImgProc::picheight() const {
+  return roundToInt32(Picture1.Height());
+}
 void ImgProc::setpicwidth(Int32 w) {
   Picture1.setWidth(static_cast<float>(w));
   notify("picwidth");
@@ -47,6 +61,8 @@ void ImgProc::setwh(Int16 w, Int16 h) {
   Picture1.setHeight(h);
 }
 
-void ImgProc::About() { host().MsgBox("This control is created "); }
+void ImgProc::About() {
+  host().MsgBox("This control is created ");
+}
 
 }  // namespace quern

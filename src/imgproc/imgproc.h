@@ -14,7 +14,7 @@
 #include "imgproc/control_shell.h"
 #include "imgproc/property_bag.h"
 #include "processing/filters.h"
-#include "processing/random_source.h"
+#include "processing/raster_context.h"
 #include "surface/picture_box.h"
 
 namespace quern {
@@ -48,8 +48,11 @@ struct StoredPropertyRow;  // one row of a control's stored record
 class ImgProc {
  public:
   // `host` is the window the long operations report progress to and give
-  // way through; without one the control runs quietly.
+  // way through; without one the control runs quietly. `context` holds what
+  // the control shares with the other controls of its chain (filter store,
+  // random source, surface limit); without one it has a context of its own.
   explicit ImgProc(Host* host = nullptr);
+  ImgProc(RasterContext& context, Host* host);
 
   // Inner controls, open so that the operations of every member family and
   // the view can reach them.
@@ -143,16 +146,17 @@ class ImgProc {
                       bool takeimage = true);
   void filtersolarize(Int16 ll = 128, Int16 ul = 255, bool takeimage = true);
 
-  // The random filters draw from this source. Each control has its own; a
-  // host that wants one sequence for all its controls hands them the same.
-  RandomSource& randomSource() { return *random_; }
-  void setRandomSource(std::shared_ptr<RandomSource> source);
+  // The random filters draw from the context's one source, so controls of one
+  // context continue each other's sequence.
+  RandomSource& randomSource() { return context_->random; }
+  RasterContext& context() { return *context_; }
 
  private:
-  std::shared_ptr<RandomSource> random_ = std::make_shared<RandomSource>();
+  void setUp();
+  std::unique_ptr<RasterContext> ownContext_;  // for a control on its own
+  RasterContext* context_;
 
  public:
-
   // --- Pixel access and drawing ---------------------------------------------
   // Point, PointI, PointS and the PSet family without FAST go through
   // Picture1 with its scale and drawing attributes; PointFAST and PSetFAST_

@@ -30,19 +30,23 @@ void ImgProc::colnorm3(Int16 threshold) {
 }
 
 void ImgProc::filtercust3(const FilterArray& filter, Int16 filternorm, Int16 filterbias, bool takeimage, bool takeabs) {
-  runFilter(*this, takeimage, [&](PictureBox& box) { runcust3(box, filter, filternorm, filterbias, takeabs, host()); });
+  runFilter(*this, takeimage, [&](PictureBox& box) {
+    runcust3(box, context().filterpixels, filter, filternorm, filterbias, takeabs, host());
+  });
 }
 
 void ImgProc::filtercust5(const FilterArray& filter, Int16 filternorm, Int16 filterbias, bool takeimage, bool takeabs) {
-  runFilter(*this, takeimage, [&](PictureBox& box) { runcust5(box, filter, filternorm, filterbias, takeabs, host()); });
+  runFilter(*this, takeimage, [&](PictureBox& box) {
+    runcust5(box, context().filterpixels, filter, filternorm, filterbias, takeabs, host());
+  });
 }
 
 void ImgProc::filtersharpen(bool takeimage) {
-  runFilter(*this, takeimage, [&](PictureBox& box) { runsharpen(box, host()); });
+  runFilter(*this, takeimage, [&](PictureBox& box) { runsharpen(box, context().filterpixels, host()); });
 }
 
 void ImgProc::filtersmooth(bool takeimage) {
-  runFilter(*this, takeimage, [&](PictureBox& box) { runsmooth(box, host()); });
+  runFilter(*this, takeimage, [&](PictureBox& box) { runsmooth(box, context().filterpixels, host()); });
 }
 
 FilterArray ImgProc::filtcreatecust3(Int16 f11, Int16 f12, Int16 f13, Int16 f21, Int16 f22, Int16 f23, Int16 f31,
@@ -59,33 +63,33 @@ FilterArray ImgProc::filtcreatecust5(Int16 f11, Int16 f12, Int16 f13, Int16 f14,
 }
 
 void ImgProc::filtermedian(Int16 filterbias, bool takeimage, bool takeabs) {
-  runFilter(*this, takeimage, [&](PictureBox& box) { runmedian(box, filterbias, takeabs, host()); });
+  runFilter(*this, takeimage,
+            [&](PictureBox& box) { runmedian(box, context().filterpixels, filterbias, takeabs, host()); });
 }
 
 void ImgProc::filtermedianKC(Int16 filterbias, bool takeimage, bool takeabs) {
-  runFilter(*this, takeimage, [&](PictureBox& box) { runmedianKC(box, filterbias, takeabs, host()); });
+  runFilter(*this, takeimage,
+            [&](PictureBox& box) { runmedianKC(box, context().filterpixels, filterbias, takeabs, host()); });
 }
 
 void ImgProc::filterdiffuse(Int16 rndinto, Int16 rndminus, bool takeimage) {
-  runFilter(*this, takeimage, [&](PictureBox& box) { rundiffuse(box, rndinto, rndminus, randomSource(), host()); });
+  runFilter(*this, takeimage, [&](PictureBox& box) {
+    rundiffuse(box, context().filterpixels, rndinto, rndminus, randomSource(), host());
+  });
 }
 
 void ImgProc::filteremboss(Int16 filterbias, bool takeimage) {
-  runFilter(*this, takeimage, [&](PictureBox& box) { runemboss(box, filterbias, host()); });
+  runFilter(*this, takeimage, [&](PictureBox& box) { runemboss(box, context().filterpixels, filterbias, host()); });
 }
 
 void ImgProc::filterpixelize(Int16 rndplus, Int16 rndminus, Int16 intoradius, Int16 minradius, bool takeimage) {
   runFilter(*this, takeimage, [&](PictureBox& box) {
-    runpixelize(box, rndplus, rndminus, intoradius, minradius, randomSource(), host());
+    runpixelize(box, context().filterpixels, rndplus, rndminus, intoradius, minradius, randomSource(), host());
   });
 }
 
 void ImgProc::filtersolarize(Int16 ll, Int16 ul, bool takeimage) {
-  runFilter(*this, takeimage, [&](PictureBox& box) { runsolarize(box, ll, ul, host()); });
-}
-
-void ImgProc::setRandomSource(std::shared_ptr<RandomSource> source) {
-  if (source) random_ = std::move(source);
+  runFilter(*this, takeimage, [&](PictureBox& box) { runsolarize(box, context().filterpixels, ll, ul, host()); });
 }
 
 }  // namespace quern

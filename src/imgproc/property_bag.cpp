@@ -109,7 +109,7 @@ PropertyBag PropertyBag::parse(const std::string& text) {
 std::string encodePicture(const Picture& p) {
   if (!p) return {};
   std::string out = std::to_string(p->pixelWidth()) + " " + std::to_string(p->pixelHeight());
-  const std::vector<Colour>& px = p->pixels();
+  const PixelView px = p->pixels();
   char hex[8];
   for (std::size_t i = 0; i < px.size();) {
     std::size_t run = 1;

@@ -1,5 +1,8 @@
 #include "processing/colour_normalise.h"
 
+#include <algorithm>
+#include <cmath>
+
 #include "processing/filter_store.h"
 
 namespace quern {
@@ -33,18 +36,29 @@ bool makeblackwhite(PictureBox& picture, Int16 threshold, Host& host) {
   // In pixel scale Point reads the bitmap itself; under a user scale it is asked.
   const bool direct = picture.ScaleMode() == kScalePixels;
   Canvas canvas(picture);
+  // Line work has long runs of one colour: the last colour's answer is kept.
   Colour c = 0;
+  Colour lastIn = kNoColour;
+  Colour lastOut = kWhite;
+  auto shade = [&](Colour colour) {
+    if (colour != lastIn) {
+      const double luminance = (0.3 * redOf(colour) + 0.59 * greenOf(colour)) + 0.11 * blueOf(colour);
+      lastOut = luminance > threshold ? kWhite : kBlack;
+      lastIn = colour;
+    }
+    return lastOut;
+  };
   // The counters are 16-bit; the limit keeps them far from overflow.
   for (Int16 y = 0; y < height; ++y) {
-    const Colour* src = direct ? canvas.row(y) : nullptr;
-    for (Int16 x = 0; x < width; ++x) {
-      if (src && x < canvas.width()) {
-        c = src[x];
-      } else {
+    Colour* row = direct ? canvas.row(y) : nullptr;
+    if (row) {
+      const Int32 inside = std::min<Int32>(static_cast<Int32>(std::ceil(width)), canvas.width());
+      for (Int32 x = 0; x < inside; ++x) row[x] = shade(row[x]);
+    } else {
+      for (Int16 x = 0; x < width; ++x) {
         skipOnError([&] { c = picture.Point(x, y); });
+        canvas.set(x, y, shade(c));
       }
-      const double luminance = (0.3 * redOf(c) + 0.59 * greenOf(c)) + 0.11 * blueOf(c);
-      canvas.set(x, y, luminance > threshold ? kWhite : kBlack);
     }
     skipOnError([&] {
       host.DoEvents();

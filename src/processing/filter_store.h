@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "base/host.h"
@@ -12,27 +13,46 @@ namespace quern {
 // The filters take pictures up to this many pixels across and down.
 inline constexpr Int32 kFilterLimit = 1501;
 
-// The colours of one picture, read once so that a kernel never goes back to
-// the drawing surface. A record keeps red, green and blue in 16-bit lanes of
-// one 64-bit word, so a window sum is a plain add without carries between
-// channels (nine or twenty-five bytes never reach 2^16).
-class FilterPixels {
+// The colours the filters read, one record per position (y, x) of a frame
+// kFilterLimit by kFilterLimit, so that a kernel never goes back to the
+// drawing surface. One store serves every filter of a chain of pictures and
+// is never cleared: a load overwrites the records of its picture and leaves
+// the rest as earlier, larger pictures left them, which is what a random
+// filter finds when it reaches beyond the picture. The frame costs memory
+// only where pictures have been loaded.
+//
+// A record reads as red, green and blue in 16-bit lanes of one 64-bit word,
+// so a window sum is a plain add without carries between channels (nine or
+// twenty-five bytes never reach 2^16); it is kept as the 32-bit colour.
+class FilterStore {
  public:
   using Record = std::uint64_t;
 
-  FilterPixels(Int16 width, Int16 height);
+  // `frame`: records per side. With `grows`, a larger picture widens the
+  // frame instead of being refused.
+  explicit FilterStore(Int32 frame = kFilterLimit, bool grows = false);
+  FilterStore(const FilterStore&) = delete;
+  FilterStore& operator=(const FilterStore&) = delete;
 
+  // Size of the picture loaded last.
   Int16 width() const { return width_; }
   Int16 height() const { return height_; }
+  Int32 frame() const { return frame_; }
 
-  // Record (y, x) of the picture; both inside it.
-  Record at(Int32 y, Int32 x) const { return records_[static_cast<std::size_t>(y) * width_ + x]; }
-  Record* row(Int32 y) { return records_.data() + static_cast<std::size_t>(y) * width_; }
-  const Record* row(Int32 y) const { return records_.data() + static_cast<std::size_t>(y) * width_; }
+  // Record (y, x) of the picture loaded last; both inside it.
+  Record at(Int32 y, Int32 x) const { return pack(colours_[static_cast<std::size_t>(y) * frame_ + x]); }
+  const Colour* row(Int32 y) const { return colours_.get() + static_cast<std::size_t>(y) * frame_; }
 
-  // Record (y, x) anywhere in the 1501 by 1501 frame: beyond the picture it
-  // is black, outside the frame an IndexError.
+  // Record (y, x) anywhere in the frame: beyond the picture what earlier
+  // loads left there (0 where none did), outside the frame an IndexError.
   Record atChecked(Int32 y, Int32 x) const;
+
+  // Reads the drawing area of `picture` (its ScaleWidth by ScaleHeight,
+  // rounded) through device pixels, giving the interface a chance to run
+  // after each row. A picture beyond the frame is refused with a LimitError.
+  void load(const PictureBox& picture, Host& host);
+  // Gives the memory back; the next load starts from an empty frame.
+  void release();
 
   static Record pack(Colour c) {
     const auto u = static_cast<std::uint64_t>(static_cast<std::uint32_t>(c));
@@ -45,21 +65,29 @@ class FilterPixels {
   static Colour colour(Record r) { return rgb(red(r), green(r), blue(r)); }
 
  private:
-  Int16 width_;
-  Int16 height_;
-  std::vector<Record> records_;
+  struct Free {
+    void operator()(Colour* p) const;
+  };
+  void growTo(Int32 frame);
+
+  Int32 frame_;
+  bool grows_;
+  Int16 width_ = 0;
+  Int16 height_ = 0;
+  std::unique_ptr<Colour[], Free> colours_;  // allocated zeroed at the first load
 };
 
-// Reads the drawing area of `picture` (its ScaleWidth by ScaleHeight, rounded)
-// through device pixels, giving the interface a chance to run after each row.
-// A picture beyond 1501 pixels is refused with a LimitError.
-FilterPixels loadfilterpixels(PictureBox& picture, Host& host);
+// Loads `picture` into `store` and gives the store back, for the kernels.
+inline const FilterStore& loadfilterpixels(FilterStore& store, const PictureBox& picture, Host& host) {
+  store.load(picture, host);
+  return store;
+}
 
 // Device-pixel writes straight into a box's bitmap: what SetPixelV does,
 // without a call per pixel. Positions outside the bitmap are ignored.
 class Canvas {
  public:
-  explicit Canvas(PictureBox& box) : box_(box), bits_(box.bits()), w_(box.pixelWidth()), h_(box.pixelHeight()) {}
+  explicit Canvas(PictureBox& box) : box_(box), bits_(box.mutableBits()), w_(box.pixelWidth()), h_(box.pixelHeight()) {}
   ~Canvas() { box_.bitsChanged(); }
   Canvas(const Canvas&) = delete;
   Canvas& operator=(const Canvas&) = delete;
@@ -83,7 +111,7 @@ class Canvas {
 // from each edge; `colourAt(y, x)` gives the colour painted at (x, y). The
 // interface gets a chance to run after each row.
 template <typename ColourAt>
-void paintInner(const FilterPixels& store, Int32 margin, PictureBox& picture, Host& host, ColourAt colourAt) {
+void paintInner(const FilterStore& store, Int32 margin, PictureBox& picture, Host& host, ColourAt colourAt) {
   Canvas canvas(picture);
   for (Int32 y = margin; y < store.height() - margin; ++y) {
     for (Int32 x = margin; x < store.width() - margin; ++x) canvas.set(x, y, colourAt(y, x));

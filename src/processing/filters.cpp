@@ -18,16 +18,16 @@ FilterArray::FilterArray(Int16 size, std::initializer_list<Int16> rowByRow) : si
 
 namespace {
 
-using Record = FilterPixels::Record;
+using Record = FilterStore::Record;
 
-void runcust(PictureBox& picture, const FilterArray& filter, Int16 filternorm, Int16 filterbias, bool takeabs,
-             Int16 radius, Host& host) {
+void runcust(PictureBox& picture, FilterStore& filterpixels, const FilterArray& filter, Int16 filternorm,
+             Int16 filterbias, bool takeabs, Int16 radius, Host& host) {
   const Int32 side = 2 * radius + 1;
   if (filter.size() < side) {
     throw IndexError("Subscript out of range: the filter array reaches index " + std::to_string(filter.size() - 1) +
                      ", the kernel needs 0 to " + std::to_string(side - 1));
   }
-  const FilterPixels store = loadfilterpixels(picture, host);
+  const FilterStore& store = loadfilterpixels(filterpixels, picture, host);
   const Int32 w = store.width();
   const Int32 h = store.height();
   if (filternorm == 0 && w > 2 * radius && h > 2 * radius) {
@@ -41,7 +41,7 @@ void runcust(PictureBox& picture, const FilterArray& filter, Int16 filternorm, I
         const Record r = store.at(y + i, x + j);
         for (int k = 0; k < 3; ++k) {
           // Products of a byte and a 16-bit weight are exact in a 32-bit float.
-          sum[k] = checkedRange<Int16>(sum[k] + FilterPixels::channel(r, k) * weight, "filter sum");
+          sum[k] = checkedRange<Int16>(sum[k] + FilterStore::channel(r, k) * weight, "filter sum");
         }
       }
     }
@@ -56,32 +56,32 @@ void runcust(PictureBox& picture, const FilterArray& filter, Int16 filternorm, I
 
 }  // namespace
 
-void runcust3(PictureBox& picture, const FilterArray& filter, Int16 filternorm, Int16 filterbias, bool takeabs,
-              Host& host) {
-  runcust(picture, filter, filternorm, filterbias, takeabs, 1, host);
+void runcust3(PictureBox& picture, FilterStore& filterpixels, const FilterArray& filter, Int16 filternorm,
+              Int16 filterbias, bool takeabs, Host& host) {
+  runcust(picture, filterpixels, filter, filternorm, filterbias, takeabs, 1, host);
 }
 
-void runcust5(PictureBox& picture, const FilterArray& filter, Int16 filternorm, Int16 filterbias, bool takeabs,
-              Host& host) {
-  runcust(picture, filter, filternorm, filterbias, takeabs, 2, host);
+void runcust5(PictureBox& picture, FilterStore& filterpixels, const FilterArray& filter, Int16 filternorm,
+              Int16 filterbias, bool takeabs, Host& host) {
+  runcust(picture, filterpixels, filter, filternorm, filterbias, takeabs, 2, host);
 }
 
-void runsharpen(PictureBox& picture, Host& host) {
-  const FilterPixels store = loadfilterpixels(picture, host);
+void runsharpen(PictureBox& picture, FilterStore& filterpixels, Host& host) {
+  const FilterStore& store = loadfilterpixels(filterpixels, picture, host);
   paintInner(store, 1, picture, host, [&](Int32 y, Int32 x) {
     const Record c = store.at(y, x);
     const Record d = store.at(y - 1, x - 1);
     std::array<Int32, 3> out{};
     for (int k = 0; k < 3; ++k) {
-      const Int32 ck = FilterPixels::channel(c, k);
-      out[k] = clampByte(roundToInt16(0.5 * (ck - FilterPixels::channel(d, k)) + ck));
+      const Int32 ck = FilterStore::channel(c, k);
+      out[k] = clampByte(roundToInt16(0.5 * (ck - FilterStore::channel(d, k)) + ck));
     }
     return rgb(out[0], out[1], out[2]);
   });
 }
 
-void runsmooth(PictureBox& picture, Host& host) {
-  const FilterPixels store = loadfilterpixels(picture, host);
+void runsmooth(PictureBox& picture, FilterStore& filterpixels, Host& host) {
+  const FilterStore& store = loadfilterpixels(filterpixels, picture, host);
   const Int32 w = store.width();
   const Int32 h = store.height();
   if (h < 10) return;
@@ -98,15 +98,17 @@ void runsmooth(PictureBox& picture, Host& host) {
   std::vector<Record> column(static_cast<std::size_t>(w));
   Canvas canvas(picture);
   for (Int32 y = 1; y < h - 1; ++y) {
-    const Record* above = store.row(y - 1);
-    const Record* here = store.row(y);
-    const Record* below = store.row(y + 1);
-    for (Int32 x = 0; x < w; ++x) column[x] = above[x] + here[x] + below[x];
+    const Colour* above = store.row(y - 1);
+    const Colour* here = store.row(y);
+    const Colour* below = store.row(y + 1);
+    for (Int32 x = 0; x < w; ++x) {
+      column[x] = FilterStore::pack(above[x]) + FilterStore::pack(here[x]) + FilterStore::pack(below[x]);
+    }
     Colour* out = canvas.row(y);
     const Int32 paintable = out ? std::min(w - 1, canvas.width()) : 0;
     for (Int32 x = 1; x < paintable; ++x) {
       const Record s = column[x - 1] + column[x] + column[x + 1];
-      out[x] = rgb(mean[FilterPixels::red(s)], mean[FilterPixels::green(s)], mean[FilterPixels::blue(s)]);
+      out[x] = rgb(mean[FilterStore::red(s)], mean[FilterStore::green(s)], mean[FilterStore::blue(s)]);
     }
     bar.Value = static_cast<float>(y);
     host.DoEvents();

@@ -5,6 +5,7 @@
 
 #include "base/host.h"
 #include "base/numbers.h"
+#include "processing/filter_store.h"
 #include "surface/picture_box.h"
 
 namespace quern {
@@ -32,16 +33,16 @@ class FilterArray {
 // divided by `filternorm`, plus `filterbias`. Every partial sum must stay in
 // 16 bits (an OverflowError otherwise); a `filternorm` of 0 is refused with a
 // QuernError before anything is painted, as is a kernel smaller than the window.
-void runcust3(PictureBox& picture, const FilterArray& filter, Int16 filternorm, Int16 filterbias, bool takeabs,
-              Host& host);
-void runcust5(PictureBox& picture, const FilterArray& filter, Int16 filternorm, Int16 filterbias, bool takeabs,
-              Host& host);
+void runcust3(PictureBox& picture, FilterStore& filterpixels, const FilterArray& filter, Int16 filternorm,
+              Int16 filterbias, bool takeabs, Host& host);
+void runcust5(PictureBox& picture, FilterStore& filterpixels, const FilterArray& filter, Int16 filternorm,
+              Int16 filterbias, bool takeabs, Host& host);
 
 // Each channel pushed away from its upper-left neighbour: 0.5 (c - d) + c.
-void runsharpen(PictureBox& picture, Host& host);
+void runsharpen(PictureBox& picture, FilterStore& filterpixels, Host& host);
 
 // The mean of the 3 by 3 window. Pictures under 10 pixels high are left as
 // they are; otherwise PB(1) follows the rows.
-void runsmooth(PictureBox& picture, Host& host);
+void runsmooth(PictureBox& picture, FilterStore& filterpixels, Host& host);
 
 }  // namespace quern

@@ -8,7 +8,7 @@ namespace quern {
 
 namespace {
 
-using Record = FilterPixels::Record;
+using Record = FilterStore::Record;
 
 // Bias added in 16 bits, then the absolute value or a clamp to 0..255.
 Int32 finishRank(Int16 value, Int16 filterbias, bool takeabs) {
@@ -17,7 +17,7 @@ Int32 finishRank(Int16 value, Int16 filterbias, bool takeabs) {
 }
 
 // The 3 by 3 window round (x, y) in scan order: position 3 (i + 1) + (j + 1).
-void fillWindow(const FilterPixels& store, Int32 y, Int32 x, Record (&window)[9]) {
+void fillWindow(const FilterStore& store, Int32 y, Int32 x, Record (&window)[9]) {
   for (Int32 i = -1; i <= 1; ++i) {
     for (Int32 j = -1; j <= 1; ++j) window[3 * (i + 1) + (j + 1)] = store.at(y + i, x + j);
   }
@@ -31,15 +31,15 @@ Int16 randomOffset(float u, Int16 scale, Int16 plus, Int16 minus) {
 
 }  // namespace
 
-void runmedian(PictureBox& picture, Int16 filterbias, bool takeabs, Host& host) {
-  const FilterPixels store = loadfilterpixels(picture, host);
+void runmedian(PictureBox& picture, FilterStore& filterpixels, Int16 filterbias, bool takeabs, Host& host) {
+  const FilterStore& store = loadfilterpixels(filterpixels, picture, host);
   paintInner(store, 1, picture, host, [&](Int32 y, Int32 x) {
     Record window[9];
     fillWindow(store, y, x, window);
     Int32 out[3];
     for (int k = 0; k < 3; ++k) {
       Int16 list[9];
-      for (int p = 0; p < 9; ++p) list[p] = FilterPixels::channel(window[p], k);
+      for (int p = 0; p < 9; ++p) list[p] = FilterStore::channel(window[p], k);
       rankPasses(list, [](Int16 a, Int16 b) { return a > b; });
       out[k] = finishRank(list[4], filterbias, takeabs);
     }
@@ -47,54 +47,55 @@ void runmedian(PictureBox& picture, Int16 filterbias, bool takeabs, Host& host) 
   });
 }
 
-void runmedianKC(PictureBox& picture, Int16 filterbias, bool takeabs, Host& host) {
+void runmedianKC(PictureBox& picture, FilterStore& filterpixels, Int16 filterbias, bool takeabs, Host& host) {
   struct Ranked {
     Int16 sum;
     Int16 position;
   };
-  const FilterPixels store = loadfilterpixels(picture, host);
+  const FilterStore& store = loadfilterpixels(filterpixels, picture, host);
   paintInner(store, 1, picture, host, [&](Int32 y, Int32 x) {
     Record window[9];
     fillWindow(store, y, x, window);
     Ranked ranked[9];
     for (Int16 p = 0; p < 9; ++p) {
       const Record r = window[p];
-      ranked[p] = {static_cast<Int16>(FilterPixels::red(r) + FilterPixels::green(r) + FilterPixels::blue(r)), p};
+      ranked[p] = {static_cast<Int16>(FilterStore::red(r) + FilterStore::green(r) + FilterStore::blue(r)), p};
     }
     rankPasses(ranked, [](const Ranked& a, const Ranked& b) { return a.sum > b.sum; });
     const Record chosen = window[ranked[4].position];
-    return rgb(finishRank(FilterPixels::red(chosen), filterbias, takeabs),
-               finishRank(FilterPixels::green(chosen), filterbias, takeabs),
-               finishRank(FilterPixels::blue(chosen), filterbias, takeabs));
+    return rgb(finishRank(FilterStore::red(chosen), filterbias, takeabs),
+               finishRank(FilterStore::green(chosen), filterbias, takeabs),
+               finishRank(FilterStore::blue(chosen), filterbias, takeabs));
   });
 }
 
-void rundiffuse(PictureBox& picture, Int16 rndinto, Int16 rndminus, RandomSource& random, Host& host) {
-  const FilterPixels store = loadfilterpixels(picture, host);
+void rundiffuse(PictureBox& picture, FilterStore& filterpixels, Int16 rndinto, Int16 rndminus, RandomSource& random,
+                Host& host) {
+  const FilterStore& store = loadfilterpixels(filterpixels, picture, host);
   paintInner(store, 2, picture, host, [&](Int32 y, Int32 x) {
     const Int16 a = randomOffset(random.next(), rndinto, 0, rndminus);
     const Int16 b = randomOffset(random.next(), rndinto, 0, rndminus);
-    return FilterPixels::colour(store.atChecked(y + a, x + b));
+    return FilterStore::colour(store.atChecked(y + a, x + b));
   });
 }
 
-void runemboss(PictureBox& picture, Int16 filterbias, Host& host) {
-  const FilterPixels store = loadfilterpixels(picture, host);
+void runemboss(PictureBox& picture, FilterStore& filterpixels, Int16 filterbias, Host& host) {
+  const FilterStore& store = loadfilterpixels(filterpixels, picture, host);
   paintInner(store, 1, picture, host, [&](Int32 y, Int32 x) {
     const Record c = store.at(y, x);
     const Record d = store.at(y + 1, x + 1);
     Int32 out[3];
     for (int k = 0; k < 3; ++k) {
-      const Int16 v = add16(sub16(FilterPixels::channel(c, k), FilterPixels::channel(d, k)), filterbias);
+      const Int16 v = add16(sub16(FilterStore::channel(c, k), FilterStore::channel(d, k)), filterbias);
       out[k] = capByte(toInt16(std::abs(static_cast<Int32>(v))));
     }
     return rgb(out[0], out[1], out[2]);
   });
 }
 
-void runpixelize(PictureBox& picture, Int16 rndplus, Int16 rndminus, Int16 intoradius, Int16 minradius,
-                 RandomSource& random, Host& host) {
-  const FilterPixels store = loadfilterpixels(picture, host);
+void runpixelize(PictureBox& picture, FilterStore& filterpixels, Int16 rndplus, Int16 rndminus, Int16 intoradius,
+                 Int16 minradius, RandomSource& random, Host& host) {
+  const FilterStore& store = loadfilterpixels(filterpixels, picture, host);
   const Int16 w = store.width();
   const Int16 h = store.height();
   picture.FillStyle = 0;
@@ -105,7 +106,7 @@ void runpixelize(PictureBox& picture, Int16 rndplus, Int16 rndminus, Int16 intor
       const Int16 a = randomOffset(random.next(), w, rndplus, rndminus);
       const Int16 b = randomOffset(random.next(), h, rndplus, rndminus);
       const float radius = std::floor(toFloat32(random.next() * static_cast<float>(intoradius))) + minradius;
-      const Colour colour = FilterPixels::colour(store.atChecked(b, a));
+      const Colour colour = FilterStore::colour(store.atChecked(b, a));
       picture.FillColor = colour;
       picture.Circle(a, b, radius, colour);
     }
@@ -113,13 +114,13 @@ void runpixelize(PictureBox& picture, Int16 rndplus, Int16 rndminus, Int16 intor
   }
 }
 
-void runsolarize(PictureBox& picture, Int16 ll, Int16 ul, Host& host) {
-  const FilterPixels store = loadfilterpixels(picture, host);
+void runsolarize(PictureBox& picture, FilterStore& filterpixels, Int16 ll, Int16 ul, Host& host) {
+  const FilterStore& store = loadfilterpixels(filterpixels, picture, host);
   paintInner(store, 1, picture, host, [&](Int32 y, Int32 x) {
     const Record r = store.at(y, x);
     Int32 out[3];
     for (int k = 0; k < 3; ++k) {
-      const Int32 c = FilterPixels::channel(r, k);
+      const Int32 c = FilterStore::channel(r, k);
       out[k] = c < ll || c > ul ? 255 - c : c;
     }
     return rgb(out[0], out[1], out[2]);

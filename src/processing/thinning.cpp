@@ -258,14 +258,16 @@ void ThinGrid::paintAndList(PictureBox& picture, RecordTable& LineTable, Host& h
   host.PB(3).Max = static_cast<float>(gridwidth_ - 1);
   // The box is the scratch copy that nobody shows before the commit, so it is
   // painted row by row, straight into its bitmap, ahead of the listing.
-  Colour* bits = picture.bits();
   const Int32 pw = picture.pixelWidth();
   const Int32 ph = picture.pixelHeight();
+  // A grid the size of the bitmap paints every pixel: no need to keep what it held.
+  Colour* bits = pw == gridwidth_ && ph == gridheight_ ? picture.overwriteBits() : picture.mutableBits();
   for (Int32 y = 0; y < std::min<Int32>(gridheight_, ph); ++y) {
     Colour* pixels = bits + static_cast<std::size_t>(y) * pw;
     const std::uint8_t* cells = byRow_.data() + static_cast<std::size_t>(y) * (gridwidth_ + 1);
     for (Int32 x = 0; x < std::min<Int32>(gridwidth_, pw); ++x) pixels[x] = cells[x] ? kBlack : kWhite;
   }
+  picture.bitsChanged();
   for (Int32 x = 0; x < gridwidth_; ++x) {
     const std::uint8_t* column = byColumn_.data() + index(x, 0);
     for (Int32 y = seek<false>(column, 0, gridheight_, 1); y < gridheight_;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -12,35 +14,77 @@ namespace quern {
 inline constexpr Int32 kTwipsPerPixel = kDefaultTwipsPerPixel;
 inline constexpr double kHimetricPerPixel = 2540.0 / 96.0;  // hundredths of a millimetre
 
-// An immutable raster: pixels 0x00BBGGRR, row by row from the top left.
-// Shared between boxes; a hand-on copies the pointer, never the pixels.
+// Pixels 0x00BBGGRR, row by row from the top left. A buffer is shared by
+// pictures and persistent bitmaps alike; whoever writes to one first makes
+// sure nobody else holds it (copy on write).
+using PixelBuffer = std::shared_ptr<Colour[]>;
+
+// The most pixels one surface may hold unless its owner allows more: 8192 by
+// 8192. Every surface is checked against its limit before it is allocated,
+// so an absurd size is an error, not gigabytes of memory.
+inline constexpr long long kDefaultSurfacePixelLimit = 8192LL * 8192LL;
+
+// A buffer for `count` pixels whose contents the caller writes whole: it is
+// not cleared. Throws SurfaceError when `count` is over `limit`.
+PixelBuffer allocatePixels(long long count, long long limit = kDefaultSurfacePixelLimit);
+
+// The pixels of a picture, read only, comparable as a whole.
+class PixelView {
+ public:
+  PixelView(const Colour* data, std::size_t size) : data_(data), size_(size) {}
+  const Colour* data() const { return data_; }
+  std::size_t size() const { return size_; }
+  const Colour* begin() const { return data_; }
+  const Colour* end() const { return data_ + size_; }
+  Colour operator[](std::size_t i) const { return data_[i]; }
+  friend bool operator==(const PixelView& a, const PixelView& b) {
+    return a.size_ == b.size_ && std::equal(a.begin(), a.end(), b.begin());
+  }
+
+ private:
+  const Colour* data_;
+  std::size_t size_;
+};
+
+// An immutable raster. Shared between boxes; a hand-on copies the pointer,
+// and two pictures (each with its own Handle) may share one pixel buffer.
 class PictureData {
  public:
-  PictureData(Int32 width, Int32 height, std::vector<Colour> pixels);
+  PictureData(Int32 width, Int32 height, PixelBuffer pixels);
 
   Int32 pixelWidth() const { return width_; }
   Int32 pixelHeight() const { return height_; }
-  const std::vector<Colour>& pixels() const { return pixels_; }
+  PixelView pixels() const { return {pixels_.get(), area()}; }
+  const Colour* data() const { return pixels_.get(); }
   Colour pixel(Int32 x, Int32 y) const { return pixels_[static_cast<std::size_t>(y) * width_ + x]; }
+  std::size_t area() const { return static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_); }
 
   // Native size in hundredths of a millimetre at the screen's resolution.
   Int32 Width() const;
   Int32 Height() const;
-  // Non-zero and unique while the picture lives.
+  // Non-zero and unique in the process while the picture lives.
   Int32 Handle() const { return handle_; }
+
+  // The buffer itself, for surfaces that show the picture without a copy.
+  const PixelBuffer& buffer() const { return pixels_; }
 
  private:
   Int32 width_;
   Int32 height_;
-  std::vector<Colour> pixels_;
+  PixelBuffer pixels_;
   Int32 handle_;
 };
 
 // A picture object: null means "no picture" (Handle 0).
 using Picture = std::shared_ptr<const PictureData>;
 
-Picture makePicture(Int32 width, Int32 height, std::vector<Colour> pixels);
+// A picture on pixels that nobody else writes to any more.
+Picture makePicture(Int32 width, Int32 height, PixelBuffer pixels);
+// A picture with a copy of `pixels`, which hold width by height colours.
+Picture makePicture(Int32 width, Int32 height, const std::vector<Colour>& pixels);
 Picture makeFilledPicture(Int32 width, Int32 height, Colour colour);
-inline Int32 handleOf(const Picture& p) { return p ? p->Handle() : 0; }
+inline Int32 handleOf(const Picture& p) {
+  return p ? p->Handle() : 0;
+}
 
 }  // namespace quern

@@ -26,13 +26,13 @@ Colour resolveColour(Colour c) {
 Colour GetPixel(DeviceContext dc, Int32 x, Int32 y) {
   const PictureBox& b = *dc.box;
   if (x < 0 || y < 0 || x >= b.innerW_ || y >= b.innerH_) return kNoColour;
-  return b.bitmap_[static_cast<std::size_t>(y) * b.innerW_ + x];
+  return b.at(x, y);
 }
 
 bool SetPixelV(DeviceContext dc, Int32 x, Int32 y, Colour colour) {
   PictureBox& b = *dc.box;
   if (x < 0 || y < 0 || x >= b.innerW_ || y >= b.innerH_) return false;
-  b.bitmap_[static_cast<std::size_t>(y) * b.innerW_ + x] = colour & 0xFFFFFF;
+  b.mutableBits()[static_cast<std::size_t>(y) * b.innerW_ + x] = colour & 0xFFFFFF;
   b.touch();
   return true;
 }
@@ -62,38 +62,83 @@ void PictureBox::setHeight(float h) {
   resizeInner(innerW_, inner);
 }
 
+PixelBuffer PictureBox::newBitmap() const {
+  return allocatePixels(static_cast<long long>(area()), pixelLimit_);
+}
+
+// What was drawn stays where it was; the rest is background.
 void PictureBox::resizeInner(Int32 w, Int32 h) {
   if (w == innerW_ && h == innerH_) return;
-  std::vector<Colour> next(static_cast<std::size_t>(w) * h, resolveColour(backColor_));
-  const Int32 cw = std::min(w, innerW_);
-  const Int32 ch = std::min(h, innerH_);
-  for (Int32 y = 0; y < ch; ++y) {
-    std::copy_n(bitmap_.begin() + static_cast<std::ptrdiff_t>(y) * innerW_, cw,
-                next.begin() + static_cast<std::ptrdiff_t>(y) * w);
+  const long long wanted = static_cast<long long>(w) * h;
+  if (wanted > pixelLimit_) {
+    throw SurfaceError("Out of memory: a picture box of " + std::to_string(w) + " by " + std::to_string(h) +
+                       " pixels is over the limit of " + std::to_string(pixelLimit_) + " pixels");
+  }
+  if (bitmap_) {
+    PixelBuffer next = allocatePixels(wanted, pixelLimit_);
+    const Colour bg = background();
+    const Int32 cw = std::min(w, innerW_);
+    const Int32 ch = std::min(h, innerH_);
+    for (Int32 y = 0; y < h; ++y) {
+      Colour* row = next.get() + static_cast<std::ptrdiff_t>(y) * w;
+      Int32 x = 0;
+      if (y < ch) {
+        std::copy_n(bitmap_.get() + static_cast<std::ptrdiff_t>(y) * innerW_, cw, row);
+        x = cw;
+      }
+      std::fill(row + x, row + w, bg);
+    }
+    bitmap_ = std::move(next);
   }
   innerW_ = w;
   innerH_ = h;
-  bitmap_ = std::move(next);
   touch();
   if (onResize) onResize();
 }
 
 void PictureBox::resetBitmap() {
-  if (picture_ && picture_->pixelWidth() == innerW_ && picture_->pixelHeight() == innerH_) {
-    bitmap_ = picture_->pixels();  // covers the whole box: no background to lay first
-    touch();
+  touch();
+  if (!picture_) {
+    bitmap_.reset();  // all background, allocated when first drawn on
     return;
   }
-  bitmap_.assign(static_cast<std::size_t>(innerW_) * innerH_, resolveColour(backColor_));
-  if (picture_) {
-    const Int32 w = std::min(innerW_, picture_->pixelWidth());
-    const Int32 h = std::min(innerH_, picture_->pixelHeight());
-    for (Int32 y = 0; y < h; ++y) {
-      std::copy_n(picture_->pixels().begin() + static_cast<std::ptrdiff_t>(y) * picture_->pixelWidth(), w,
-                  bitmap_.begin() + static_cast<std::ptrdiff_t>(y) * innerW_);
-    }
+  if (picture_->pixelWidth() == innerW_ && picture_->pixelHeight() == innerH_) {
+    bitmap_ = picture_->buffer();  // the picture covers the whole box: show its own pixels
+    return;
   }
-  touch();
+  PixelBuffer next = newBitmap();
+  std::fill_n(next.get(), area(), background());
+  const Int32 w = std::min(innerW_, picture_->pixelWidth());
+  const Int32 h = std::min(innerH_, picture_->pixelHeight());
+  for (Int32 y = 0; y < h; ++y) {
+    std::copy_n(picture_->data() + static_cast<std::ptrdiff_t>(y) * picture_->pixelWidth(), w,
+                next.get() + static_cast<std::ptrdiff_t>(y) * innerW_);
+  }
+  bitmap_ = std::move(next);
+}
+
+const Colour* PictureBox::bits() const {
+  if (!bitmap_) {
+    bitmap_ = newBitmap();
+    std::fill_n(bitmap_.get(), area(), background());
+  }
+  return bitmap_.get();
+}
+
+Colour* PictureBox::mutableBits() {
+  if (!bitmap_) {
+    bits();
+  } else if (bitmap_.use_count() > 1) {
+    PixelBuffer own = newBitmap();
+    std::copy_n(bitmap_.get(), area(), own.get());
+    bitmap_ = std::move(own);
+  }
+  return bitmap_.get();
+}
+
+Colour* PictureBox::overwriteBits() {
+  if (!bitmap_ || bitmap_.use_count() > 1) bitmap_ = newBitmap();
+  return bitmap_.get();
 }
 
 double PictureBox::unitsPerPixelX(Int16 mode) const {
@@ -158,9 +203,13 @@ float PictureBox::ScaleY(float value, Int16 fromMode, Int16 toMode) const {
 }
 
 void PictureBox::setPicture(Picture p) {
+  const bool resized = AutoSize && p && (innerW_ != p->pixelWidth() || innerH_ != p->pixelHeight());
+  if (resized && static_cast<long long>(p->pixelWidth()) * p->pixelHeight() > pixelLimit_) {
+    throw SurfaceError("Out of memory: a picture of " + std::to_string(p->pixelWidth()) + " by " +
+                       std::to_string(p->pixelHeight()) + " pixels is over the limit of " +
+                       std::to_string(pixelLimit_) + " pixels");
+  }
   picture_ = std::move(p);
-  const bool resized = AutoSize && picture_ &&
-                       (innerW_ != picture_->pixelWidth() || innerH_ != picture_->pixelHeight());
   if (resized) {
     innerW_ = picture_->pixelWidth();
     innerH_ = picture_->pixelHeight();
@@ -170,10 +219,12 @@ void PictureBox::setPicture(Picture p) {
 }
 
 Picture PictureBox::Image() const {
+  bits();
   return makePicture(innerW_, innerH_, bitmap_);
 }
 
 Picture PictureBox::takeImage() {
+  bits();
   Picture out = makePicture(innerW_, innerH_, std::move(bitmap_));
   const bool resized = innerW_ != 1 || innerH_ != 1;
   picture_.reset();
@@ -188,247 +239,7 @@ Colour PictureBox::Point(float x, float y) const {
   const double px = roundHalfEven(toPixelX(x));
   const double py = roundHalfEven(toPixelY(y));
   if (px < 0 || py < 0 || px >= innerW_ || py >= innerH_) return kNoColour;
-  return bitmap_[static_cast<std::size_t>(py) * innerW_ + static_cast<std::size_t>(px)];
-}
-
-void PictureBox::plot(Int32 x, Int32 y, Colour pen) {
-  if (x < 0 || y < 0 || x >= innerW_ || y >= innerH_) return;
-  Colour& d = bitmap_[static_cast<std::size_t>(y) * innerW_ + x];
-  switch (DrawMode) {
-    case 1:  // blackness
-      d = 0;
-      break;
-    case 6:  // invert
-      d = ~d & 0xFFFFFF;
-      break;
-    case 7:  // xor pen
-      d = (d ^ pen) & 0xFFFFFF;
-      break;
-    case 9:  // mask pen
-      d = d & pen;
-      break;
-    case 11:  // no operation
-      break;
-    case 15:  // merge pen
-      d = (d | pen) & 0xFFFFFF;
-      break;
-    case 16:  // whiteness
-      d = 0xFFFFFF;
-      break;
-    default:  // 13, copy pen
-      d = pen;
-      break;
-  }
-}
-
-// One point of the pen: a single pixel, or a round dot DrawWidth pixels across.
-void PictureBox::dot(Int32 x, Int32 y, Colour pen) {
-  if (DrawWidth <= 1) {
-    plot(x, y, pen);
-    return;
-  }
-  const double r = DrawWidth / 2.0;
-  const Int32 lo = -static_cast<Int32>(std::floor(r));
-  const Int32 hi = DrawWidth + lo - 1;
-  for (Int32 dy = lo; dy <= hi; ++dy) {
-    for (Int32 dx = lo; dx <= hi; ++dx) {
-      if ((dx + 0.5 - (hi + lo + 1) / 2.0) * (dx + 0.5 - (hi + lo + 1) / 2.0) +
-              (dy + 0.5 - (hi + lo + 1) / 2.0) * (dy + 0.5 - (hi + lo + 1) / 2.0) <=
-          r * r + 0.5) {
-        plot(x + dx, y + dy, pen);
-      }
-    }
-  }
-}
-
-void PictureBox::PSet(float x, float y, std::optional<Colour> colour) {
-  const Colour pen = resolveColour(colour.value_or(ForeColor));
-  dot(roundToInt32(toPixelX(x)), roundToInt32(toPixelY(y)), pen);
-  CurrentX = x;
-  CurrentY = y;
-  touch();
-}
-
-void PictureBox::Line(float x1, float y1, float x2, float y2, std::optional<Colour> colour) {
-  const Colour pen = resolveColour(colour.value_or(ForeColor));
-  Int32 ax = roundToInt32(toPixelX(x1));
-  Int32 ay = roundToInt32(toPixelY(y1));
-  const Int32 bx = roundToInt32(toPixelX(x2));
-  const Int32 by = roundToInt32(toPixelY(y2));
-  // A line wholly beyond one edge of the bitmap draws nothing; skipping it
-  // keeps far-off coordinates from costing a loop over every pixel between.
-  const Int32 reach = DrawWidth;
-  if (std::max(ax, bx) < -reach || std::min(ax, bx) >= innerW_ + reach || std::max(ay, by) < -reach ||
-      std::min(ay, by) >= innerH_ + reach) {
-    CurrentX = x2;
-    CurrentY = y2;
-    return;
-  }
-  const Int32 dx = std::abs(bx - ax);
-  const Int32 dy = -std::abs(by - ay);
-  const Int32 sx = ax < bx ? 1 : -1;
-  const Int32 sy = ay < by ? 1 : -1;
-  long long err = static_cast<long long>(dx) + dy;
-  // Both end points are drawn, so that a polyline has no gaps at its corners.
-  for (;;) {
-    dot(ax, ay, pen);
-    if (ax == bx && ay == by) break;
-    const long long e2 = 2 * err;
-    if (e2 >= dy) {
-      err += dy;
-      ax += sx;
-    }
-    if (e2 <= dx) {
-      err += dx;
-      ay += sy;
-    }
-  }
-  CurrentX = x2;
-  CurrentY = y2;
-  touch();
-}
-
-void PictureBox::Circle(float x, float y, float radius, std::optional<Colour> colour) {
-  const Colour pen = resolveColour(colour.value_or(ForeColor));
-  const double cx = toPixelX(x);
-  const double cy = toPixelY(y);
-  const double r = std::abs(radius / unitsPerPixelX(scaleMode_));
-  const Int32 x0 = static_cast<Int32>(std::floor(cx - r)) - 1;
-  const Int32 x1 = static_cast<Int32>(std::ceil(cx + r)) + 1;
-  const Int32 y0 = static_cast<Int32>(std::floor(cy - r)) - 1;
-  const Int32 y1 = static_cast<Int32>(std::ceil(cy + r)) + 1;
-  // A pixel belongs to the outline when its centre lies within half a pixel of
-  // the circle; inside it, to the fill.
-  for (Int32 py = std::max(y0, 0); py <= std::min(y1, innerH_ - 1); ++py) {
-    for (Int32 px = std::max(x0, 0); px <= std::min(x1, innerW_ - 1); ++px) {
-      const double d = std::hypot(px - cx, py - cy);
-      if (std::abs(d - r) <= 0.5) {
-        dot(px, py, pen);
-      } else if (FillStyle == 0 && d < r) {
-        plot(px, py, resolveColour(FillColor));
-      }
-    }
-  }
-  CurrentX = x;
-  CurrentY = y;
-  touch();
-}
-
-namespace {
-Colour combine(Colour dest, Colour src, Int32 opcode) {
-  switch (opcode) {
-    case kOpcodeCopy:
-      return src;
-    case kOpcodeAnd:
-      return dest & src;
-    case kOpcodePaint:
-      return dest | src;
-    case kOpcodeInvert:
-      return dest ^ src;
-    default:
-      throw SurfaceError("Invalid procedure call: raster operation " + std::to_string(opcode));
-  }
-}
-
-// For each destination index along one axis, the first and one-past-last
-// source index it covers. A shrink gives blocks of several source pixels, an
-// enlargement repeats one.
-struct Span {
-  Int32 from;
-  Int32 to;
-};
-
-std::vector<Span> spans(Int32 destLength, double srcStart, double srcLength) {
-  std::vector<Span> out(static_cast<std::size_t>(destLength));
-  for (Int32 d = 0; d < destLength; ++d) {
-    const auto a = static_cast<Int32>(std::floor(srcStart + srcLength * d / destLength));
-    auto b = static_cast<Int32>(std::floor(srcStart + srcLength * (d + 1) / destLength));
-    if (b <= a) b = a + 1;
-    out[static_cast<std::size_t>(d)] = {a, b};
-  }
-  return out;
-}
-}  // namespace
-
-void PictureBox::PaintPicture(const Picture& pic, float x1, float y1, std::optional<float> width1,
-                              std::optional<float> height1, std::optional<float> x2, std::optional<float> y2,
-                              std::optional<float> width2, std::optional<float> height2, std::optional<Int32> opcode) {
-  if (!pic) throw SurfaceError("Invalid picture");
-  const Int32 op = opcode.value_or(kOpcodeCopy);
-  combine(0, 0, op);  // refuse an unknown operation before anything is drawn
-
-  // Lengths in this box's scale become pixels of this box for the destination
-  // and pixels of the picture for the source.
-  const double fx = 1.0 / unitsPerPixelX(scaleMode_);
-  const double fy = 1.0 / unitsPerPixelY(scaleMode_);
-  const double srcX = x2 ? *x2 * fx : 0.0;
-  const double srcY = y2 ? *y2 * fy : 0.0;
-  const double srcW = width2 ? *width2 * fx : pic->pixelWidth();
-  const double srcH = height2 ? *height2 * fy : pic->pixelHeight();
-
-  const Int32 dx0 = roundToInt32(x1 * fx);
-  const Int32 dy0 = roundToInt32(y1 * fy);
-  const Int32 dx1 = width1 ? roundToInt32((x1 + *width1) * fx) : roundToInt32(dx0 + srcW);
-  const Int32 dy1 = height1 ? roundToInt32((y1 + *height1) * fy) : roundToInt32(dy0 + srcH);
-  const Int32 dw = dx1 - dx0;
-  const Int32 dh = dy1 - dy0;
-  if (dw <= 0 || dh <= 0 || srcW <= 0 || srcH <= 0) return;
-
-  const std::vector<Span> xs = spans(dw, srcX, srcW);
-  const std::vector<Span> ys = spans(dh, srcY, srcH);
-  const Int32 pw = pic->pixelWidth();
-  const Int32 ph = pic->pixelHeight();
-  const Colour* src = pic->pixels().data();
-
-  // Destination columns inside the box that draw on some source column: the
-  // spans only grow left to right, so these form one run [iFrom, iTo).
-  Int32 iFrom = std::max(0, -dx0);
-  Int32 iTo = std::min(dw, innerW_ - dx0);
-  while (iFrom < iTo && std::min(xs[static_cast<std::size_t>(iFrom)].to, pw) <= 0) ++iFrom;
-  while (iTo > iFrom && xs[static_cast<std::size_t>(iTo - 1)].from >= pw) --iTo;
-  if (iFrom >= iTo) return;
-  const Int32 uFrom = std::max(xs[static_cast<std::size_t>(iFrom)].from, 0);
-  const Int32 uTo = std::min(xs[static_cast<std::size_t>(iTo - 1)].to, pw);
-
-  // One destination row at a time: the source rows of its block ANDed into
-  // `acc`, then each destination pixel the AND of its columns of `acc`. A
-  // shrink thus ANDs the pixels it drops into the one it keeps, so dark line
-  // work on a light ground survives it. Rows of an enlargement that repeat a
-  // source block reuse `line`.
-  std::vector<Colour> acc(static_cast<std::size_t>(std::max(pw, 1)));
-  std::vector<Colour> line(static_cast<std::size_t>(std::max(dw, 1)));
-  Span lineRows{-1, -1};
-  for (Int32 j = 0; j < dh; ++j) {
-    const Int32 ty = dy0 + j;
-    if (ty < 0 || ty >= innerH_) continue;
-    const Span sy = ys[static_cast<std::size_t>(j)];
-    const Int32 syFrom = std::max(sy.from, 0);
-    const Int32 syTo = std::min(sy.to, ph);
-    if (syFrom >= syTo) continue;
-    if (syFrom != lineRows.from || syTo != lineRows.to) {
-      std::fill(acc.begin() + uFrom, acc.begin() + uTo, 0xFFFFFF);
-      for (Int32 v = syFrom; v < syTo; ++v) {
-        const Colour* s = src + static_cast<std::size_t>(v) * pw;
-        for (Int32 u = uFrom; u < uTo; ++u) acc[u] &= s[u];
-      }
-      for (Int32 i = iFrom; i < iTo; ++i) {
-        const Span sx = xs[static_cast<std::size_t>(i)];
-        const Int32 sxFrom = std::max(sx.from, 0);
-        const Int32 sxTo = std::min(sx.to, pw);
-        Colour c = 0xFFFFFF;
-        for (Int32 u = sxFrom; u < sxTo; ++u) c &= acc[u];
-        line[i] = c;
-      }
-      lineRows = {syFrom, syTo};
-    }
-    Colour* row = bitmap_.data() + static_cast<std::size_t>(ty) * innerW_;
-    if (op == kOpcodeCopy) {
-      std::copy(line.begin() + iFrom, line.begin() + iTo, row + (dx0 + iFrom));
-    } else {
-      for (Int32 i = iFrom; i < iTo; ++i) row[dx0 + i] = combine(row[dx0 + i], line[i], op) & 0xFFFFFF;
-    }
-  }
-  touch();
+  return at(static_cast<Int32>(px), static_cast<Int32>(py));
 }
 
 void PictureBox::Cls() {

@@ -71,12 +71,21 @@ class PictureBox {
   float ScaleY(float value, Int16 fromMode, Int16 toMode) const;
 
   const Picture& picture() const { return picture_; }
+  // The persistent bitmap then shows the picture: it shares the picture's
+  // pixels until the first drawing, when it takes a copy of its own.
   void setPicture(Picture p);
-  // The persistent bitmap as a picture; it stays as it is whatever happens to the box later.
+  // The persistent bitmap as a picture, a new one with its own Handle; it
+  // shares the bitmap's pixels, and whichever side writes first copies, so
+  // it stays as it is whatever happens to the box later.
   Picture Image() const;
-  // The persistent bitmap as a picture without a copy; the box is left empty
-  // (no picture, 1 by 1 pixel). For scratch boxes that are emptied right after.
+  // The persistent bitmap as a picture, leaving the box empty (no picture, 1
+  // by 1 pixel): for scratch boxes that are emptied right after.
   Picture takeImage();
+
+  // No surface of this box may hold more pixels than this; a size beyond it
+  // is a SurfaceError before anything is allocated.
+  long long pixelLimit() const { return pixelLimit_; }
+  void setPixelLimit(long long limit) { pixelLimit_ = limit; }
 
   bool AutoRedraw = true;
   bool AutoSize = false;
@@ -106,10 +115,14 @@ class PictureBox {
   float CurrentY = 0.0F;
 
   // Direct access to the persistent bitmap, row by row, for loops that would
-  // otherwise call GetPixel and SetPixelV once per pixel.
-  Colour* bits() { return bitmap_.data(); }
-  const Colour* bits() const { return bitmap_.data(); }
-  // Tells views that the bitmap was changed through bits().
+  // otherwise call GetPixel and SetPixelV once per pixel. Reading costs
+  // nothing; mutableBits() first takes a copy if the pixels are shared, and
+  // overwriteBits() gives pixels of undefined content for a caller that
+  // writes every one of them.
+  const Colour* bits() const;
+  Colour* mutableBits();
+  Colour* overwriteBits();
+  // Tells views that the bitmap was changed through mutableBits() or overwriteBits().
   void bitsChanged() { touch(); }
 
   // Called by Refresh; a view sets it to repaint itself from Image().
@@ -128,6 +141,13 @@ class PictureBox {
   Int32 outerPixelHeight() const { return innerH_ + 2 * border_; }
   void resizeInner(Int32 w, Int32 h);
   void resetBitmap();
+  std::size_t area() const { return static_cast<std::size_t>(innerW_) * static_cast<std::size_t>(innerH_); }
+  PixelBuffer newBitmap() const;
+  // The colour of the box's background, which an unallocated bitmap shows everywhere.
+  Colour background() const { return resolveColour(backColor_); }
+  Colour at(Int32 x, Int32 y) const {
+    return bitmap_ ? bitmap_[static_cast<std::size_t>(y) * innerW_ + x] : background();
+  }
   double unitsPerPixelX(Int16 mode) const;
   double unitsPerPixelY(Int16 mode) const;
   double toPixelX(float x) const { return x / unitsPerPixelX(scaleMode_); }
@@ -145,7 +165,10 @@ class PictureBox {
   float userScaleH_ = 0.0F;
   Colour backColor_ = kSysButtonFace;
   Picture picture_;
-  std::vector<Colour> bitmap_;
+  // Null while the whole bitmap is background: a box that is about to be
+  // painted over costs no clearing.
+  mutable PixelBuffer bitmap_;
+  long long pixelLimit_ = kDefaultSurfacePixelLimit;
   unsigned long long version_ = 0;
 };
 

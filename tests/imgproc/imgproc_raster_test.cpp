@@ -101,12 +101,12 @@ TEST(Filters, MembersPassTheirDefaultsToTheirKernels) {
   for (std::size_t i = 0; i < px.size(); ++i) px[i] = static_cast<Colour>((i * 2654435761U) & 0xFFFFFF);
   const Picture src = makePicture(16, 14, px);
   const FilterArray edge = ImgProc::filtcreatecust3(-1, -1, -1, -1, 8, -1, -1, -1, -1);
-  using Kernel = std::function<void(PictureBox&, Host&, RandomSource&)>;
+  using Kernel = std::function<void(PictureBox&, FilterStore&, Host&, RandomSource&)>;
   const std::tuple<const char*, std::function<void(ImgProc&)>, Kernel> cases[] = {
       {"cust3", [&](ImgProc& c) { c.filtercust3(edge); },
-       [&](PictureBox& b, Host& h, RandomSource&) { runcust3(b, edge, 9, 0, false, h); }},
+       [&](PictureBox& b, FilterStore& store, Host& h, RandomSource&) { runcust3(b, store, edge, 9, 0, false, h); }},
       {"pixelize", [](ImgProc& c) { c.filterpixelize(); },
-       [](PictureBox& b, Host& h, RandomSource& r) { runpixelize(b, 4, 2, 3, 2, r, h); }},
+       [](PictureBox& b, FilterStore& store, Host& h, RandomSource& r) { runpixelize(b, store, 4, 2, 3, 2, r, h); }},
   };
   for (const auto& [name, member, kernel] : cases) {
     ImgProc ipc;
@@ -116,11 +116,63 @@ TEST(Filters, MembersPassTheirDefaultsToTheirKernels) {
     direct.AutoSize = true;
     direct.setPicture(src);
     QuietHost host;
+    FilterStore store;
     RandomSource fresh;
-    kernel(direct, host, fresh);
+    kernel(direct, store, host, fresh);
     EXPECT_EQ(ipc.picture()->pixels(), direct.Image()->pixels()) << name;
     EXPECT_NE(ipc.picture()->pixels(), src->pixels()) << name;
   }
+}
+
+}  // namespace
+}  // namespace quern
+
+namespace quern {
+namespace {
+
+bool holds(const Picture& p, Colour c) {
+  return std::count(p->pixels().begin(), p->pixels().end(), c) > 0;
+}
+
+// The controls of one context share one filter store, which no load clears,
+// and one random sequence; a control on its own starts both afresh.
+TEST(RasterContext, ControlsOfOneContextShareTheStoreAndContinueTheRandomSequence) {
+  const Picture big = makeFilledPicture(30, 30, 0x123456);
+  const Picture small = makeFilledPicture(10, 10, 0x808080);
+  RasterContext shared;
+  ImgProc first(shared, nullptr);
+  ImgProc second(shared, nullptr);
+  first.setPicture(big);
+  first.filtersmooth();
+  second.setPicture(small);
+  second.filterdiffuse(8, 0);  // offsets of up to 8 reach beyond the small picture
+  ImgProc alone;
+  alone.setPicture(small);
+  alone.filterdiffuse(8, 0);
+  EXPECT_TRUE(holds(second.picture(), 0x123456)) << "beyond its edge the store keeps the larger picture";
+  EXPECT_FALSE(holds(second.picture(), kBlack));
+  EXPECT_TRUE(holds(alone.picture(), kBlack)) << "a fresh store is empty beyond the picture";
+
+  const Picture noise = makePicture(12, 12, [] {
+    std::vector<Colour> px(144);
+    for (std::size_t i = 0; i < px.size(); ++i) px[i] = static_cast<Colour>((i * 2654435761U) & 0xFFFFFF);
+    return px;
+  }());
+  RasterContext context;
+  ImgProc a(context, nullptr);
+  ImgProc b(context, nullptr);
+  a.setPicture(noise);
+  a.filterdiffuse();
+  b.setPicture(noise);
+  b.filterdiffuse();
+  ImgProc twice;
+  twice.setPicture(noise);
+  twice.filterdiffuse();
+  EXPECT_EQ(twice.picture()->pixels(), a.picture()->pixels()) << "the first numbers of the sequence";
+  twice.setPicture(noise);
+  twice.filterdiffuse();
+  EXPECT_EQ(twice.picture()->pixels(), b.picture()->pixels()) << "the second control goes on with the sequence";
+  EXPECT_NE(a.picture()->pixels(), b.picture()->pixels());
 }
 
 }  // namespace

@@ -16,7 +16,7 @@ using testing::boxWith;
 using testing::grey;
 using testing::greys3;
 
-using Median = void (*)(PictureBox&, Int16, bool, Host&);
+using Median = void (*)(PictureBox&, FilterStore&, Int16, bool, Host&);
 const std::pair<const char*, Median> kMedians[] = {{"median", runmedian}, {"medianKC", runmedianKC}};
 
 TEST(RankPasses, LeaveSomeListsUnsortedAndPositionFourAsItStands) {
@@ -27,8 +27,9 @@ TEST(RankPasses, LeaveSomeListsUnsortedAndPositionFourAsItStands) {
     for (const auto& [window, want] :
          {std::pair{std::array{1, 2, 3, 4, 5, 6, 7, 8, 9}, 5}, {std::array{9, 8, 7, 6, 5, 4, 3, 2, 1}, 1}}) {
       QuietHost host;
+      FilterStore store;
       PictureBox box = boxWith(greys3(window));
-      median(box, 0, false, host);
+      median(box, store, 0, false, host);
       EXPECT_EQ(at(box, 1, 1), grey(want)) << name;
     }
   }
@@ -47,8 +48,9 @@ TEST(RankFilters, OneColourWindowGivesThatColourPlusBias) {
                        {-50, true, rgb(20, 150, 40)}}) {
     for (const auto& [name, median] : kMedians) {
       QuietHost host;
+      FilterStore store;
       PictureBox box = boxWith(makeFilledPicture(4, 4, rgb(30, 200, 90)));
-      median(box, c.bias, c.takeabs, host);
+      median(box, store, c.bias, c.takeabs, host);
       EXPECT_EQ(at(box, 1, 2), c.out) << name << " bias " << c.bias << " abs " << c.takeabs;
       EXPECT_EQ(at(box, 0, 0), rgb(30, 200, 90));
     }
@@ -57,16 +59,17 @@ TEST(RankFilters, OneColourWindowGivesThatColourPlusBias) {
 
 TEST(PointFilters, ZeroRangesLeaveThePictureAndEmbossAndSolarizeFollowTheirRules) {
   QuietHost host;
+  FilterStore store;
   RandomSource random;
   const Picture src = testing::noisePicture(12, 10);
   PictureBox still = boxWith(src);
-  rundiffuse(still, 0, 0, random, host);
-  runsolarize(still, 0, 255, host);
+  rundiffuse(still, store, 0, 0, random, host);
+  runsolarize(still, store, 0, 255, host);
   EXPECT_EQ(still.Image()->pixels(), src->pixels());
-  EXPECT_THROW(rundiffuse(still, 0, 100, random, host), IndexError) << "offsets leaving the store";
+  EXPECT_THROW(rundiffuse(still, store, 0, 100, random, host), IndexError) << "offsets leaving the store";
 
   PictureBox solar = boxWith(src);
-  runsolarize(solar, 128, 255, host);
+  runsolarize(solar, store, 128, 255, host);
   for (Int32 y = 1; y < 9; ++y) {
     for (Int32 x = 1; x < 11; ++x) {
       const Colour c = at(solar, x, y);
@@ -79,13 +82,13 @@ TEST(PointFilters, ZeroRangesLeaveThePictureAndEmbossAndSolarizeFollowTheirRules
   struct Case {
     Colour centre, lowerRight, want;
   };
-  for (const Case k : {Case{grey(50), grey(50), grey(128)}, {grey(250), grey(50), grey(255)},
-                       {grey(0), grey(200), grey(72)}}) {
+  for (const Case k :
+       {Case{grey(50), grey(50), grey(128)}, {grey(250), grey(50), grey(255)}, {grey(0), grey(200), grey(72)}}) {
     std::vector<Colour> px(9, grey(50));
     px[4] = k.centre;
     px[8] = k.lowerRight;
     PictureBox box = boxWith(makePicture(3, 3, px));
-    runemboss(box, 128, host);
+    runemboss(box, store, 128, host);
     EXPECT_EQ(at(box, 1, 1), k.want);
   }
 }

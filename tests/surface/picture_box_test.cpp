@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 #include <vector>
 
 namespace quern {
@@ -160,6 +161,75 @@ TEST(Stretch, ACopyPartlyOutsideTheBoxCombinesOnlyWhereItFalls) {
       }
     }
   }
+}
+
+}  // namespace
+}  // namespace quern
+
+namespace quern {
+namespace {
+
+// Boxes share pixels until one of them writes: every kind of write to one box
+// after a hand-on must leave the other box, the stored picture and any image
+// taken before exactly as they were.
+TEST(CopyOnWrite, AWriteAfterAHandOnReachesOnlyTheBoxWrittenTo) {
+  const Picture original = coordinatePicture(6, 4);
+  const Picture stamp = makeFilledPicture(6, 4, kBlue);
+  const std::pair<const char*, std::function<void(PictureBox&)>> writes[] = {
+      {"PSet", [](PictureBox& b) { b.PSet(2, 1, kRed); }},
+      {"Line", [](PictureBox& b) { b.Line(0, 0, 5, 3, kRed); }},
+      {"Circle", [](PictureBox& b) { b.Circle(3, 2, 1, kRed); }},
+      {"SetPixelV", [](PictureBox& b) { SetPixelV(b.hDC(), 1, 1, kRed); }},
+      {"PaintPicture", [&](PictureBox& b) { b.PaintPicture(stamp, 0, 0); }},
+      {"PaintPicture AND", [&](PictureBox& b) { b.PaintPicture(stamp, 1, 1, 2, 2, 0, 0, 2, 2, kOpcodeAnd); }},
+      {"mutableBits", [](PictureBox& b) { b.mutableBits()[0] = kRed; }},
+  };
+  for (const auto& [name, write] : writes) {
+    PictureBox a;
+    a.AutoSize = true;
+    a.setPicture(original);
+    PictureBox b;
+    b.AutoSize = true;
+    b.setPicture(a.picture());
+    const Picture before = b.Image();
+    write(b);
+    EXPECT_EQ(a.Image()->pixels(), original->pixels()) << name;
+    EXPECT_EQ(b.picture()->pixels(), original->pixels()) << name;
+    EXPECT_EQ(before->pixels(), original->pixels()) << name;
+    EXPECT_NE(b.Image()->pixels(), original->pixels()) << name << " drew nothing";
+    b.Cls();
+    EXPECT_EQ(b.Image()->pixels(), original->pixels()) << name << ": Cls brings the stored picture back";
+    // And the other way round: a write to the first box leaves the second's.
+    write(a);
+    EXPECT_EQ(b.Point(2, 1), original->pixel(2, 1)) << name;
+  }
+}
+
+TEST(CopyOnWrite, EachImageIsANewPictureThatKeepsItsPixels) {
+  PictureBox box = boxOf(3, 2);
+  const Picture first = box.Image();
+  const Picture second = box.Image();
+  EXPECT_NE(first->Handle(), second->Handle());
+  EXPECT_NE(first->Handle(), 0);
+  box.PSet(0, 0, kBlack);
+  EXPECT_EQ(first->pixel(0, 0), kWhite);
+  EXPECT_EQ(box.Image()->pixel(0, 0), kBlack);
+  PictureBox other;
+  other.AutoSize = true;
+  other.setPicture(first);
+  EXPECT_EQ(other.Point(0, 0), kWhite);
+}
+
+TEST(SurfaceLimit, ASizeOverTheLimitIsRefusedBeforeAnythingIsAllocated) {
+  PictureBox box;
+  box.setPixelLimit(100);
+  EXPECT_NO_THROW(box.setWidth(10));
+  EXPECT_NO_THROW(box.setHeight(10));
+  EXPECT_THROW(box.setHeight(11), SurfaceError);
+  EXPECT_EQ(box.pixelHeight(), 10);
+  box.AutoSize = true;
+  EXPECT_THROW(box.setPicture(makeFilledPicture(20, 20, kBlack)), SurfaceError);
+  EXPECT_EQ(box.picture(), nullptr);
 }
 
 }  // namespace
