@@ -94,16 +94,25 @@ void runsmooth(PictureBox& picture, FilterStore& filterpixels, Host& host) {
   for (Int32 s = 0; s < static_cast<Int32>(mean.size()); ++s)
     mean[s] = static_cast<std::uint8_t>(roundToInt16(s / 9.0));
 
-  // Column sums of three rows, all channels in one add; then three of them across.
+  // Column sums of three rows, all channels in one add; then three of them
+  // across. Each row is unpacked into 16-bit lanes once and kept while the
+  // window passes over it.
+  std::vector<Record> lanes[3];
+  for (std::vector<Record>& l : lanes) l.resize(static_cast<std::size_t>(w));
+  auto unpack = [&](Int32 y, std::vector<Record>& into) {
+    const Colour* in = store.row(y);
+    for (Int32 x = 0; x < w; ++x) into[x] = FilterStore::pack(in[x]);
+  };
+  unpack(0, lanes[0]);
+  unpack(1, lanes[1]);
   std::vector<Record> column(static_cast<std::size_t>(w));
   Canvas canvas(picture);
   for (Int32 y = 1; y < h - 1; ++y) {
-    const Colour* above = store.row(y - 1);
-    const Colour* here = store.row(y);
-    const Colour* below = store.row(y + 1);
-    for (Int32 x = 0; x < w; ++x) {
-      column[x] = FilterStore::pack(above[x]) + FilterStore::pack(here[x]) + FilterStore::pack(below[x]);
-    }
+    const std::vector<Record>& above = lanes[(y - 1) % 3];
+    const std::vector<Record>& here = lanes[y % 3];
+    std::vector<Record>& below = lanes[(y + 1) % 3];
+    unpack(y + 1, below);
+    for (Int32 x = 0; x < w; ++x) column[x] = above[x] + here[x] + below[x];
     Colour* out = canvas.row(y);
     const Int32 paintable = out ? std::min(w - 1, canvas.width()) : 0;
     for (Int32 x = 1; x < paintable; ++x) {

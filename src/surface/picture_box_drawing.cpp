@@ -243,12 +243,14 @@ void PictureBox::PaintPicture(const Picture& pic, float x1, float y1, std::optio
         const Colour* s = src + static_cast<std::size_t>(v) * pw;
         for (Int32 u = uFrom; u < uTo; ++u) acc[u] &= s[u];
       }
+      // Each span of this run overlaps the picture, and most hold one or two
+      // columns: a plain loop from the first beats a vectorised one.
       for (Int32 i = iFrom; i < iTo; ++i) {
         const Span sx = xs[static_cast<std::size_t>(i)];
-        const Int32 sxFrom = std::max(sx.from, 0);
         const Int32 sxTo = std::min(sx.to, pw);
-        Colour c = 0xFFFFFF;
-        for (Int32 u = sxFrom; u < sxTo; ++u) c &= acc[u];
+        Int32 u = std::max(sx.from, 0);
+        Colour c = acc[u];
+        while (++u < sxTo) c &= acc[u];
         line[i] = c;
       }
       lineRows = {syFrom, syTo};
@@ -256,6 +258,8 @@ void PictureBox::PaintPicture(const Picture& pic, float x1, float y1, std::optio
     Colour* row = out + static_cast<std::size_t>(ty) * innerW_;
     if (op == kOpcodeCopy) {
       std::copy(line.begin() + iFrom, line.begin() + iTo, row + (dx0 + iFrom));
+    } else if (op == kOpcodeAnd) {
+      for (Int32 i = iFrom; i < iTo; ++i) row[dx0 + i] &= line[i];
     } else {
       for (Int32 i = iFrom; i < iTo; ++i) row[dx0 + i] = combine(row[dx0 + i], line[i], op) & 0xFFFFFF;
     }
