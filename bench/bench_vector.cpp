@@ -11,7 +11,7 @@
 #include "literal_passes.h"
 #include "vector/chains.h"
 #include "vector/generalize.h"
-#include "vector/line_scale.h"
+#include "vector/reorder.h"
 #include "vector/session.h"
 
 namespace quern {
@@ -136,7 +136,7 @@ void BM_LiteralReorderPass(benchmark::State& state) {
 BENCHMARK(BM_ReorderPass)->Arg(5000)->Arg(50000)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_LiteralReorderPass)->Arg(5000)->Iterations(1)->Unit(benchmark::kMillisecond);
 
-// One chain of 100000 pixels along a gentle wave, through DoGeneralize_Click
+// One chain of 100000 pixels along a gentle wave, through simplifyPolyBuffer
 // at the starting tolerance of 1/15 pixel and at 1 pixel.
 void BM_Generalize(benchmark::State& state) {
   Session s;
@@ -147,7 +147,7 @@ void BM_Generalize(benchmark::State& state) {
   }
   s.GeneralizeTolerance = static_cast<Int32>(state.range(0));
   for (auto _ : state) {
-    DoGeneralize_Click(s, kDefaultTwipsPerPixel);
+    simplifyPolyBuffer(s, kDefaultTwipsPerPixel);
     benchmark::DoNotOptimize(s.polyBuffer[1].highest());
   }
   state.counters["kept"] = static_cast<double>(s.polyBuffer[1].highest());

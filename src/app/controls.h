@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 
+#include "base/number_text.h"
 #include "base/numbers.h"
 #include "imgproc/imgproc.h"
 
@@ -32,15 +33,8 @@ struct Label {
 
 // A horizontal scroll bar: the same value as the picture control's own bars.
 using HScrollBar = ScrollBarState;
-inline bool inRange(const HScrollBar& bar, Int32 v) { return v >= bar.Min && v <= bar.Max; }
-
-// Shortest decimal text that reads back as the same 64-bit float:
-// 1 for 1.0, 1.5, 0.07, 0.01.
-std::string decimalText(double value);
-// Whole numbers of 32 bits: optional blanks around an optional sign and digits.
-// Anything else, "1.5" and "" included, gives nothing.
-std::optional<Int32> readWhole32(const std::string& text);
-// A decimal number as the stages read a value box: blanks around it allowed.
-std::optional<double> readNumber(const std::string& text);
+inline bool inRange(const HScrollBar& bar, Int32 v) {
+  return v >= bar.Min && v <= bar.Max;
+}
 
 }  // namespace quern

@@ -2,9 +2,9 @@
 
 #include <exception>
 
-#include "app/builtin_pictures.h"
 #include "app/layout.h"
 #include "base/errors.h"
+#include "intake/builtin_pictures.h"
 #include "vector/generalize.h"
 
 namespace quern {
@@ -68,8 +68,8 @@ struct StageRow {
   const char* buttons;
 };
 constexpr StageRow kStageTable[] = {
-    {1, "nnnnnn", "100000"},  {2, "Xnnnnn", "110000"}, {3, "XXnnnn", "111000"}, {4, "XXXnnn", "111100"},
-    {5, "XXXXnn", "111110"},  {6, "XXXXXn", "111111"}, {10, "------", "000000"}, {11, "XXXXXX", "111111"},
+    {1, "nnnnnn", "100000"}, {2, "Xnnnnn", "110000"}, {3, "XXnnnn", "111000"},  {4, "XXXnnn", "111100"},
+    {5, "XXXXnn", "111110"}, {6, "XXXXXn", "111111"}, {10, "------", "000000"}, {11, "XXXXXX", "111111"},
 };
 constexpr Int16 kBarIndex[] = {0, 1, 2, 3, 5, 6};
 }  // namespace
@@ -90,7 +90,7 @@ void Form1::SetStage(Int16 stage) {
 }
 
 void Form1::ChangeStats() {
-  Stat[0].Caption = "Filename: ..." + session.PictureName;
+  Stat[0].Caption = "Filename: ..." + PictureName;
   Stat[1].Caption = "Original Image X: " + std::to_string(IPCH.picwidth()) + " pixels";
   Stat[2].Caption = "Original Image Y: " + std::to_string(IPCH.picheight()) + " pixels";
   Stat[3].Caption = "Adjusted Image X: " + std::to_string(IPC1.picwidth()) + " pixels";
@@ -111,7 +111,7 @@ bool Form1::request(std::string_view what, const std::function<void()>& fn) {
     // can be run again; the others keep what they had.
     if (stage_ == 10 && runningStage_ >= 1) SetStage(runningStage_);
     // Name the stage that failed, which may be a later one than the click started.
-    static constexpr std::string_view kStageRows[] = {"Image Scale", "Blur Control", "Sharpen",
+    static constexpr std::string_view kStageRows[] = {"Image Scale", "Blur Control",  "Sharpen",
                                                       "Center Line", "Center detect", "LineScale"};
     const std::string failed = runningStage_ >= 1 ? std::string(kStageRows[runningStage_ - 1]) + " (stage " +
                                                         std::to_string(runningStage_) + ")"
@@ -228,8 +228,14 @@ void Form1::HScroll1_Change() {
   Text1.Text = decimalText(HScroll1.Value / 100.0);
   Command8_Click();
 }
-void Form1::HScroll2_Change() { Text2.Text = std::to_string(HScroll2.Value); }
-void Form1::HScroll3_Change() { Text4.Text = std::to_string(HScroll3.Value); }
-void Form1::HScroll6_Change() { Text3.Text = std::to_string(HScroll6.Value); }
+void Form1::HScroll2_Change() {
+  Text2.Text = std::to_string(HScroll2.Value);
+}
+void Form1::HScroll3_Change() {
+  Text4.Text = std::to_string(HScroll3.Value);
+}
+void Form1::HScroll6_Change() {
+  Text3.Text = std::to_string(HScroll6.Value);
+}
 
 }  // namespace quern

@@ -9,6 +9,7 @@
 #include "app/platform.h"
 #include "base/host.h"
 #include "imgproc/imgproc.h"
+#include "pipeline/stage_chain.h"
 #include "surface/picture_box.h"
 #include "vector/session.h"
 
@@ -29,18 +30,26 @@ class Form1 : public Host {
   Form1(const Form1&) = delete;
   Form1& operator=(const Form1&) = delete;
 
-  Session session;
-
   // One filter store and one random source for the whole window, shared by
   // its picture controls.
   RasterContext rasterContext;
-  // The hidden surfaces of the stages, and a sixth one of the "Treat" button.
-  ImgProc IPCH{rasterContext, this};
-  ImgProc IPC1{rasterContext, this};
-  ImgProc IPC2{rasterContext, this};
-  ImgProc IPC3{rasterContext, this};
-  ImgProc IPCT{rasterContext, this};
+  // The stages and their session; the window's names for the surfaces.
+  StageChain chain{rasterContext, *this};
+  Session& session = chain.session;
+  ImgProc& IPCH = chain.original;
+  ImgProc& IPC1 = chain.rescaled;
+  ImgProc& IPC2 = chain.smoothed;
+  ImgProc& IPC3 = chain.blackWhite;
+  ImgProc& IPCT = chain.thinned;
+  // A sixth surface, of the "Treat" button.
   ImgProc IPCTreat{rasterContext, this};
+
+  // What the window keeps of its own: the splash's ticks, the path of the
+  // picture named last in the open dialog and the bare name shown in the
+  // statistics (of that picture, or of the drawing exported last).
+  Int32 SplashTicks = 0;
+  std::string PicturePath;
+  std::string PictureName;
 
   PictureBox Picture1;  // the preview, laid out in twips
   PictureBox Picture2;  // small copy of the original in the hidden frame
@@ -145,9 +154,8 @@ class Form1 : public Host {
   std::string lastError_;
 };
 
-// The extension test of the intake: the last three characters of the path,
-// case included; nothing when the path is shorter than three characters.
-std::optional<std::string> pictureExtension(const std::string& path);
-bool isPictureExtension(const std::string& extension);
+// The bare file name of a path: what follows the last separator of this
+// platform, or the whole text when it holds none.
+std::string FileName(const std::string& WithPath);
 
 }  // namespace quern

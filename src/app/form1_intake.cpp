@@ -1,38 +1,25 @@
+#include <filesystem>
+
 #include "app/form1.h"
-
-#include <array>
-
-#include "dxf/export.h"
+#include "base/errors.h"
+#include "dxf/dxf_writer.h"
 
 namespace quern {
-
-std::optional<std::string> pictureExtension(const std::string& path) {
-  if (path.size() < 3) return std::nullopt;
-  return path.substr(path.size() - 3);
-}
-
-bool isPictureExtension(const std::string& extension) {
-  static constexpr std::array<std::string_view, 6> kAccepted = {"jpg", "JPG", "BMP", "bmp", "gif", "GIF"};
-  for (std::string_view e : kAccepted) {
-    if (extension == e) return true;
-  }
-  return false;
-}
 
 void Form1::Command3_Click() {
   try {
     const std::optional<std::string> chosen = platform_.ShowOpenDialog();
     if (chosen) {
-      session.PicturePath = *chosen;
-      session.PictureName = FileName(session.PicturePath);
-      const std::optional<std::string> extension = pictureExtension(session.PicturePath);
+      PicturePath = *chosen;
+      PictureName = FileName(PicturePath);
+      const std::optional<std::string> extension = pictureExtension(PicturePath);
       if (extension && !isPictureExtension(*extension)) {
         MsgBox("Not a valid File___" + *extension);
         return;
       }
       if (extension) {
-        IPCH.setPicture(platform_.LoadPicture(session.PicturePath));
-        Text5.Text = session.PicturePath;
+        IPCH.setPicture(platform_.LoadPicture(PicturePath));
+        Text5.Text = PicturePath;
         const auto w = static_cast<float>(IPCH.picwidth());
         const auto h = static_cast<float>(IPCH.picheight());
         Picture2.setScaleWidth(w);
@@ -59,12 +46,39 @@ void Form1::loadimage_Click() {
 void Form1::Command4_Click() {
   // Before any file is chosen there is nothing to go back to: the built-in
   // picture stays.
-  if (session.PicturePath.empty()) return;
-  IPCH.setPicture(platform_.LoadPicture(session.PicturePath));
+  if (PicturePath.empty()) return;
+  IPCH.setPicture(platform_.LoadPicture(PicturePath));
 }
 
-void Form1::Restormenu_Click() { Command4_Click(); }
+void Form1::Restormenu_Click() {
+  Command4_Click();
+}
 
-void Form1::exportimage_Click() { ::quern::exportimage_Click(session, platform_); }
+std::string FileName(const std::string& WithPath) {
+  const char separator = static_cast<char>(std::filesystem::path::preferred_separator);
+  const auto last = WithPath.rfind(separator);
+  return last == std::string::npos ? WithPath : WithPath.substr(last + 1);
+}
+
+// A cancelled or empty dialog writes nothing and says nothing. A file that
+// cannot be written gets a message naming it and the reason instead of
+// "done", and an existing file of that name stays as it was. PictureName
+// takes the bare name chosen, before any extension is added, once written.
+void Form1::exportimage_Click() {
+  const std::optional<std::string> chosen = platform_.ShowSaveDialog();
+  if (!chosen || chosen->empty()) return;
+  const std::string name = withDxfExtension(*chosen);
+  try {
+    WriteDxfFile(name, session.ChainTable);
+  } catch (const FileError& e) {
+    MsgBox(e.what());
+    return;
+  } catch (const QuernError& e) {
+    MsgBox("Cannot write the file \"" + name + "\": " + e.what());
+    return;
+  }
+  PictureName = FileName(*chosen);
+  MsgBox("done");
+}
 
 }  // namespace quern

@@ -1,5 +1,4 @@
 #include "app/form1.h"
-
 #include "vector/chains.h"
 #include "vector/generalize.h"
 #include "vector/normalize.h"
@@ -62,6 +61,8 @@ void Form1::Command7_Click() {
   fanFromGeneralized(session);
 }
 
-void Form1::DoGeneralize_Click() { ::quern::DoGeneralize_Click(session, TwipsPerPixelX()); }
+void Form1::DoGeneralize_Click() {
+  simplifyPolyBuffer(session, TwipsPerPixelX());
+}
 
 }  // namespace quern

@@ -1,11 +1,21 @@
 #include "app/form1.h"
-
 #include "base/errors.h"
-#include "vector/chains.h"
-#include "vector/line_scale.h"
-#include "vector/normalize.h"
+#include "pipeline/preview.h"
 
 namespace quern {
+
+namespace {
+// A stage the chain cannot go on from: its reason reaches the user as the
+// failure of that stage, and the chain stands where that stage starts.
+void stopUnlessDone(const StageOutcome& outcome) {
+  if (!outcome.done()) throw QuernError(outcome.reason);
+}
+// Stages 3 and 4 tell the user of a refusal themselves and the chain goes on
+// with the picture as it stands; only an error stops it.
+void stopIfFailed(const StageOutcome& outcome) {
+  if (outcome.kind == StageOutcome::Kind::failed) throw QuernError(outcome.reason);
+}
+}  // namespace
 
 double Form1::readScale() const {
   const std::optional<double> v = readNumber(Text1.Text);
@@ -30,10 +40,9 @@ std::optional<Int32> Form1::readTolerance() {
 
 void Form1::Command8_Click() {
   beginStage(1);
-  IPC1.setPicture(IPCH.picture());
   PB(0).Value = 0.0F;
   for (Int32 scan = 0; scan <= 100; ++scan) PB(0).Value = static_cast<float>(scan);
-  IPC1.scalesign(readScale());
+  stopUnlessDone(chain.rescale(readScale()));
   PB(0).Value = 0.0F;
   ChangeStats();
   Picture1.Cls();
@@ -44,9 +53,7 @@ void Form1::Command8_Click() {
 
 void Form1::Command9_Click() {
   beginStage(2);
-  IPC2.setPicture(IPC1.picture());
-  const Int32 runs = readCount(Text4, "Blur Control");
-  for (Int32 i = 1; i <= runs; ++i) IPC2.filtersmooth();
+  stopUnlessDone(chain.blur(readCount(Text4, "Blur Control")));
   ChangeStats();
   Picture1.Cls();
   paintPreview(IPC2.picture());
@@ -56,8 +63,7 @@ void Form1::Command9_Click() {
 
 void Form1::Command10_Click() {
   beginStage(3);
-  IPC3.setPicture(IPC2.picture());
-  IPC3.colnorm3(toInt16(readCount(Text2, "Sharpen")));
+  stopIfFailed(chain.threshold(toInt16(readCount(Text2, "Sharpen"))));
   ChangeStats();
   Picture1.Cls();
   paintPreview(IPC3.picture());
@@ -67,9 +73,7 @@ void Form1::Command10_Click() {
 
 void Form1::Command13_Click() {
   beginStage(4);
-  session.LineTable.count() = 0;
-  IPCT.setPicture(IPC3.picture());
-  IPCT.thin(session.LineTable);
+  stopIfFailed(chain.thin());
   // Two more paints ANDed one unit right and one down thicken the black
   // one-pixel lines for the eye; the surface keeps its thin lines.
   const float w = static_cast<float>(IPCH.picwidth());
@@ -87,7 +91,7 @@ void Form1::Command13_Click() {
 void Form1::Command14_Click() {
   beginStage(5);
   PB(5).Value = 0.0F;
-  BuildChains(session, *this);
+  stopUnlessDone(chain.chain());
   ChangeStats();
   SetStage(6);
   if (Check1.isSet()) Command15_Click();
@@ -103,18 +107,23 @@ void Form1::Command15_Click() {
   Picture1.setPicture(nullptr);
   Picture1.Cls();
   DoEvents();
-  session.GeneralizeTolerance = *tolerance;
-  session.LastPolyBound = 0;
-  skipOnFailure([this] { NormalizePass(session, TwipsPerPixelX()); });
-  if (!Check3.isSet()) skipOnFailure([this] { ReorderPass(session); });
+  // A step of this stage that fails falls away and the next one runs.
+  chain.simplify(*tolerance);
+  if (!Check3.isSet()) chain.reorder();
   if (Check2.isSet()) {
     skipOnFailure([this] {
       Picture1.PaintPicture(IPCH.picture(), 0.0F, 0.0F, static_cast<float>(IPCH.picwidth()),
                             static_cast<float>(IPCH.picheight()));
     });
   }
-  const float factor = previewFactor(IPCH.picwidth(), IPCT.picwidth());
-  skipOnFailure([this, factor] { DrawChainTable(session.ChainTable, Picture1, factor, *this); });
+  const float factor = chain.previewFactor();
+  // Eleven chances for the interface after each line make the drawing
+  // visible line by line.
+  skipOnFailure([this, factor] {
+    drawSegments(session.ChainTable, Picture1, factor, [this] {
+      for (int chance = 0; chance <= 10; ++chance) DoEvents();
+    });
+  });
   ChangeStats();
   SetStage(11);
 }

@@ -85,8 +85,12 @@ constexpr std::array kSplash = {
 };
 }  // namespace
 
-std::span<const ControlPlace> form1Layout() { return kForm1; }
-std::span<const ControlPlace> splashLayout() { return kSplash; }
+std::span<const ControlPlace> form1Layout() {
+  return kForm1;
+}
+std::span<const ControlPlace> splashLayout() {
+  return kSplash;
+}
 
 const ControlPlace& form1Place(std::string_view name) {
   for (const ControlPlace& c : kForm1) {

@@ -3,9 +3,8 @@
 #include <optional>
 #include <string>
 
-#include "app/picture_loader.h"
 #include "base/host.h"
-#include "dxf/export.h"
+#include "intake/picture_loader.h"
 #include "surface/picture.h"
 
 namespace quern {
@@ -14,8 +13,13 @@ namespace quern {
 // box, a chance for the interface to run, the picture loader and the screen.
 // The window fills it in with Qt, the batch driver with its arguments and
 // stderr, the tests with scripts.
-class Platform : public ExportPlatform {
+class Platform {
  public:
+  virtual ~Platform() = default;
+  // The save dialog: the chosen file name, or nothing when it was cancelled.
+  virtual std::optional<std::string> ShowSaveDialog() = 0;
+  // A message box with one OK button.
+  virtual void MsgBox(const std::string& text) = 0;
   // The open dialog: the chosen path, or nothing when it was dismissed.
   virtual std::optional<std::string> ShowOpenDialog() = 0;
   // Handles pending events and returns.

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "app/controls.h"
+#include "base/number_text.h"
 
 namespace quern {
 

@@ -158,6 +158,11 @@ void DxfDocument::DxfWriteAll(const std::string& fileName) const {
   replaceFile(fileName, lines);
 }
 
+std::string withDxfExtension(const std::string& name) {
+  const std::string tail = name.size() >= 4 ? name.substr(name.size() - 4) : std::string();
+  return tail == ".dxf" || tail == ".DXF" ? name : name + ".dxf";
+}
+
 void WriteDxfFile(const std::string& path, const RecordTable& ChainTable) {
   DxfDocument doc;
   doc.DxfAddDimension(doc.DxfLayer, 55, 70, 55, 80, 60, 80, 60, 75, 90, "None");

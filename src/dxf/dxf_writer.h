@@ -35,6 +35,10 @@ class DxfDocument {
   void DxfWriteAll(const std::string& fileName) const;
 };
 
+// The name a drawing is written to: kept when it ends in ".dxf" or ".DXF",
+// else ".dxf" appended.
+std::string withDxfExtension(const std::string& name);
+
 // Writes ChainTable, records 1 to its count, as LINE entities from
 // (x1, -y1, 0) to (x2, -y2, 0) after the fixed frame of four dimensions.
 void WriteDxfFile(const std::string& path, const RecordTable& ChainTable);

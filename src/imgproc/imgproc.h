@@ -15,6 +15,7 @@
 #include "imgproc/property_bag.h"
 #include "processing/filters.h"
 #include "processing/raster_context.h"
+#include "processing/thinning.h"
 #include "surface/picture_box.h"
 
 namespace quern {
@@ -105,7 +106,7 @@ class ImgProc {
   // white and lists every line pixel in LineTable, by x then y. A picture over
   // 5600 pixels, or a listing that would not leave chain assembly a spare
   // record, is refused with a message and changes nothing.
-  void thin(RecordTable& LineTable);
+  ThinResult thin(RecordTable& LineTable);
 
   // --- Rescaling ------------------------------------------------------------
   // Stretches the persistent bitmap by the factor (both ways, or one way) and
@@ -117,8 +118,8 @@ class ImgProc {
 
   // --- Raster processing ----------------------------------------------------
   // Black and white at a luminance threshold; pictures beyond 1500 pixels are
-  // refused with a message and left as they are.
-  void colnorm3(Int16 threshold = 200);
+  // refused with a message and left as they are (the result is then false).
+  bool colnorm3(Int16 threshold = 200);
 
   // The filters work on a copy of the image (takeimage) or of the stored
   // picture, and commit the result. Pictures beyond 1501 pixels, a filternorm

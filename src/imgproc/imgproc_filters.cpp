@@ -22,11 +22,13 @@ void runFilter(ImgProc& c, bool takeimage, Kernel kernel) {
 }
 }  // namespace
 
-void ImgProc::colnorm3(Int16 threshold) {
+bool ImgProc::colnorm3(Int16 threshold) {
   ScratchScope scratch(*this);
   Picture3.setPicture(Picture1.picture());
   // A refused picture stays the very picture it was.
-  if (makeblackwhite(Picture3, threshold, host())) commit(Picture3);
+  if (!makeblackwhite(Picture3, threshold, host())) return false;
+  commit(Picture3);
+  return true;
 }
 
 void ImgProc::filtercust3(const FilterArray& filter, Int16 filternorm, Int16 filterbias, bool takeimage, bool takeabs) {

@@ -35,6 +35,13 @@ enum class ThinOutcome {
   TooNarrow,      // under 10 pixels wide: nothing peeled, painted or listed
   TooLarge,       // refused before loading: the picture exceeds the grid
   TooManyPixels,  // refused after peeling: the listing would not fit the table
+  NoPicture,      // nothing to thin
+};
+
+// How a thinning run ended, with the line pixels its peeling left.
+struct ThinResult {
+  ThinOutcome outcome = ThinOutcome::NoPicture;
+  Int32 linePixels = 0;
 };
 
 // The working store of one thinning run: the cells of the picture plus one
@@ -53,6 +60,8 @@ class ThinGrid {
 
   // The last cycle run, 0 before any.
   Int16 thincycle() const { return thincycle_; }
+  // Foreground cells left by the peeling so far.
+  Int32 foreground() const { return foreground_; }
 
  private:
   enum Side { kTop, kBottom, kLeft, kRight };

@@ -29,8 +29,8 @@ void checkSize(Int32 width, Int32 height) {
 
 PixelBuffer allocatePixels(long long count, long long limit) {
   if (count < 0 || count > limit) {
-    throw SurfaceError("Out of memory: a surface of " + std::to_string(count) + " pixels is over the limit of " +
-                       std::to_string(limit) + " pixels");
+    throw LimitError("Out of memory: a surface of " + std::to_string(count) + " pixels is over the limit of " +
+                     std::to_string(limit) + " pixels");
   }
   // Left uninitialised: every caller writes the whole buffer before reading it.
   return PixelBuffer(new Colour[static_cast<std::size_t>(std::max(count, 1LL))]);

@@ -25,7 +25,7 @@ using PixelBuffer = std::shared_ptr<Colour[]>;
 inline constexpr long long kDefaultSurfacePixelLimit = 8192LL * 8192LL;
 
 // A buffer for `count` pixels whose contents the caller writes whole: it is
-// not cleared. Throws SurfaceError when `count` is over `limit`.
+// not cleared. Throws LimitError when `count` is over `limit`.
 PixelBuffer allocatePixels(long long count, long long limit = kDefaultSurfacePixelLimit);
 
 // The pixels of a picture, read only, comparable as a whole.

@@ -71,8 +71,8 @@ void PictureBox::resizeInner(Int32 w, Int32 h) {
   if (w == innerW_ && h == innerH_) return;
   const long long wanted = static_cast<long long>(w) * h;
   if (wanted > pixelLimit_) {
-    throw SurfaceError("Out of memory: a picture box of " + std::to_string(w) + " by " + std::to_string(h) +
-                       " pixels is over the limit of " + std::to_string(pixelLimit_) + " pixels");
+    throw LimitError("Out of memory: a picture box of " + std::to_string(w) + " by " + std::to_string(h) +
+                     " pixels is over the limit of " + std::to_string(pixelLimit_) + " pixels");
   }
   if (bitmap_) {
     PixelBuffer next = allocatePixels(wanted, pixelLimit_);
@@ -205,9 +205,9 @@ float PictureBox::ScaleY(float value, Int16 fromMode, Int16 toMode) const {
 void PictureBox::setPicture(Picture p) {
   const bool resized = AutoSize && p && (innerW_ != p->pixelWidth() || innerH_ != p->pixelHeight());
   if (resized && static_cast<long long>(p->pixelWidth()) * p->pixelHeight() > pixelLimit_) {
-    throw SurfaceError("Out of memory: a picture of " + std::to_string(p->pixelWidth()) + " by " +
-                       std::to_string(p->pixelHeight()) + " pixels is over the limit of " +
-                       std::to_string(pixelLimit_) + " pixels");
+    throw LimitError("Out of memory: a picture of " + std::to_string(p->pixelWidth()) + " by " +
+                     std::to_string(p->pixelHeight()) + " pixels is over the limit of " + std::to_string(pixelLimit_) +
+                     " pixels");
   }
   picture_ = std::move(p);
   if (resized) {

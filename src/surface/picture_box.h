@@ -83,7 +83,7 @@ class PictureBox {
   Picture takeImage();
 
   // No surface of this box may hold more pixels than this; a size beyond it
-  // is a SurfaceError before anything is allocated.
+  // is a LimitError before anything is allocated.
   long long pixelLimit() const { return pixelLimit_; }
   void setPixelLimit(long long limit) { pixelLimit_ = limit; }
 

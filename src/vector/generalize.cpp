@@ -1,5 +1,6 @@
 #include "vector/generalize.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 
@@ -10,10 +11,21 @@ namespace quern {
 
 clsGeneralize::clsGeneralize() : points(2) {}
 
+void clsGeneralize::setPolyline(std::span<const Vertex> polyline) {
+  points.resize(polyline.size() + 1);
+  points[0] = Vertex{};
+  std::copy(polyline.begin(), polyline.end(), points.begin() + 1);
+}
+
 void clsGeneralize::LetPolyline(const void* lPtr, Int32 lByteLen) {
   const Int32 n = lByteLen / static_cast<Int32>(sizeof(Vertex));
-  points.assign(static_cast<std::size_t>(n > 0 ? n : 0) + 1, Vertex{});
-  if (n > 0) std::memcpy(&points[1], lPtr, static_cast<std::size_t>(n) * sizeof(Vertex));
+  if (n <= 0) {
+    setPolyline({});
+    return;
+  }
+  std::vector<Vertex> block(static_cast<std::size_t>(n));
+  std::memcpy(block.data(), lPtr, block.size() * sizeof(Vertex));
+  setPolyline(block);
 }
 
 Int32 clsGeneralize::Generalize(double dTolerance, bool bl3D) {
@@ -120,7 +132,7 @@ void clsGeneralize::PushRange(Int32 first, Int32 last) {
   if (stackTop > maxDepth) maxDepth = stackTop;
 }
 
-void DoGeneralize_Click(Session& session, Int32 twipsPerPixelX) {
+void simplifyPolyBuffer(Session& session, Int32 twipsPerPixelX) {
   if (session.GeneralizeBusy) return;
   session.GeneralizeBusy = true;
   struct Release {
@@ -135,19 +147,19 @@ void DoGeneralize_Click(Session& session, Int32 twipsPerPixelX) {
   if (twipsPerPixelX == 0) throw OverflowError("Division by zero: the screen reports 0 twips per pixel");
 
   result = raw;
-  std::vector<Vertex> vertices(static_cast<std::size_t>(n) + 1);
+  std::vector<Vertex> vertices(static_cast<std::size_t>(n));
   for (Int32 i = 1; i <= n; ++i) {
     const PolyPoint p = raw[i];
-    vertices[static_cast<std::size_t>(i)] = {static_cast<double>(p.x), static_cast<double>(p.y),
-                                             static_cast<double>(add32(p.x, p.y)) / 2.0};
+    vertices[static_cast<std::size_t>(i - 1)] = {static_cast<double>(p.x), static_cast<double>(p.y),
+                                                 static_cast<double>(add32(p.x, p.y)) / 2.0};
   }
+  mul32(n, static_cast<Int32>(sizeof(Vertex)));  // the byte count of the block stays a 32-bit number
   if (!session.GeneralizeObject) session.GeneralizeObject = std::make_unique<clsGeneralize>();
   clsGeneralize& generaliser = *session.GeneralizeObject;
-  generaliser.LetPolyline(&vertices[1], mul32(n, static_cast<Int32>(sizeof(Vertex))));
+  generaliser.setPolyline(vertices);
   const double tolerance = static_cast<double>(session.GeneralizeTolerance) / static_cast<double>(twipsPerPixelX);
   const Int32 ran = generaliser.Generalize(tolerance, session.GeneralizeIn3D);
-  std::vector<bool> keep;
-  generaliser.GetResult(keep);
+  const std::vector<bool>& keep = generaliser.keptVertices();
   if (ran == 0) return;
   Int32 m = 0;
   for (Int32 i = 1; i <= n; ++i) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <vector>
 
 #include "base/numbers.h"
@@ -26,10 +27,15 @@ class clsGeneralize {
 
   Int32 MaxDepth() const { return maxDepth; }
   Int32 Iterations() const { return iterations; }
-  // Takes a copy of lByteLen / 24 vertices (whole ones only) from lPtr as
-  // vertices 1 to n.
+  // Takes a copy of the polyline as vertices 1 to n.
+  void setPolyline(std::span<const Vertex> polyline);
+  // True for each vertex that stays, at indices 1 to n, after Generalize.
+  const std::vector<bool>& keptVertices() const { return kept; }
+
+  // The byte interface of the class, for callers that hand over a block:
+  // lByteLen / 24 vertices (whole ones only) from lPtr; and the result
+  // copied into a list that, despite its name, is True for a vertex that stays.
   void LetPolyline(const void* lPtr, Int32 lByteLen);
-  // True for each vertex that stays, at indices 1 to n (despite the name).
   void GetResult(std::vector<bool>& blDeletedVertices) const { blDeletedVertices = kept; }
   // 1 if it ran, 0 when there is no vertex. A vertex exactly at the
   // tolerance is dropped; tolerance 0 takes its limit from the first range
@@ -55,9 +61,9 @@ class clsGeneralize {
   std::vector<bool> kept;
 };
 
-// Generalises the polyline in PolyBuffer slot 0 into slot 1 with the
+// Simplifies the polyline in PolyBuffer slot 0 into slot 1 with the
 // tolerance GeneralizeTolerance / twipsPerPixelX. An empty slot 0 leaves
 // slot 1 as it was; a call while one runs returns at once.
-void DoGeneralize_Click(Session& session, Int32 twipsPerPixelX);
+void simplifyPolyBuffer(Session& session, Int32 twipsPerPixelX);
 
 }  // namespace quern

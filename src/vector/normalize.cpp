@@ -33,7 +33,7 @@ void appendPolylinePoint(Session& session, const LineRecord& record) {
 }
 
 void finishPolyline(Session& session, Int32 twipsPerPixelX) {
-  DoGeneralize_Click(session, twipsPerPixelX);
+  simplifyPolyBuffer(session, twipsPerPixelX);
   const PolyList& kept = session.polyBuffer[1];
   session.LastPolyBound = kept.highest();
   RecordTable& chains = session.ChainTable;

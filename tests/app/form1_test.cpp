@@ -148,10 +148,14 @@ TEST_F(Form1Test, ExtensionRuleTakesTheLastThreeCharactersCaseAndAll) {
     std::string message;
   };
   const Case cases[] = {
-      {"/p/a.JPG", true, ""},          {"/p/a.jpg", true, ""},
-      {"/p/a.bmp", true, ""},          {"/p/nodotgif", true, ""},
-      {"/p/a.Jpg", false, "Not a valid File___Jpg"}, {"/p/a.jpeg", false, "Not a valid File___peg"},
-      {"/p/a.png", false, "Not a valid File___png"}, {"ab", false, ""},
+      {"/p/a.JPG", true, ""},
+      {"/p/a.jpg", true, ""},
+      {"/p/a.bmp", true, ""},
+      {"/p/nodotgif", true, ""},
+      {"/p/a.Jpg", false, "Not a valid File___Jpg"},
+      {"/p/a.jpeg", false, "Not a valid File___peg"},
+      {"/p/a.png", false, "Not a valid File___png"},
+      {"ab", false, ""},
   };
   for (const Case& c : cases) {
     platform.messages.clear();
@@ -211,8 +215,8 @@ TEST_F(Form1Test, RequestsDuringAYieldAreRefusedUntilTheStageReturns) {
   platform.onDoEvents = [&] {
     if (!answers.empty()) return;
     platform.openAnswers.push_back("/pictures/small.gif");
-    answers = {form.menu("loadimage"), form.menu("exportimage"), form.menu("Restormenu"),
-               form.scroll("HScroll1", 50), form.click("Command8"), form.click("Command11"),
+    answers = {form.menu("loadimage"),      form.menu("exportimage"), form.menu("Restormenu"),
+               form.scroll("HScroll1", 50), form.click("Command8"),   form.click("Command11"),
                form.scroll("HScroll2", 100)};
   };
   ASSERT_TRUE(form.click("Command8"));

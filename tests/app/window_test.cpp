@@ -129,7 +129,6 @@ class WindowTest : public QObject {
     QCOMPARE(shown, 1);
     QVERIFY(!splash.isVisible());
   }
-
 };
 
 }  // namespace quern

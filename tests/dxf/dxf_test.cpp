@@ -9,7 +9,6 @@
 
 #include "base/line_tables.h"
 #include "dxf/dxf_writer.h"
-#include "dxf/export.h"
 #include "vector/session.h"
 
 namespace quern {
@@ -110,67 +109,12 @@ TEST(WriteDxfFile, EachRecordBecomesALineWithYTurnedInTableOrder) {
   EXPECT_LT(b, c);
 }
 
-struct FakePlatform : ExportPlatform {
-  std::optional<std::string> answer;
-  std::vector<std::string> messages;
-  std::optional<std::string> ShowSaveDialog() override { return answer; }
-  void MsgBox(const std::string& text) override { messages.push_back(text); }
-};
-
 TEST(WithDxfExtension, KeepsOnlyTheTwoSpellingsOfTheExtension) {
   const std::pair<const char*, const char*> cases[] = {
       {"plan", "plan.dxf"},         {"plan.dxf", "plan.dxf"}, {"plan.DXF", "plan.DXF"},
       {"plan.Dxf", "plan.Dxf.dxf"}, {".dxf", ".dxf"},         {"plan.dx", "plan.dx.dxf"},
   };
   for (const auto& [given, written] : cases) EXPECT_EQ(withDxfExtension(given), written) << given;
-}
-
-TEST(ExportImageClick, WritesOverTheFileSaysDoneAndNamesItAndACancelDoesNothing) {
-  TempFolder folder;
-  Session s;
-  s.PictureName = "picture.bmp";
-  FakePlatform platform;
-  for (const auto& cancel : {std::optional<std::string>{}, std::optional<std::string>{""}}) {
-    platform.answer = cancel;
-    exportimage_Click(s, platform);
-  }
-  EXPECT_TRUE(platform.messages.empty());
-  EXPECT_EQ(s.PictureName, "picture.bmp");
-  EXPECT_EQ(folder.entries(), 0);
-
-  std::ofstream(folder.file("plan.dxf")) << "an older drawing";
-  s.ChainTable.count() = 1;
-  platform.answer = folder.file("plan");
-  exportimage_Click(s, platform);
-  EXPECT_TRUE(readAll(folder.file("plan.dxf")).starts_with("  0\r\nSECTION\r\n"));
-  EXPECT_EQ(folder.entries(), 1);
-  EXPECT_EQ(platform.messages, std::vector<std::string>{"done"});
-  EXPECT_EQ(s.PictureName, "plan");
-}
-
-TEST(ExportImageClick, AFailedWriteNamesTheFileKeepsTheOldOneAndSaysNoDone) {
-  TempFolder folder;
-  const std::string existing = folder.file("old.dxf");
-  std::ofstream(existing) << "an older drawing";
-  std::filesystem::create_directory(folder.file("taken.dxf"));
-  const std::tuple<std::string, Int32, const char*> cases[] = {
-      {folder.file("missing/plan.dxf"), 1, "No such file or directory"},
-      {folder.file("taken.dxf"), 1, "Is a directory"},
-      {existing, RecordTable::kLastRecord + 1, "out of range"},
-  };
-  for (const auto& [chosen, count, reason] : cases) {
-    Session s;
-    s.ChainTable.count() = count;
-    FakePlatform platform;
-    platform.answer = chosen;
-    exportimage_Click(s, platform);
-    ASSERT_EQ(platform.messages.size(), 1U) << chosen;
-    EXPECT_NE(platform.messages[0].find(chosen), std::string::npos) << platform.messages[0];
-    EXPECT_NE(platform.messages[0].find(reason), std::string::npos) << platform.messages[0];
-    EXPECT_TRUE(s.PictureName.empty());
-  }
-  EXPECT_EQ(readAll(existing), "an older drawing");
-  EXPECT_EQ(folder.entries(), 2) << "nothing half-written is left beside the targets";
 }
 
 }  // namespace

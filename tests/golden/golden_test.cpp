@@ -19,7 +19,7 @@
 #include <vector>
 
 #include "app/form1.h"
-#include "app/picture_loader.h"
+#include "intake/picture_loader.h"
 
 namespace quern {
 namespace {

@@ -225,10 +225,10 @@ TEST(SurfaceLimit, ASizeOverTheLimitIsRefusedBeforeAnythingIsAllocated) {
   box.setPixelLimit(100);
   EXPECT_NO_THROW(box.setWidth(10));
   EXPECT_NO_THROW(box.setHeight(10));
-  EXPECT_THROW(box.setHeight(11), SurfaceError);
+  EXPECT_THROW(box.setHeight(11), LimitError);
   EXPECT_EQ(box.pixelHeight(), 10);
   box.AutoSize = true;
-  EXPECT_THROW(box.setPicture(makeFilledPicture(20, 20, kBlack)), SurfaceError);
+  EXPECT_THROW(box.setPicture(makeFilledPicture(20, 20, kBlack)), LimitError);
   EXPECT_EQ(box.picture(), nullptr);
 }
 

@@ -71,23 +71,23 @@ std::vector<PolyPoint> slot(const Session& s, int k) {
 
 TEST(DoGeneralizeClick, DividesTheToleranceByTwipsPerPixelAndSkipsWhenEmptyOrBusy) {
   Session s;
-  DoGeneralize_Click(s, 15);  // empty slot 0: nothing to do
+  simplifyPolyBuffer(s, 15);  // empty slot 0: nothing to do
   EXPECT_EQ(s.polyBuffer[1].highest(), 0);
   s.polyBuffer[0].redim(3);
   s.polyBuffer[0][2] = {5, 1};
   s.polyBuffer[0][3] = {10, 0};
   s.GeneralizeTolerance = 15;  // one pixel at 15 twips per pixel: the middle lies exactly on it
-  DoGeneralize_Click(s, 15);
+  simplifyPolyBuffer(s, 15);
   EXPECT_EQ(slot(s, 1), (std::vector<PolyPoint>{{0, 0}, {10, 0}}));
   s.GeneralizeTolerance = 14;
   s.GeneralizeBusy = true;
-  DoGeneralize_Click(s, 15);
+  simplifyPolyBuffer(s, 15);
   EXPECT_EQ(slot(s, 1).size(), 2U);
   EXPECT_TRUE(s.GeneralizeBusy);
   s.GeneralizeBusy = false;
-  DoGeneralize_Click(s, 15);
+  simplifyPolyBuffer(s, 15);
   EXPECT_EQ(slot(s, 1), (std::vector<PolyPoint>{{0, 0}, {5, 1}, {10, 0}}));
-  EXPECT_THROW(DoGeneralize_Click(s, 0), OverflowError);
+  EXPECT_THROW(simplifyPolyBuffer(s, 0), OverflowError);
   EXPECT_FALSE(s.GeneralizeBusy) << "a failed run must not block every later one";
 }
 

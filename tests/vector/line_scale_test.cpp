@@ -1,4 +1,4 @@
-#include "vector/line_scale.h"
+#include "vector/reorder.h"
 
 #include <gtest/gtest.h>
 
@@ -107,22 +107,6 @@ TEST(ReorderPass, MatchesTheLiteralPassRecordForRecordAndInTheUsedUpOrderTable) 
     ASSERT_EQ(fast.ChainTable.count(), slow.ChainTable.count());
     ASSERT_EQ(records(fast.ChainTable, 1, n + 1), records(slow.ChainTable, 1, n + 1));
     ASSERT_EQ(records(fast.OrderTable, 0, n + 1), records(slow.OrderTable, 0, n + 1));
-  }
-}
-
-TEST(DrawChainTable, DrawsEveryRecordScaledInRedWithElevenChancesEach) {
-  RecordTable table("ChainTable");
-  testing::put(table, {segment(1, 1, 4, 1), separator(), segment(2, 3, 2, 3)});
-  PictureBox box;
-  box.setWidth(20);
-  box.setHeight(20);
-  box.setBackColor(kWhite);
-  QuietHost host;
-  DrawChainTable(table, box, previewFactor(200, 100), host);
-  EXPECT_EQ(host.doEventsCalls, 33);
-  for (const auto& [x, y, want] :
-       {std::tuple{2, 2, kRed}, {8, 2, kRed}, {9, 2, kWhite}, {1, 1, kWhite}, {4, 6, kRed}}) {
-    EXPECT_EQ(box.Point(static_cast<float>(x), static_cast<float>(y)), want) << x << "," << y;
   }
 }
 

@@ -11,7 +11,7 @@ int main(int argc, char** argv) {
   quern::SplashWindow* splash = nullptr;
   splash = new quern::SplashWindow([&] {
     window = std::make_unique<quern::MainWindow>();
-    window->form().session.SplashTicks = splash->SplashTicks();
+    window->form().SplashTicks = splash->SplashTicks();
     window->show();
   });
   splash->setAttribute(Qt::WA_DeleteOnClose);

@@ -12,7 +12,7 @@
 #include <QScrollBar>
 #include <QTimer>
 
-#include "app/builtin_pictures.h"
+#include "intake/builtin_pictures.h"
 #include "app/layout.h"
 #include "app/qt/picture_box_view.h"
 #include "app/qt/qt_images.h"

@@ -4,7 +4,7 @@
 #include <QLabel>
 #include <QScreen>
 
-#include "app/builtin_pictures.h"
+#include "intake/builtin_pictures.h"
 #include "app/layout.h"
 #include "app/qt/qt_images.h"
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 
 #include "surface/picture.h"
@@ -12,6 +13,12 @@ class PictureBox;
 // Largest picture the loader takes, in pixels (about 6300 by 6300); bigger
 // files are refused before their pixels are decoded.
 inline constexpr long long kMaxPicturePixels = 40'000'000;
+
+// The extension test of the intake: the last three characters of the path,
+// case included; nothing when the path is shorter than three characters. Only
+// "jpg", "JPG", "BMP", "bmp", "gif" and "GIF" are accepted.
+std::optional<std::string> pictureExtension(const std::string& path);
+bool isPictureExtension(const std::string& extension);
 
 // Decodes a JPEG, BMP or GIF file (or any format the readers know, chosen by
 // content) into a picture. Transparent pixels come out white. Throws

@@ -1,4 +1,4 @@
-#include "app/controls.h"
+#include "base/number_text.h"
 
 #include <charconv>
 #include <limits>

@@ -1,4 +1,4 @@
-#include "vector/line_scale.h"
+#include "vector/reorder.h"
 
 #include <algorithm>
 #include <optional>
@@ -59,19 +59,6 @@ void ReorderPass(Session& session) {
     }
     mark(picked);
     if (index) index->remove(pick.record);
-  }
-}
-
-float previewFactor(double originalWidth, double thinnedWidth) {
-  return toFloat32(originalWidth / thinnedWidth);
-}
-
-void DrawChainTable(const RecordTable& ChainTable, PictureBox& box, float factor, Host& host) {
-  const Int32 last = std::min(ChainTable.count(), RecordTable::kLastRecord);
-  for (Int32 i = 1; i <= last; ++i) {
-    const LineRecord& r = ChainTable[i];
-    box.Line(factor * r.x1, factor * r.y1, factor * r.x2, factor * r.y2, kRed);
-    for (int chance = 0; chance <= 10; ++chance) host.DoEvents();
   }
 }
 

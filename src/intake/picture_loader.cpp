@@ -1,10 +1,12 @@
-#include "app/picture_loader.h"
+#include "intake/picture_loader.h"
 
 #include <QBuffer>
 #include <QByteArray>
 #include <QImage>
 #include <QImageReader>
 #include <QSaveFile>
+#include <array>
+#include <string_view>
 
 #include "base/errors.h"
 #include "surface/picture_box.h"
@@ -33,7 +35,8 @@ Picture fromImage(const QImage& decoded) {
   for (Int32 y = 0; y < h; ++y) {
     const auto* line = reinterpret_cast<const QRgb*>(img.constScanLine(y));
     Colour* out = pixels.data() + static_cast<std::size_t>(y) * w;
-    for (Int32 x = 0; x < w; ++x) out[x] = alpha ? overWhite(line[x]) : rgb(qRed(line[x]), qGreen(line[x]), qBlue(line[x]));
+    for (Int32 x = 0; x < w; ++x)
+      out[x] = alpha ? overWhite(line[x]) : rgb(qRed(line[x]), qGreen(line[x]), qBlue(line[x]));
   }
   return makePicture(w, h, std::move(pixels));
 }
@@ -77,6 +80,19 @@ void saveBitmapPng(const PictureBox& box, const std::string& path) {
   if (!file.open(QIODevice::WriteOnly) || !view.save(&file, "PNG") || !file.commit()) {
     throw FileError("cannot write " + path + ": " + file.errorString().toStdString());
   }
+}
+
+std::optional<std::string> pictureExtension(const std::string& path) {
+  if (path.size() < 3) return std::nullopt;
+  return path.substr(path.size() - 3);
+}
+
+bool isPictureExtension(const std::string& extension) {
+  static constexpr std::array<std::string_view, 6> kAccepted = {"jpg", "JPG", "BMP", "bmp", "gif", "GIF"};
+  for (std::string_view e : kAccepted) {
+    if (extension == e) return true;
+  }
+  return false;
 }
 
 }  // namespace quern

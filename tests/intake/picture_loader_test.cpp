@@ -1,10 +1,10 @@
-#include "app/picture_loader.h"
+#include "intake/picture_loader.h"
 
 #include <gtest/gtest.h>
 
 #include <vector>
 
-#include "app/builtin_pictures.h"
+#include "intake/builtin_pictures.h"
 #include "base/errors.h"
 
 namespace quern {

@@ -1,0 +1,36 @@
+#include "pipeline/preview.h"
+
+#include <algorithm>
+
+namespace quern {
+
+void fitPreview(PictureBox& box, float boxWidth, float boxHeight, float shapeWidth, float shapeHeight,
+                Int32 pictureWidth, Int32 pictureHeight) {
+  if (pictureWidth >= pictureHeight) {
+    box.setWidth(boxWidth);
+    box.setHeight(toFloat32(shapeHeight / shapeWidth * box.Width()));
+  } else {
+    box.setHeight(boxHeight);
+    box.setWidth(toFloat32(shapeWidth / shapeHeight * box.Height()));
+  }
+}
+
+void layOutPreview(PictureBox& box, Int32 pictureWidth, Int32 pictureHeight) {
+  box.setWidth(kPreviewSide);
+  box.setHeight(kPreviewSide);
+  box.setBackColor(kWhite);
+  fitPreview(box, kPreviewSide, kPreviewSide, kPreviewShapeWidth, kPreviewShapeHeight, pictureWidth, pictureHeight);
+  box.setScaleWidth(static_cast<float>(pictureWidth));
+  box.setScaleHeight(static_cast<float>(pictureHeight));
+}
+
+void drawSegments(const RecordTable& table, PictureBox& box, float factor, const std::function<void()>& afterEachLine) {
+  const Int32 last = std::min(table.count(), RecordTable::kLastRecord);
+  for (Int32 i = 1; i <= last; ++i) {
+    const LineRecord& r = table[i];
+    box.Line(factor * r.x1, factor * r.y1, factor * r.x2, factor * r.y2, kRed);
+    if (afterEachLine) afterEachLine();
+  }
+}
+
+}  // namespace quern

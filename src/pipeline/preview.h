@@ -1,0 +1,35 @@
+#pragma once
+
+#include <functional>
+
+#include "base/line_tables.h"
+#include "surface/picture_box.h"
+
+namespace quern {
+
+// The preview shows every stage's result at the place and size of the
+// original: a box 6000 twips on its longer side, shaped like the original's
+// picture control on the window (2535 by 2055 twips), whose scale counts in
+// pixels of the original.
+inline constexpr float kPreviewSide = 6000.0F;
+inline constexpr float kPreviewShapeWidth = 2535.0F;
+inline constexpr float kPreviewShapeHeight = 2055.0F;
+
+// Gives `box` the shape of the control for a picture of this size: a picture
+// at least as wide as high keeps the box's width, another its height. The
+// picture decides only which; the box takes the control's shape either way.
+void fitPreview(PictureBox& box, float boxWidth, float boxHeight, float shapeWidth, float shapeHeight,
+                Int32 pictureWidth, Int32 pictureHeight);
+
+// A box laid out as the window's preview of a picture of this size: fitted
+// and scaled to the picture, white, in twips.
+void layOutPreview(PictureBox& box, Int32 pictureWidth, Int32 pictureHeight);
+
+// Draws each record of the table, separators and the record past the last
+// one included, as a red line scaled by `factor`; `afterEachLine` runs after
+// every line (the window lets its interface run there). Records past the end
+// of the table are lost.
+void drawSegments(const RecordTable& table, PictureBox& box, float factor,
+                  const std::function<void()>& afterEachLine = {});
+
+}  // namespace quern

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <string>
+
+#include "base/numbers.h"
+
+namespace quern {
+
+// The six stages in their order: each starts from what the one before left.
+enum class Stage : Int16 { rescale = 1, blur, threshold, thin, chain, simplify };
+
+// "rescale", "blur", ...: the name a message gives the stage.
+const char* stageName(Stage stage);
+
+// The values of one run of the stages, as the window's rows hold them.
+struct StageParams {
+  double scale = 1.0;        // rescale factor, 0.01 to 3 in the window
+  Int32 blurRuns = 1;        // smoothing passes, 0 to 3
+  Int16 threshold = 200;     // luminance threshold of black and white, 1 to 255
+  Int32 tolerance = 1;       // simplification tolerance in twips, 1 to 100
+  bool reorder = false;      // string all segments into one path
+  bool keepOriginal = true;  // the preview shows the original under the lines
+};
+
+// What a stage did. Refused: a limit kept it from its work, and the picture
+// or table it would have changed stays as it was. Failed: an error stopped
+// it. The numbers say what met which limit, where that applies.
+struct StageOutcome {
+  enum class Kind { done, refused, failed };
+
+  Stage stage = Stage::rescale;
+  Kind kind = Kind::done;
+  std::string reason;  // for a message, empty when done
+  Int32 width = 0;     // the picture's size in pixels, where a size mattered
+  Int32 height = 0;
+  long long count = 0;  // pixels or records, where a count mattered
+  long long limit = 0;  // the limit that was met
+
+  bool done() const { return kind == Kind::done; }
+  static StageOutcome ok(Stage stage) {
+    StageOutcome o;
+    o.stage = stage;
+    return o;
+  }
+};
+
+}  // namespace quern

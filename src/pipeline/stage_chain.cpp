@@ -1,0 +1,146 @@
+#include "pipeline/stage_chain.h"
+
+#include "base/errors.h"
+#include "processing/colour_normalise.h"
+#include "vector/chains.h"
+#include "vector/normalize.h"
+#include "vector/reorder.h"
+
+namespace quern {
+
+namespace {
+
+StageOutcome outcome(Stage stage, StageOutcome::Kind kind, std::string reason) {
+  StageOutcome o;
+  o.stage = stage;
+  o.kind = kind;
+  o.reason = std::move(reason);
+  return o;
+}
+
+StageOutcome refused(Stage stage, std::string reason, const ImgProc& picture, long long count, long long limit) {
+  StageOutcome o = outcome(stage, StageOutcome::Kind::refused, std::move(reason));
+  o.width = picture.picwidth();
+  o.height = picture.picheight();
+  o.count = count;
+  o.limit = limit;
+  return o;
+}
+
+// Runs one stage's work and turns an error of the system into its outcome:
+// a limit met is a refusal, anything else a failure. Other exceptions (out
+// of memory) are left to the caller's boundary.
+template <typename Work>
+StageOutcome guarded(Stage stage, Work&& work) {
+  try {
+    return work();
+  } catch (const LimitError& e) {
+    return outcome(stage, StageOutcome::Kind::refused, e.what());
+  } catch (const QuernError& e) {
+    return outcome(stage, StageOutcome::Kind::failed, e.what());
+  }
+}
+
+}  // namespace
+
+StageChain::StageChain(RasterContext& context, Host& host)
+    : original(context, &host),
+      rescaled(context, &host),
+      smoothed(context, &host),
+      blackWhite(context, &host),
+      thinned(context, &host),
+      host_(host) {}
+
+StageOutcome StageChain::rescale(double factor) {
+  return guarded(Stage::rescale, [&] {
+    rescaled.setPicture(original.picture());
+    rescaled.scalesign(factor);
+    return StageOutcome::ok(Stage::rescale);
+  });
+}
+
+StageOutcome StageChain::blur(Int32 runs) {
+  return guarded(Stage::blur, [&] {
+    smoothed.setPicture(rescaled.picture());
+    for (Int32 i = 1; i <= runs; ++i) smoothed.filtersmooth();
+    return StageOutcome::ok(Stage::blur);
+  });
+}
+
+StageOutcome StageChain::threshold(Int16 threshold) {
+  return guarded(Stage::threshold, [&] {
+    blackWhite.setPicture(smoothed.picture());
+    if (blackWhite.colnorm3(threshold)) return StageOutcome::ok(Stage::threshold);
+    return refused(Stage::threshold,
+                   "the black-and-white stage takes pictures of up to " + std::to_string(kBlackWhiteLimit) + " by " +
+                       std::to_string(kBlackWhiteLimit) + " pixels",
+                   blackWhite, 0, kBlackWhiteLimit);
+  });
+}
+
+StageOutcome StageChain::thin() {
+  return guarded(Stage::thin, [&] {
+    session.LineTable.count() = 0;
+    thinned.setPicture(blackWhite.picture());
+    const ThinResult result = thinned.thin(session.LineTable);
+    switch (result.outcome) {
+      case ThinOutcome::TooLarge:
+        return refused(Stage::thin,
+                       "thinning takes pictures of up to " + std::to_string(kThinGridLimit) + " by " +
+                           std::to_string(kThinGridLimit) + " pixels",
+                       thinned, 0, kThinGridLimit);
+      case ThinOutcome::TooManyPixels:
+        return refused(Stage::thin,
+                       "thinning left " + std::to_string(result.linePixels) + " line pixels and the line table takes " +
+                           std::to_string(kThinMaxListed),
+                       thinned, result.linePixels, kThinMaxListed);
+      default:
+        return StageOutcome::ok(Stage::thin);
+    }
+  });
+}
+
+StageOutcome StageChain::chain() {
+  return guarded(Stage::chain, [&] {
+    BuildChains(session, host_);
+    return StageOutcome::ok(Stage::chain);
+  });
+}
+
+StageOutcome StageChain::simplify(Int32 tolerance) {
+  session.GeneralizeTolerance = tolerance;
+  session.LastPolyBound = 0;
+  return guarded(Stage::simplify, [&] {
+    NormalizePass(session, host_.TwipsPerPixelX());
+    return StageOutcome::ok(Stage::simplify);
+  });
+}
+
+StageOutcome StageChain::reorder() {
+  return guarded(Stage::simplify, [&] {
+    ReorderPass(session);
+    return StageOutcome::ok(Stage::simplify);
+  });
+}
+
+std::vector<StageOutcome> StageChain::run(Stage from, const StageParams& params) {
+  std::vector<StageOutcome> outcomes;
+  auto step = [&](Stage stage, auto&& work) {
+    if (from > stage || (!outcomes.empty() && !outcomes.back().done())) return;
+    outcomes.push_back(work());
+  };
+  step(Stage::rescale, [&] { return rescale(params.scale); });
+  step(Stage::blur, [&] { return blur(params.blurRuns); });
+  step(Stage::threshold, [&] { return threshold(params.threshold); });
+  step(Stage::thin, [&] { return thin(); });
+  step(Stage::chain, [&] { return chain(); });
+  step(Stage::simplify, [&] { return simplify(params.tolerance); });
+  if (params.reorder) step(Stage::simplify, [&] { return reorder(); });
+  return outcomes;
+}
+
+float StageChain::previewFactor() const {
+  return toFloat32(static_cast<double>(original.picwidth()) / static_cast<double>(thinned.picwidth()));
+}
+
+}  // namespace quern

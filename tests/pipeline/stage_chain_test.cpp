@@ -1,0 +1,174 @@
+#include "pipeline/stage_chain.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <thread>
+#include <vector>
+
+#include "base/errors.h"
+#include "pipeline/preview.h"
+
+namespace quern {
+namespace {
+
+// A white picture with black strokes, the same for the same seed.
+Picture drawing(Int32 w, Int32 h, std::uint32_t seed) {
+  std::vector<Colour> px(static_cast<std::size_t>(w) * h, kWhite);
+  auto next = [&seed] { return seed = seed * 1664525U + 1013904223U; };
+  for (int s = 0; s < w * h / 400; ++s) {
+    const Int32 x0 = static_cast<Int32>(next() % static_cast<std::uint32_t>(w - 8));
+    const Int32 y0 = static_cast<Int32>(next() % static_cast<std::uint32_t>(h - 8));
+    const Int32 len = 5 + static_cast<Int32>(next() % 40);
+    const bool across = next() % 2;
+    for (Int32 t = 0; t < len; ++t) {
+      for (Int32 k = 0; k < 3; ++k) {
+        const Int32 x = across ? std::min(x0 + t, w - 1) : x0 + k;
+        const Int32 y = across ? y0 + k : std::min(y0 + t, h - 1);
+        px[static_cast<std::size_t>(y) * w + x] = kBlack;
+      }
+    }
+  }
+  return makePicture(w, h, px);
+}
+
+// Vertical lines one pixel wide in every other column: thinning keeps them all.
+Picture combOfLines(Int32 w, Int32 h) {
+  std::vector<Colour> px(static_cast<std::size_t>(w) * h, kWhite);
+  for (Int32 y = 1; y < h - 1; ++y) {
+    for (Int32 x = 2; x < w - 1; x += 2) px[static_cast<std::size_t>(y) * w + x] = kBlack;
+  }
+  return makePicture(w, h, px);
+}
+
+std::vector<LineRecord> segments(const Session& s) {
+  std::vector<LineRecord> out;
+  for (Int32 i = 1; i <= s.ChainTable.count(); ++i) out.push_back(s.ChainTable[i]);
+  return out;
+}
+
+struct Refusal {
+  const char* name;
+  Picture picture;
+  std::function<StageOutcome(StageChain&)> run;
+  Stage stage;
+  StageOutcome::Kind kind;
+  const char* reasonHas;
+};
+
+// Every refusal names its stage and its reason, and keeps the picture or
+// table it would have changed.
+TEST(StageChain, EachRefusalIsReportedWithItsStageAndReason) {
+  const StageParams noBlur{.blurRuns = 0};
+  const std::vector<Refusal> cases = {
+      {"rescale past the surface limit", drawing(100, 80, 1), [](StageChain& c) { return c.rescale(3.0); },
+       Stage::rescale, StageOutcome::Kind::refused, "over the limit"},
+      {"blur past the filter frame", makeFilledPicture(1502, 12, kWhite),
+       [](StageChain& c) { return c.run(Stage::rescale, {}).back(); }, Stage::blur, StageOutcome::Kind::refused,
+       "1501"},
+      {"black and white past 1500", makeFilledPicture(12, 1501, kWhite),
+       [&](StageChain& c) { return c.run(Stage::rescale, noBlur).back(); }, Stage::threshold,
+       StageOutcome::Kind::refused, "1500"},
+      {"a listing past the table", combOfLines(402, 502),
+       [&](StageChain& c) { return c.run(Stage::rescale, noBlur).back(); }, Stage::thin, StageOutcome::Kind::refused,
+       "line table"},
+      {"thinning past the grid", makeFilledPicture(5601, 11, kWhite),
+       [](StageChain& c) {
+         c.blackWhite.setPicture(c.original.picture());
+         return c.thin();
+       },
+       Stage::thin, StageOutcome::Kind::refused, "5600"},
+  };
+  for (const Refusal& r : cases) {
+    QuietHost host;
+    RasterContext context;
+    context.surfacePixelLimit = 50000;
+    if (r.stage != Stage::rescale) context.surfacePixelLimit = kDefaultSurfacePixelLimit;
+    StageChain chain(context, host);
+    chain.original.setPicture(r.picture);
+    const StageOutcome outcome = r.run(chain);
+    EXPECT_EQ(outcome.stage, r.stage) << r.name;
+    EXPECT_EQ(outcome.kind, r.kind) << r.name;
+    EXPECT_NE(outcome.reason.find(r.reasonHas), std::string::npos) << r.name << ": " << outcome.reason;
+    EXPECT_EQ(chain.session.LineTable.count(), 0) << r.name << ": no listing is left behind";
+  }
+}
+
+TEST(StageChain, RunStopsAtTheFirstStageThatIsNotDoneAndRerunsFromAnyStage) {
+  QuietHost host;
+  RasterContext context;
+  StageChain chain(context, host);
+  chain.original.setPicture(makeFilledPicture(1502, 12, kWhite));
+  const std::vector<StageOutcome> stopped = chain.run(Stage::rescale, {});
+  ASSERT_EQ(stopped.size(), 2U);
+  EXPECT_TRUE(stopped[0].done());
+  EXPECT_FALSE(stopped[1].done());
+
+  chain.original.setPicture(drawing(200, 150, 7));
+  StageParams params;
+  params.tolerance = 20;
+  const std::vector<StageOutcome> all = chain.run(Stage::rescale, params);
+  ASSERT_EQ(all.size(), 6U);
+  for (const StageOutcome& o : all) EXPECT_TRUE(o.done()) << stageName(o.stage) << ": " << o.reason;
+  const std::vector<LineRecord> coarse = segments(chain.session);
+  params.tolerance = 1;
+  ASSERT_EQ(chain.run(Stage::simplify, params).size(), 1U);
+  EXPECT_GT(chain.session.ChainTable.count(), static_cast<Int32>(coarse.size())) << "a finer tolerance keeps more";
+  params.tolerance = 20;
+  chain.run(Stage::simplify, params);
+  // The same chains give the same segments again; only the record past the
+  // last separator, which no pass writes, keeps what the finer run left.
+  std::vector<LineRecord> again = segments(chain.session);
+  ASSERT_EQ(again.size(), coarse.size());
+  EXPECT_EQ(std::vector<LineRecord>(again.begin(), again.end() - 1),
+            std::vector<LineRecord>(coarse.begin(), coarse.end() - 1));
+  EXPECT_NE(again.back(), coarse.back());
+}
+
+// Chains with contexts of their own share nothing: on two threads at once
+// they give the drawings that one chain gives run after run.
+TEST(StageChain, ChainsOnTwoThreadsGiveTheDrawingsOfOneChainRunTwice) {
+  const Picture pictures[2] = {drawing(260, 200, 11), drawing(240, 220, 12)};
+  StageParams params;
+  params.blurRuns = 2;
+  params.reorder = true;
+  auto drawingOf = [&](const Picture& picture) {
+    QuietHost host;
+    RasterContext context;
+    StageChain chain(context, host);
+    chain.original.setPicture(picture);
+    for (int i = 0; i < 2; ++i) chain.run(Stage::rescale, params);  // the second run meets a used store
+    return segments(chain.session);
+  };
+  const std::vector<LineRecord> alone[2] = {drawingOf(pictures[0]), drawingOf(pictures[1])};
+  std::vector<LineRecord> together[2];
+  std::thread first([&] { together[0] = drawingOf(pictures[0]); });
+  std::thread second([&] { together[1] = drawingOf(pictures[1]); });
+  first.join();
+  second.join();
+  EXPECT_GT(alone[0].size(), 10U);
+  EXPECT_EQ(together[0], alone[0]);
+  EXPECT_EQ(together[1], alone[1]);
+}
+
+TEST(Preview, DrawsEveryRecordScaledInRedWithTheHookAfterEachLine) {
+  RecordTable table("ChainTable");
+  table.count() = 3;
+  table[1] = {1, 1, 4, 1, 0};
+  table[2] = {-1, -1, -1, -1, 0};
+  table[3] = {2, 3, 2, 3, 0};
+  PictureBox box;
+  box.setWidth(20);
+  box.setHeight(20);
+  box.setBackColor(kWhite);
+  int lines = 0;
+  drawSegments(table, box, 2.0F, [&lines] { ++lines; });
+  EXPECT_EQ(lines, 3);
+  for (const auto& [x, y, want] :
+       {std::tuple{2, 2, kRed}, {8, 2, kRed}, {9, 2, kWhite}, {1, 1, kWhite}, {4, 6, kRed}}) {
+    EXPECT_EQ(box.Point(static_cast<float>(x), static_cast<float>(y)), want) << x << "," << y;
+  }
+}
+
+}  // namespace
+}  // namespace quern
