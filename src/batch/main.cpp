@@ -73,6 +73,10 @@ int run(const quern::BatchArgs& args) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc == 2 && std::string(argv[1]) == "--version") {
+    std::cout << "quernline " QUERNLINE_VERSION "\n";
+    return 0;
+  }
   QCoreApplication app(argc, argv);  // lets the picture readers find their plug-ins
   std::vector<std::string> words(argv + 1, argv + argc);
   const quern::BatchParse parsed = quern::parseBatchArgs(words);
