@@ -227,16 +227,20 @@ class WindowTest : public QObject {
       action(*w, "loadimage")->trigger();
       scale->setValue(150);
       button(*w, "Command11")->click();
+      QTest::mouseClick(button(*w, "Command9"), Qt::LeftButton);  // switched off while the stage runs
     };
     QTest::mouseClick(button(*w, "Command8"), Qt::LeftButton);
     QCOMPARE(w->form().stage(), Int16{11});
-    QCOMPARE(platform_->beeps, 3);
+    QCOMPARE(platform_->beeps, 4);
     QCOMPARE(w->form().HScroll1.Value, 100);
     QCOMPARE(scale->value(), 100);
     // Outside a stage nothing beeps, neither a request taken nor an entry without a handler.
     action(*w, "Restormenu")->trigger();
     action(*w, "copymernz")->trigger();
-    QCOMPARE(platform_->beeps, 3);
+    w->form().SetStage(1);
+    w->sync();
+    QTest::mouseClick(button(*w, "Command9"), Qt::LeftButton);
+    QCOMPARE(platform_->beeps, 4);
   }
 
   void scrollBarsHaveASmallThumbAndTakeAClickBesideIt() {

@@ -139,6 +139,7 @@ QWidget* MainWindow::makeWidget(const ControlPlace& place, QWidget* parent) {
       const std::string name(place.name);
       buttons_[name] = b;
       connect(b, &QPushButton::clicked, this, [this, name] { submit([&] { return form_->click(name); }); });
+      b->installEventFilter(this);
       w = b;
       break;
     }
@@ -253,6 +254,14 @@ void MainWindow::dropEvent(QDropEvent* event) {
   event->acceptProposedAction();
   // Loaded once the drop has ended, so that a message about the file does not hold up the drag's source.
   QTimer::singleShot(0, this, [this, p = *path] { openPicture(p); });
+}
+
+bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
+  // A switched-off button takes no click, so the press is all there is to answer.
+  if (event->type() == QEvent::MouseButtonPress && form_->busy()) {
+    if (const auto* b = qobject_cast<QPushButton*>(watched); b && !b->isEnabled()) platform_->Beep();
+  }
+  return QMainWindow::eventFilter(watched, event);
 }
 
 void MainWindow::afterRequest() {

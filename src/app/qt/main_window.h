@@ -41,6 +41,8 @@ class MainWindow : public QMainWindow {
   void closeEvent(QCloseEvent* event) override;
   void dragEnterEvent(QDragEnterEvent* event) override;
   void dropEvent(QDropEvent* event) override;
+  // Beeps at a press on an Apply button that a running stage has switched off.
+  bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
   void build();
