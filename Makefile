@@ -9,14 +9,20 @@ CMAKE_GEN  := -G Ninja
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 PACKAGES := cmake ninja-build g++ make pkg-config qt6-base-dev libgl-dev \
             libgtest-dev libgmock-dev libbenchmark-dev \
-            python3 python3-ezdxf python3-pil xvfb xauth fonts-dejavu-extra
+            python3 python3-ezdxf python3-pil xvfb xauth fonts-dejavu-extra desktop-file-utils
+# What `make package` needs beyond the build: dpkg-shlibdeps reads the programs' libraries.
+PACKAGE_TOOLS := dpkg-dev file
 
-.PHONY: all deps configure build test test-asan run bench demo clean
+# `make install PREFIX=/usr DESTDIR=/tmp/stage`
+PREFIX  ?= /usr/local
+DESTDIR ?=
+
+.PHONY: all deps configure build test test-asan run bench demo install package clean
 
 all: build
 
-deps:
-	@missing=""; for p in $(PACKAGES); do \
+# Installs those of the Debian packages $(1) that are missing.
+apt_need = missing=""; for p in $(1); do \
 	  dpkg-query -W -f='$${Status}' $$p 2>/dev/null | grep -q "install ok installed" || missing="$$missing $$p"; \
 	done; \
 	if [ -n "$$missing" ]; then \
@@ -24,6 +30,9 @@ deps:
 	  $(SUDO) apt-get update -qq && \
 	  $(SUDO) env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $$missing; \
 	fi
+
+deps:
+	@$(call apt_need,$(PACKAGES))
 
 $(BUILD)/build.ninja: | deps
 	cmake -S . -B $(BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo
@@ -54,6 +63,15 @@ demo: build
 
 bench: build
 	@for b in $(BUILD)/bench/bench_*; do [ -x "$$b" ] && { echo "== $$b"; "$$b" --benchmark_min_time=0.2; }; done; true
+
+install: build
+	DESTDIR="$(DESTDIR)" cmake --install $(BUILD) --prefix "$(PREFIX)"
+
+# quernline_VERSION_ARCH.deb in this folder: `apt install ./quernline_*.deb`.
+package: build
+	@$(call apt_need,$(PACKAGE_TOOLS))
+	cd $(BUILD) && cpack -G DEB
+	cp $(BUILD)/quernline_*.deb .
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD)

@@ -7,6 +7,10 @@
 #include "batch/batch_run.h"
 
 int main(int argc, char** argv) {
+  if (argc == 2 && std::string(argv[1]) == "--version") {
+    std::cout << "quernline " QUERNLINE_VERSION "\n";
+    return 0;
+  }
   std::vector<std::string> words(argv + 1, argv + argc);
   const quern::BatchParse parsed = quern::parseBatchArgs(words);
   if (parsed.help) {

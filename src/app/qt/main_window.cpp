@@ -2,11 +2,13 @@
 
 #include <QCheckBox>
 #include <QCloseEvent>
+#include <QDropEvent>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QMimeData>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScrollBar>
@@ -40,12 +42,22 @@ void fillBackground(QWidget* w, QColor colour) {
   w->setPalette(pal);
   w->setAutoFillBackground(true);
 }
+
+// The first local file of a drag; a drop of several loads only that one.
+std::optional<std::string> droppedFile(const QMimeData* data) {
+  if (!data || !data->hasUrls()) return std::nullopt;
+  for (const QUrl& url : data->urls()) {
+    if (url.isLocalFile()) return url.toLocalFile().toStdString();
+  }
+  return std::nullopt;
+}
 }  // namespace
 
 MainWindow::MainWindow(std::unique_ptr<QtPlatform> platform)
     : platform_(std::move(platform)), form_(std::make_unique<Form1>(*platform_)) {
   platform_->setWindow(this, [this] { sync(); });
   setWindowTitle(text(kForm1Caption));
+  setAcceptDrops(true);
   build();
   buildMenus();
   form_->Form_Load();
@@ -108,11 +120,10 @@ QWidget* MainWindow::makeWidget(const ControlPlace& place, QWidget* parent) {
       s->setSingleStep(bar.SmallChange);
       s->setPageStep(bar.LargeChange);
       s->setTracking(false);  // a drag counts once, when it ends
+      s->setStyle(&scrollStyle_);
       scrolls_[name] = s;
-      connect(s, &QScrollBar::valueChanged, this, [this, name](int value) {
-        guarded([&] { form_->scroll(name, value); });
-        afterRequest();
-      });
+      connect(s, &QScrollBar::valueChanged, this,
+              [this, name](int value) { submit([&] { return form_->scroll(name, value); }); });
       w = s;
       break;
     }
@@ -127,10 +138,8 @@ QWidget* MainWindow::makeWidget(const ControlPlace& place, QWidget* parent) {
       auto* b = new QPushButton(text(place.caption), parent);
       const std::string name(place.name);
       buttons_[name] = b;
-      connect(b, &QPushButton::clicked, this, [this, name] {
-        guarded([&] { form_->click(name); });
-        afterRequest();
-      });
+      connect(b, &QPushButton::clicked, this, [this, name] { submit([&] { return form_->click(name); }); });
+      b->installEventFilter(this);
       w = b;
       break;
     }
@@ -179,6 +188,8 @@ void MainWindow::build() {
   plain.setBold(false);  // set explicitly, or the frame's bold caption would be inherited
   for (QWidget* inside : widgets_.at("Frame6")->findChildren<QWidget*>()) inside->setFont(plain);
   texts_.at("Text3")->setReadOnly(false);
+  // A file dropped on the value box is meant for the window, not typed into the box.
+  texts_.at("Text3")->setAcceptDrops(false);
   connect(texts_.at("Text3"), &QLineEdit::textEdited, this,
           [this](const QString& t) { form_->Text3.Text = t.toStdString(); });
   for (const char* name : {"Text1", "Text2", "Text4"}) texts_.at(name)->setReadOnly(true);
@@ -191,10 +202,7 @@ void MainWindow::buildMenus() {
     QAction* a = menu->addAction(QString::fromUtf8(caption));
     a->setObjectName(name);
     const std::string entry(name);
-    connect(a, &QAction::triggered, this, [this, entry] {
-      guarded([&] { form_->menu(entry); });
-      afterRequest();
-    });
+    connect(a, &QAction::triggered, this, [this, entry] { submit([&] { return form_->menu(entry); }); });
     return a;
   };
   addEntry(file, "Load image", "loadimage");
@@ -219,6 +227,41 @@ void MainWindow::guarded(const std::function<void()>& fn) {
   } catch (const std::exception& e) {
     QMessageBox::warning(this, text(kForm1Caption), QString::fromStdString(e.what()));
   }
+}
+
+void MainWindow::submit(const std::function<bool()>& fn) {
+  const bool stageRunning = form_->busy();
+  bool taken = true;
+  guarded([&] { taken = fn(); });
+  if (stageRunning && !taken) platform_->Beep();
+  afterRequest();
+}
+
+void MainWindow::openPicture(const std::string& path) {
+  platform_->answerNextOpen(path);
+  submit([this] { return form_->menu("loadimage"); });
+  // A refused load must not leave its answer to the next dialog the user opens.
+  platform_->answerNextOpen(std::nullopt);
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+  if (droppedFile(event->mimeData())) event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent* event) {
+  const std::optional<std::string> path = droppedFile(event->mimeData());
+  if (!path) return;
+  event->acceptProposedAction();
+  // Loaded once the drop has ended, so that a message about the file does not hold up the drag's source.
+  QTimer::singleShot(0, this, [this, p = *path] { openPicture(p); });
+}
+
+bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
+  // A switched-off button takes no click, so the press is all there is to answer.
+  if (event->type() == QEvent::MouseButtonPress && form_->busy()) {
+    if (const auto* b = qobject_cast<QPushButton*>(watched); b && !b->isEnabled()) platform_->Beep();
+  }
+  return QMainWindow::eventFilter(watched, event);
 }
 
 void MainWindow::afterRequest() {

@@ -7,6 +7,7 @@
 
 #include "app/form1.h"
 #include "app/qt/qt_platform.h"
+#include "app/qt/scroll_style.h"
 
 class QCheckBox;
 class QLabel;
@@ -33,9 +34,15 @@ class MainWindow : public QMainWindow {
   void sync();
   // The widget of a control by its name ("Command8", "PB(3)", "Stat(0)", ...).
   QWidget* control(const std::string& name) const;
+  // Loads a picture file as "Load image" does when the dialog picks `path`.
+  void openPicture(const std::string& path);
 
  protected:
   void closeEvent(QCloseEvent* event) override;
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  void dropEvent(QDropEvent* event) override;
+  // Beeps at a press on an Apply button that a running stage has switched off.
+  bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
   void build();
@@ -44,9 +51,13 @@ class MainWindow : public QMainWindow {
   // Runs one event of the user behind the window's own boundary: nothing may
   // escape into Qt's event loop.
   void guarded(const std::function<void()>& fn);
+  // A request of the user to the form: `fn` answers whether the form took
+  // it. One refused because a stage is running gets a beep.
+  void submit(const std::function<bool()>& fn);
   void afterRequest();
 
   std::unique_ptr<QtPlatform> platform_;
+  ScrollThumbStyle scrollStyle_;
   std::unique_ptr<Form1> form_;
   std::map<std::string, QWidget*> widgets_;
   std::map<std::string, QPushButton*> buttons_;

@@ -1,8 +1,9 @@
 #include "app/qt/qt_platform.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 #include <QFileDialog>
 #include <QMessageBox>
+#include <utility>
 
 #include "app/layout.h"
 
@@ -14,6 +15,11 @@ void QtPlatform::setWindow(QWidget* window, std::function<void()> sync) {
 }
 
 std::optional<std::string> QtPlatform::ShowOpenDialog() {
+  if (openAnswer_) return std::exchange(openAnswer_, std::nullopt);
+  return askOpenPath();
+}
+
+std::optional<std::string> QtPlatform::askOpenPath() {
   const QString path = QFileDialog::getOpenFileName(window_);
   if (path.isEmpty()) return std::nullopt;
   return path.toStdString();
@@ -29,6 +35,10 @@ void QtPlatform::MsgBox(const std::string& text) {
   if (sync_) sync_();
   QMessageBox::information(window_, QString::fromUtf8(kForm1Caption.data(), kForm1Caption.size()),
                            QString::fromStdString(text), QMessageBox::Ok);
+}
+
+void QtPlatform::Beep() {
+  QApplication::beep();
 }
 
 void QtPlatform::DoEvents() {

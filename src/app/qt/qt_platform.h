@@ -2,6 +2,8 @@
 
 #include <QElapsedTimer>
 #include <functional>
+#include <optional>
+#include <string>
 
 #include "app/platform.h"
 
@@ -24,8 +26,18 @@ class QtPlatform : public Platform {
 
   // The window the dialogs belong to, and what brings it up to date before events run.
   void setWindow(QWidget* window, std::function<void()> sync);
+  // The next open dialog answers with `path` without showing itself: a
+  // picture given on the command line or dropped on the window.
+  void answerNextOpen(std::optional<std::string> path) { openAnswer_ = std::move(path); }
+  // Tells the user that a request was refused.
+  virtual void Beep();
+
+ protected:
+  // The open dialog itself, shown when no answer is waiting.
+  virtual std::optional<std::string> askOpenPath();
 
  private:
+  std::optional<std::string> openAnswer_;
   QWidget* window_ = nullptr;
   std::function<void()> sync_;
   QElapsedTimer sincePump_;

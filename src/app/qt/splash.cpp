@@ -16,25 +16,31 @@ QRect toPixels(const ControlPlace& p) { return QRect(p.left / kTwips, p.top / kT
 }  // namespace
 
 SplashWindow::SplashWindow(std::function<void()> showMain)
-    : QWidget(nullptr, Qt::Dialog | Qt::FramelessWindowHint), showMain_(std::move(showMain)) {
+    : QFrame(nullptr, Qt::Dialog | Qt::FramelessWindowHint), showMain_(std::move(showMain)) {
   setObjectName("frmSplash");
-  QPalette pal = palette();
+  // The window manager is asked for no frame at all, so the border is drawn here, round the client area.
+  setFrameStyle(QFrame::WinPanel | QFrame::Raised);
+  client_ = new QWidget(this);
+  QPalette pal = client_->palette();
   pal.setColor(QPalette::Window, Qt::white);
-  setPalette(pal);
-  setAutoFillBackground(true);
-  setFixedSize(kSplashClientWidth / kTwips, kSplashClientHeight / kTwips);
+  client_->setPalette(pal);
+  client_->setAutoFillBackground(true);
+  const QSize clientSize(kSplashClientWidth / kTwips, kSplashClientHeight / kTwips);
+  client_->setGeometry(QRect(QPoint(frameWidth(), frameWidth()), clientSize));
+  setFixedSize(clientSize + QSize(2 * frameWidth(), 2 * frameWidth()));
 
   QWidget* picture4 = nullptr;
   for (const ControlPlace& place : splashLayout()) {
     QWidget* w = nullptr;
     if (place.kind == ControlKind::PictureBox) {
-      w = picture4 = new QWidget(this);
+      w = picture4 = new QWidget(client_);
     } else if (place.kind == ControlKind::Image) {
       auto* image = new QLabel(picture4);
       image->setPixmap(QPixmap::fromImage(toQImage(splashPicture())));
       w = image;
     } else {
-      auto* label = new QLabel(QString::fromUtf8(place.caption.data(), static_cast<qsizetype>(place.caption.size())), this);
+      auto* label =
+          new QLabel(QString::fromUtf8(place.caption.data(), static_cast<qsizetype>(place.caption.size())), client_);
       QFont f = label->font();
       f.setPointSize(12);
       label->setFont(f);

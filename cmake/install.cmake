@@ -1,0 +1,29 @@
+# Install rules and the Debian package: the two programs, the desktop entry
+# with its icon, and the manual pages.
+include(GNUInstallDirs)
+
+set(QUERN_DIST ${PROJECT_SOURCE_DIR}/dist)
+if(TARGET quern)
+  install(TARGETS quern RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES ${QUERN_DIST}/quernline.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
+  install(FILES ${QUERN_DIST}/quernline.svg DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps)
+  install(FILES ${QUERN_DIST}/quernline.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+endif()
+install(TARGETS quern_batch_exe RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(FILES ${QUERN_DIST}/quernline-batch.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME quernline)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_CONTACT "Quernline developers <quernline@localhost>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "centre lines of raster line work as a DXF drawing")
+set(CPACK_PACKAGE_DESCRIPTION "Quernline turns a scanned or drawn picture of line work (JPEG, BMP or GIF)
+into centre lines and writes them as a DXF R12 drawing for CAD and CNC: a
+window, quernline, and a headless driver, quernline-batch.")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
+# The dependencies are read off the shared libraries the programs link.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+include(CPack)
