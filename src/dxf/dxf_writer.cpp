@@ -4,7 +4,7 @@
 #include <charconv>
 #include <string_view>
 
-#include "dxf/replace_file.h"
+#include "base/replace_file.h"
 
 namespace quern {
 
