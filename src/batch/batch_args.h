@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "base/drawing_units.h"
 #include "base/numbers.h"
 
 namespace quern {
@@ -11,8 +12,8 @@ namespace quern {
 // What a batch run is asked to do, with every value already in the range of
 // the scroll bar that sets it.
 struct BatchArgs {
-  Int32 scale = 100;  // HScroll1: hundredths, 1 to 300
-  Int32 blur = 1;     // HScroll3: 0 to 3
+  Int32 scale = 100;      // HScroll1: hundredths, 1 to 300
+  Int32 blur = 1;         // HScroll3: 0 to 3
   Int32 threshold = 200;  // HScroll2: 1 to 255
   Int32 tolerance = 1;    // HScroll6: 1 to 100
   bool reorder = false;
@@ -20,7 +21,18 @@ struct BatchArgs {
   std::optional<std::string> preview;
   std::optional<std::string> picture;
   std::string drawing;
+  // Output for CAD and CNC; the defaults give today's drawing.
+  std::optional<Int32> dpi;  // the scan's resolution, given exactly when units is mm or in
+  DrawingUnit units = DrawingUnit::Pixel;
+  bool polyline = false;
+  Int32 minBranch = 0;  // pixels; 0 keeps every spur
+  Int32 minChain = 0;   // pixels; 0 keeps every speck
+  std::optional<std::string> svg;
 };
+
+// How the drawing is to be written: the unit scale counts the rescale
+// (scale hundredths) into the length of a thinned pixel.
+DrawingOptions drawingOptionsOf(const BatchArgs& args);
 
 // The arguments, or the reason they cannot be taken (with `help` set when
 // only the usage was asked for).
