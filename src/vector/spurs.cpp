@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <deque>
 #include <optional>
 #include <unordered_map>
 #include <vector>
@@ -95,6 +96,52 @@ class Pruner {
     return removed;
   }
 
+  // The pixels of each line to write, in table order, with an empty list for
+  // an empty polyline. Where a cut left a chain's end against one other
+  // chain's end and nothing else, the spur was all that stood between them:
+  // the two are written as one chain again, joined at the chain first in the
+  // table. Chains taken out whole are missing.
+  std::vector<std::vector<Pixel>> lines() {
+    const auto n = chains_.size();
+    std::vector<Int32> lineOf(n);
+    std::vector<Line> joined(n);
+    for (Int32 c = 0; c < static_cast<Int32>(n); ++c) {
+      lineOf[c] = c;
+      joined[c] = {{c, false}};
+    }
+    auto open = [&](End e) {
+      const Line& l = joined[lineOf[e.chain]];
+      return firstEnd(l) == e || lastEnd(l) == e;
+    };
+    for (const End e : cutEnds_) {
+      if (!chains_[e.chain].alive() || !open(e)) continue;
+      const Meeting m = meet(chains_[e.chain].px[chains_[e.chain].end(e.front)], {e.chain});
+      if (m.kind != Meeting::Continues || lineOf[m.next.chain] == lineOf[e.chain] || !open(m.next)) continue;
+      Line& a = joined[lineOf[e.chain]];
+      Line& b = joined[lineOf[m.next.chain]];
+      if (firstEnd(a) == e) turn(a);
+      if (lastEnd(b) == m.next) turn(b);
+      a.insert(a.end(), b.begin(), b.end());
+      const Int32 keep = std::min(lineOf[e.chain], lineOf[m.next.chain]);
+      Line both = std::move(a);
+      a.clear();
+      b.clear();
+      for (const Piece& p : both) lineOf[p.chain] = keep;
+      joined[keep] = std::move(both);
+    }
+    std::vector<std::vector<Pixel>> out;
+    for (Int32 c = 0; c < static_cast<Int32>(n); ++c) {
+      if (chains_[c].px.empty()) out.emplace_back();
+      if (!chains_[c].alive() || lineOf[c] != c) continue;
+      std::vector<Pixel>& px = out.emplace_back();
+      for (const Piece& p : joined[c]) {
+        const Chain& ch = chains_[p.chain];
+        for (Int32 k = 0; k < ch.length(); ++k) px.push_back(ch.px[p.reversed ? ch.last - k : ch.first + k]);
+      }
+    }
+    return out;
+  }
+
  private:
   struct Cut {
     Int32 chain;
@@ -106,6 +153,21 @@ class Pruner {
     std::vector<Cut> cuts;
     Int32 pixels = 0;
   };
+  struct End {
+    Int32 chain = -1;
+    bool front = true;
+    friend bool operator==(const End&, const End&) = default;
+  };
+  struct Meeting {
+    enum Kind { Nothing, Continues, Junction } kind = Nothing;
+    End next;
+  };
+  // A chain in a joined line, walked from its last pixel when reversed.
+  struct Piece {
+    Int32 chain;
+    bool reversed;
+  };
+  using Line = std::deque<Piece>;
 
   static std::uint64_t key(Pixel p) {
     return (static_cast<std::uint64_t>(static_cast<std::uint32_t>(p.x)) << 32) | static_cast<std::uint32_t>(p.y);
@@ -166,26 +228,35 @@ class Pruner {
       w.pixels += ch.length();
       if (w.pixels >= limit_) return w;
       // At the far end: nothing there, one chain going on end to end, or a junction.
-      std::vector<PixelRef> near;
-      forEachNear(ch.px[far], [&](PixelRef r) {
-        if (!among(seen, r.chain)) near.push_back(r);
-      });
-      if (near.empty()) {
+      const Meeting m = meet(ch.px[far], seen);
+      if (m.kind == Meeting::Nothing) {
         w.prune = w.pixels < minChain_ && touchesNothing(w, seen);
         return w;
       }
-      const Int32 next = near.front().chain;
-      const bool oneChain = std::all_of(near.begin(), near.end(), [&](PixelRef r) { return r.chain == next; });
-      const auto byEnd =
-          std::find_if(near.begin(), near.end(), [&](PixelRef r) { return chains_[next].isEnd(r.index); });
-      if (!oneChain || byEnd == near.end()) {
+      if (m.kind == Meeting::Junction) {
         w.prune = w.pixels < minBranch_;
         return w;
       }
-      c = next;
-      front = byEnd->index == chains_[next].first;
+      c = m.next.chain;
+      front = m.next.front;
       seen.push_back(c);
     }
+  }
+
+  // What touches pixel p besides the chains in seen: nothing, exactly one
+  // chain by one of its ends (the line goes on there), or more: a junction.
+  Meeting meet(Pixel p, const std::vector<Int32>& seen) const {
+    Meeting m;
+    Int32 other = -1;
+    forEachNear(p, [&](PixelRef r) {
+      if (among(seen, r.chain)) return;
+      if (other >= 0 && r.chain != other) m.kind = Meeting::Junction;
+      other = r.chain;
+      const Chain& d = chains_[r.chain];
+      if (m.kind == Meeting::Nothing && d.isEnd(r.index)) m = {Meeting::Continues, {r.chain, r.index == d.first}};
+    });
+    if (other >= 0 && m.kind == Meeting::Nothing) m.kind = Meeting::Junction;
+    return m;
   }
 
   static Int32 distance2(Pixel a, Pixel b) { return (a.x - b.x) * (a.x - b.x) + (a.y - b.y) * (a.y - b.y); }
@@ -217,9 +288,18 @@ class Pruner {
       ch.last = ch.first - 1;  // one pixel left is no line
     } else if (cut.front) {
       ch.first += cut.pixels;
+      cutEnds_.push_back({cut.chain, true});
     } else {
       ch.last -= cut.pixels;
+      cutEnds_.push_back({cut.chain, false});
     }
+  }
+
+  static End firstEnd(const Line& l) { return {l.front().chain, !l.front().reversed}; }
+  static End lastEnd(const Line& l) { return {l.back().chain, l.back().reversed}; }
+  static void turn(Line& l) {
+    std::reverse(l.begin(), l.end());
+    for (Piece& p : l) p.reversed = !p.reversed;
   }
 
   std::vector<Chain>& chains_;
@@ -227,6 +307,7 @@ class Pruner {
   Int32 minChain_;
   Int32 limit_;
   std::unordered_map<std::uint64_t, std::vector<PixelRef>> at_;
+  std::vector<End> cutEnds_;
 };
 
 }  // namespace
@@ -236,19 +317,18 @@ Int32 pruneSpurs(RecordTable& LineTable, Int32 minBranch, Int32 minChain) {
   if (LineTable.count() < 1) return 0;
   std::optional<std::vector<Chain>> chains = readChains(LineTable);
   if (!chains) return 0;
-  const Int32 removed = Pruner(*chains, minBranch, minChain).run();
+  Pruner pruner(*chains, minBranch, minChain);
+  const Int32 removed = pruner.run();
   if (removed == 0) return 0;
 
   const LineRecord past = LineTable[LineTable.count()];
   Int32 n = 0;
-  for (const Chain& ch : *chains) {
-    for (Int32 i = ch.first; i < ch.last; ++i) {
-      const Pixel a = ch.px[i], b = ch.px[i + 1];
-      LineTable[++n] = {static_cast<float>(a.x), static_cast<float>(a.y), static_cast<float>(b.x),
-                        static_cast<float>(b.y), 0};
+  for (const std::vector<Pixel>& px : pruner.lines()) {
+    for (std::size_t k = 0; k + 1 < px.size(); ++k) {
+      LineTable[++n] = {static_cast<float>(px[k].x), static_cast<float>(px[k].y), static_cast<float>(px[k + 1].x),
+                        static_cast<float>(px[k + 1].y), 0};
     }
-    // A chain that was taken out whole leaves no separator; an empty polyline keeps its own.
-    if (ch.alive() || ch.px.empty()) LineTable[++n] = {kSeparator, kSeparator, kSeparator, kSeparator, 0};
+    LineTable[++n] = {kSeparator, kSeparator, kSeparator, kSeparator, 0};
   }
   LineTable[n + 1] = past;
   LineTable.count() = n + 1;

@@ -20,10 +20,12 @@ namespace quern {
 //   touches no other chain goes whole.
 //
 // A spur inside a longer chain is cut off, leaving the junction pixel as that
-// chain's end. The chains that remain keep their order and their records;
-// the record past the last separator keeps what it held. Gives the number of
-// pixels taken out; with nothing to take out (both limits 0 among others) the
-// table is left exactly as it was. A table not in chain form is left alone.
+// chain's end; where that end then meets one other chain's end and nothing
+// else, the two are written as one chain, so the line runs on where the spur
+// stood. The chains keep their order otherwise, and the record past the last
+// separator keeps what it held. Gives the number of pixels taken out; with
+// nothing to take out (both limits 0 among others) the table is left exactly
+// as it was. A table not in chain form is left alone.
 Int32 pruneSpurs(RecordTable& LineTable, Int32 minBranch, Int32 minChain);
 
 }  // namespace quern

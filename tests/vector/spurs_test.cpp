@@ -69,6 +69,7 @@ TEST(PruneSpurs, SpursGoAndRealLinesStay) {
     Int32 minChain;
     Picture before;
     Picture after;
+    int chains;  // a line a spur no longer splits is one chain again
   };
   const Case cases[] = {
       {"T: a short stem the walk took into the left arm's chain",
@@ -81,31 +82,36 @@ TEST(PruneSpurs, SpursGoAndRealLinesStay) {
        {"....................",  //
         "....................",  //
         "....................",  //
-        "####################"}},
+        "####################"},
+       1},
       {"T: a short branch that is a chain of its own",
        5,
        0,
        {"#...", "#...", "#...", "#...", "#...", "#...", "####", "#...", "#...", "#...", "#...", "#...", "#..."},
-       {"#...", "#...", "#...", "#...", "#...", "#...", "#...", "#...", "#...", "#...", "#...", "#...", "#..."}},
+       {"#...", "#...", "#...", "#...", "#...", "#...", "#...", "#...", "#...", "#...", "#...", "#...", "#..."},
+       1},
       {"corner blob: the diagonal spur goes, the corner pixel stays",
        5,
        0,
        {"...#..........", "...#..........", "...#..........", "...#..........", "...#..........", "...#..........",
         "...#..........", "...###########", "..#...........", ".#............"},
        {"...#..........", "...#..........", "...#..........", "...#..........", "...#..........", "...#..........",
-        "...#..........", "...###########", "..............", ".............."}},
+        "...#..........", "...###########", "..............", ".............."},
+       1},
       {"L corner whose arms are two chains: a short arm is no spur",
        5,
        0,
        {"####", "#...", "#...", "#...", "#...", "#...", "#..."},
-       {"####", "#...", "#...", "#...", "#...", "#...", "#..."}},
+       {"####", "#...", "#...", "#...", "#...", "#...", "#..."},
+       2},
       {"a short bar between two junctions stays",
        5,
        0,
        {"#...#", "#...#", "#...#", "#...#", "#...#", "#...#", "#####", "#...#", "#...#", "#...#", "#...#", "#...#",
         "#...#"},
        {"#...#", "#...#", "#...#", "#...#", "#...#", "#...#", "#####", "#...#", "#...#", "#...#", "#...#", "#...#",
-        "#...#"}},
+        "#...#"},
+       3},
       {"a Y on a stem: one twig goes, which leaves the stem and the other twig a spur",
        8,
        0,
@@ -118,8 +124,9 @@ TEST(PruneSpurs, SpursGoAndRealLinesStay) {
         "........................",  //
         "........................",  //
         "........................",  //
-        "########################"}},
-      {"a short line on its own is no spur", 50, 0, {"######"}, {"######"}},
+        "########################"},
+       1},
+      {"a short line on its own is no spur", 50, 0, {"######"}, {"######"}, 1},
       {"specks touching nothing go; longer lines and short ones that touch stay",
        0,
        4,
@@ -130,12 +137,15 @@ TEST(PruneSpurs, SpursGoAndRealLinesStay) {
        {"#.......####",  //
         "###.........",  //
         "#...........",  //
-        "#..........."}},
+        "#..........."},
+       3},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     const Pruned p(c.before, c.minBranch, c.minChain);
     EXPECT_EQ(drawnChains(p.s.LineTable, c.after), c.after);
+    const auto records = testing::records(p.s.LineTable, 1, p.s.LineTable.count());
+    EXPECT_EQ(std::count_if(records.begin(), records.end(), isSeparator), c.chains);
     EXPECT_EQ(p.removed, static_cast<Int32>(pixelsOf(c.before).size() - pixelsOf(c.after).size()));
   }
 }
