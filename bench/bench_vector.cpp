@@ -13,6 +13,7 @@
 #include "vector/generalize.h"
 #include "vector/reorder.h"
 #include "vector/session.h"
+#include "vector/spurs.h"
 
 namespace quern {
 namespace {
@@ -154,6 +155,52 @@ void BM_Generalize(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * n);
 }
 BENCHMARK(BM_Generalize)->Arg(1)->Arg(15)->Unit(benchmark::kMillisecond);
+
+// Straight strokes with a spur of 2 to 7 pixels every 40 pixels and a speck
+// between them: chained once, then pruned at --min-branch 10 --min-chain 10.
+std::vector<Pixel> spurredStrokes(int count) {
+  std::set<Pixel> pixels;
+  for (int stroke = 0; static_cast<int>(pixels.size()) < count; ++stroke) {
+    const int row = 20 + (stroke % 150) * 20;
+    const int shift = (stroke / 150) * 1300;
+    for (int x = 1; x < 1200; ++x) {
+      pixels.insert({shift + x, row});
+      if (x % 40 == 20) {
+        for (int k = 1; k < 2 + x % 6; ++k) pixels.insert({shift + x + k, row + k});
+      }
+      if (x % 40 == 0) pixels.insert({shift + x, row + 8});
+    }
+  }
+  return {pixels.begin(), pixels.end()};
+}
+
+void BM_PruneSpurs(benchmark::State& state) {
+  const std::vector<Pixel> pixels = spurredStrokes(static_cast<int>(state.range(0)));
+  Session s;
+  QuietHost host;
+  listInto(s.LineTable,
+           std::vector<Pixel>(
+               pixels.begin(),
+               pixels.begin() + std::min<std::size_t>(pixels.size(), static_cast<std::size_t>(state.range(0)))));
+  BuildChains(s, host);
+  const std::vector<LineRecord> chained = [&] {
+    std::vector<LineRecord> out;
+    for (Int32 i = 1; i <= s.LineTable.count(); ++i) out.push_back(s.LineTable[i]);
+    return out;
+  }();
+  Int32 removed = 0;
+  for (auto _ : state) {
+    state.PauseTiming();
+    for (std::size_t k = 0; k < chained.size(); ++k) s.LineTable[static_cast<Int32>(k + 1)] = chained[k];
+    s.LineTable.count() = static_cast<Int32>(chained.size());
+    state.ResumeTiming();
+    removed = pruneSpurs(s.LineTable, 10, 10);
+    benchmark::DoNotOptimize(removed);
+  }
+  state.counters["removed"] = removed;
+  state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_PruneSpurs)->Arg(10000)->Arg(99999)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace quern

@@ -3,12 +3,14 @@
 #include <cmath>
 
 #include "base/number_text.h"
+#include "vector/chains.h"
 
 namespace quern {
 
 const char* const kBatchUsage =
     "usage: quernline-batch [--scale F] [--blur N] [--threshold T] [--tolerance K] [--reorder]\n"
-    "                       [--no-original] [--preview FILE.png] [PICTURE] DRAWING.dxf\n"
+    "                       [--no-original] [--preview FILE.png] [--dpi N --units mm|in] [--polyline]\n"
+    "                       [--min-branch N] [--min-chain N] [--svg FILE.svg] [PICTURE] DRAWING.dxf\n"
     "  --scale F       rescale factor, 0.01 to 3 in steps of 0.01 (default 1)\n"
     "  --blur N        smoothing runs, 0 to 3 (default 1)\n"
     "  --threshold T   black-and-white threshold, 1 to 255 (default 200)\n"
@@ -16,6 +18,14 @@ const char* const kBatchUsage =
     "  --reorder       string all segments into one path (clears QuickLogic)\n"
     "  --no-original   draw the preview lines on an empty box\n"
     "  --preview FILE  save the preview as a PNG picture\n"
+    "  --dpi N         the scan's resolution in dots per inch, 1 to 100000; needs --units mm or in\n"
+    "  --units U       the drawing's unit: px (default, one pixel of the thinned picture), or mm or in\n"
+    "                  of the original paper, which needs --dpi. DXF R12 carries no unit field:\n"
+    "                  tell the program that reads the drawing which unit it is in\n"
+    "  --polyline      join touching segments into one POLYLINE each (closed where they loop)\n"
+    "  --min-branch N  remove spurs shorter than N pixels, 0 to 99999 (default 0: keep all)\n"
+    "  --min-chain N   remove lines shorter than N pixels that touch nothing, 0 to 99999 (default 0)\n"
+    "  --svg FILE      also write the drawing as an SVG picture in the same unit\n"
     "  PICTURE         a .jpg, .JPG, .bmp, .BMP, .gif or .GIF file (default: the built-in picture)\n";
 
 namespace {
@@ -29,7 +39,10 @@ constexpr Range kWholeOptions[] = {
     {"--blur", 0, 3, &BatchArgs::blur},
     {"--threshold", 1, 255, &BatchArgs::threshold},
     {"--tolerance", 1, 100, &BatchArgs::tolerance},
+    {"--min-branch", 0, kMaxChainPixels, &BatchArgs::minBranch},
+    {"--min-chain", 0, kMaxChainPixels, &BatchArgs::minChain},
 };
+constexpr Int32 kMaxDpi = 100000;
 }  // namespace
 
 BatchParse parseBatchArgs(const std::vector<std::string>& argv) {
@@ -54,6 +67,25 @@ BatchParse parseBatchArgs(const std::vector<std::string>& argv) {
       args.reorder = true;
     } else if (a == "--no-original") {
       args.noOriginal = true;
+    } else if (a == "--polyline") {
+      args.polyline = true;
+    } else if (a == "--svg") {
+      const auto v = value();
+      if (!v || v->empty()) return fail("--svg needs a file name");
+      args.svg = *v;
+    } else if (a == "--units") {
+      const auto v = value();
+      const std::optional<DrawingUnit> unit = v ? drawingUnitNamed(*v) : std::nullopt;
+      if (!unit) return fail("--units " + v.value_or("") + " is refused: it takes mm, in or px");
+      args.units = *unit;
+    } else if (a == "--dpi") {
+      const auto v = value();
+      const std::optional<Int32> n = v ? readWhole32(*v) : std::nullopt;
+      if (!n || *n < 1 || *n > kMaxDpi) {
+        return fail("--dpi " + v.value_or("") + " is refused: it takes a whole number from 1 to " +
+                    std::to_string(kMaxDpi));
+      }
+      args.dpi = *n;
     } else if (a == "--preview") {
       const auto v = value();
       if (!v || v->empty()) return fail("--preview needs a file name");
@@ -85,12 +117,23 @@ BatchParse parseBatchArgs(const std::vector<std::string>& argv) {
       positional.push_back(a);
     }
   }
+  const bool paper = args.units != DrawingUnit::Pixel;
+  if (paper && !args.dpi) {
+    return fail("--units " + std::string(unitName(args.units)) +
+                " needs --dpi N, the scan's resolution, to know how long a pixel is");
+  }
+  if (!paper && args.dpi) return fail("--dpi needs --units mm or --units in: a drawing in pixels has no use for it");
   if (positional.empty()) return fail("the DXF drawing to write is missing");
   if (positional.size() > 2) return fail("too many files: give at most a picture and a drawing");
   if (positional.size() == 2) args.picture = positional[0];
   args.drawing = positional.back();
   out.args = std::move(args);
   return out;
+}
+
+DrawingOptions drawingOptionsOf(const BatchArgs& args) {
+  const double dpi = args.dpi.value_or(0);
+  return {args.units, unitsPerPixel(args.units, dpi, args.scale / 100.0), args.polyline};
 }
 
 }  // namespace quern

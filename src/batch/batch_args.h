@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "base/drawing_units.h"
 #include "base/numbers.h"
 
 namespace quern {
@@ -20,7 +21,18 @@ struct BatchArgs {
   std::optional<std::string> preview;
   std::optional<std::string> picture;
   std::string drawing;
+  // Output for CAD and CNC; the defaults give today's drawing.
+  std::optional<Int32> dpi;  // the scan's resolution, given exactly when units is mm or in
+  DrawingUnit units = DrawingUnit::Pixel;
+  bool polyline = false;
+  Int32 minBranch = 0;  // pixels; 0 keeps every spur
+  Int32 minChain = 0;   // pixels; 0 keeps every speck
+  std::optional<std::string> svg;
 };
+
+// How the drawing is to be written: the unit scale counts the rescale
+// (scale hundredths) into the length of a thinned pixel.
+DrawingOptions drawingOptionsOf(const BatchArgs& args);
 
 // The arguments, or the reason they cannot be taken (with `help` set when
 // only the usage was asked for).

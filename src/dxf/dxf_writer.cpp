@@ -4,7 +4,7 @@
 #include <charconv>
 #include <string_view>
 
-#include "dxf/replace_file.h"
+#include "base/replace_file.h"
 
 namespace quern {
 
@@ -121,6 +121,25 @@ void DxfDocument::DxfAddLine(const std::string& layer, float x1, float y1, float
   e += "|0|";
 }
 
+void DxfDocument::DxfAddPolyline(const std::string& layer, const std::vector<PathPoint>& points, bool closed) {
+  std::string& e = DxfEntities;
+  e += "POLYLINE|  8|";
+  e += layer;
+  e += "| 66|     1| 10|0.0| 20|0.0| 30|0.0| 70|";
+  e += closed ? "     1" : "     0";
+  e += "|  0|";
+  for (const PathPoint& p : points) {
+    e += "VERTEX|  8|";
+    e += layer;
+    appendField(e, "| 10|", p.x);
+    appendField(e, "| 20|", p.y);
+    e += "| 30|0.0|  0|";
+  }
+  e += "SEQEND|  8|";
+  e += layer;
+  e += "|  0|";
+}
+
 std::string DxfDocument::DxfHeaderText() {
   std::string out;
   for (std::size_t k = 0; k < kHeaderTexts.size(); ++k) {
@@ -163,12 +182,16 @@ std::string withDxfExtension(const std::string& name) {
   return tail == ".dxf" || tail == ".DXF" ? name : name + ".dxf";
 }
 
-void WriteDxfFile(const std::string& path, const RecordTable& ChainTable) {
-  DxfDocument doc;
+void DxfAddFixedDimensions(DxfDocument& doc) {
   doc.DxfAddDimension(doc.DxfLayer, 55, 70, 55, 80, 60, 80, 60, 75, 90, "None");
   doc.DxfAddDimension(doc.DxfLayer, 50, 70, 55, 70, 55, 65, 52.5F, 65, 0, "None");
   doc.DxfAddDimension(doc.DxfLayer, 50, 70, 50, 80, 45, 80, 45, 75, 90, "Height");
   doc.DxfAddDimension(doc.DxfLayer, 50, 80, 55, 80, 55, 85, 52.5F, 85, 0, "Width");
+}
+
+void WriteDxfFile(const std::string& path, const RecordTable& ChainTable) {
+  DxfDocument doc;
+  DxfAddFixedDimensions(doc);
   for (Int32 i = 1; i <= ChainTable.count(); ++i) {
     const LineRecord& r = ChainTable[i];
     doc.DxfAddLine(doc.DxfLayer, r.x1, -r.y1, 0, r.x2, -r.y2, 0);

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
+#include "base/drawing_paths.h"
 #include "base/line_tables.h"
 #include "base/numbers.h"
 
@@ -26,6 +28,8 @@ class DxfDocument {
   // An empty block *D<number>; moves on to the next number.
   void DxfAddBlock();
   void DxfAddLine(const std::string& layer, float x1, float y1, float z1, float x2, float y2, float z2);
+  // A 2D POLYLINE with a VERTEX for each point and its SEQEND; flag 1 closes it.
+  void DxfAddPolyline(const std::string& layer, const std::vector<PathPoint>& points, bool closed);
   static std::string DxfHeaderText();
   // The whole file with bars for line ends.
   std::string text() const;
@@ -38,6 +42,9 @@ class DxfDocument {
 // The name a drawing is written to: kept when it ends in ".dxf" or ".DXF",
 // else ".dxf" appended.
 std::string withDxfExtension(const std::string& name);
+
+// The four fixed dimensions every drawing carries, with their blocks.
+void DxfAddFixedDimensions(DxfDocument& doc);
 
 // Writes ChainTable, records 1 to its count, as LINE entities from
 // (x1, -y1, 0) to (x2, -y2, 0) after the fixed frame of four dimensions.

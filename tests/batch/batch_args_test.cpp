@@ -41,6 +41,17 @@ TEST(BatchArgs, OutOfRangeAndMalformedArgumentsAreRefused) {
       {"--tolerance"},
       {"--colour", "o.dxf"},
       {"a.gif", "b.gif", "o.dxf"},
+      {"--dpi", "300", "o.dxf"},  // a resolution for a drawing in pixels
+      {"--dpi", "300", "--units", "px", "o.dxf"},
+      {"--units", "mm", "o.dxf"},  // millimetres without a resolution
+      {"--units", "in", "o.dxf"},
+      {"--units", "cm", "--dpi", "300", "o.dxf"},
+      {"--dpi", "0", "--units", "mm", "o.dxf"},
+      {"--dpi", "100001", "--units", "mm", "o.dxf"},
+      {"--dpi", "299.5", "--units", "mm", "o.dxf"},
+      {"--min-branch", "-1", "o.dxf"},
+      {"--min-chain", "100000", "o.dxf"},
+      {"--svg", "o.dxf"},  // the drawing taken as the SVG's name leaves no drawing
   };
   for (const auto& argv : bad) {
     const BatchParse p = parseBatchArgs(argv);
@@ -48,6 +59,39 @@ TEST(BatchArgs, OutOfRangeAndMalformedArgumentsAreRefused) {
     EXPECT_FALSE(p.error.empty());
   }
   EXPECT_NE(parseBatchArgs({"--blur", "4", "o.dxf"}).error.find("0 to 3"), std::string::npos);
+  EXPECT_NE(parseBatchArgs({"--units", "mm", "o.dxf"}).error.find("--dpi"), std::string::npos);
+  EXPECT_NE(parseBatchArgs({"--dpi", "300", "o.dxf"}).error.find("--units mm"), std::string::npos);
+}
+
+TEST(BatchArgs, OutputOptionsGiveTheDrawingOptions) {
+  struct Case {
+    std::vector<std::string> argv;
+    DrawingUnit unit;
+    double unitScale;
+    bool polyline;
+  };
+  const Case cases[] = {
+      {{"o.dxf"}, DrawingUnit::Pixel, 1.0, false},
+      {{"--units", "px", "--polyline", "o.dxf"}, DrawingUnit::Pixel, 1.0, true},
+      {{"--dpi", "300", "--units", "mm", "o.dxf"}, DrawingUnit::Millimetre, 25.4 / 300, false},
+      // Rescaled to half, each thinned pixel covers two of the scan.
+      {{"--scale", "0.5", "--units", "in", "--dpi", "200", "o.dxf"}, DrawingUnit::Inch, 1.0 / 100, false},
+  };
+  for (const Case& c : cases) {
+    const BatchParse p = parseBatchArgs(c.argv);
+    ASSERT_TRUE(p.args) << p.error;
+    const DrawingOptions o = drawingOptionsOf(*p.args);
+    EXPECT_EQ(o.unit, c.unit) << ::testing::PrintToString(c.argv);
+    EXPECT_DOUBLE_EQ(o.unitScale, c.unitScale) << ::testing::PrintToString(c.argv);
+    EXPECT_EQ(o.polyline, c.polyline) << ::testing::PrintToString(c.argv);
+  }
+  const BatchParse p = parseBatchArgs({"--min-branch", "12", "--min-chain", "99999", "--svg", "o.svg", "o.dxf"});
+  ASSERT_TRUE(p.args) << p.error;
+  EXPECT_EQ(p.args->minBranch, 12);
+  EXPECT_EQ(p.args->minChain, 99999);
+  EXPECT_EQ(p.args->svg, "o.svg");
+  EXPECT_EQ(parseBatchArgs({"o.dxf"}).args->minBranch, 0);
+  EXPECT_NE(std::string(kBatchUsage).find("no unit field"), std::string::npos);
 }
 
 }  // namespace

@@ -1,18 +1,47 @@
-// Writes a drawing for the read-back check: argv[1] gets the DXF file,
-// argv[2] the table's records 1..count as "x1 y1 x2 y2" lines.
+// Writes a drawing for the read-back checks: argv[1] gets the DXF file,
+// argv[2] the table's records 1..count as "x1 y1 x2 y2" lines. Options:
+// --polyline, --unit mm|in|px with --dpi D and --rescale R, --svg FILE.
 #include <fstream>
 #include <iostream>
+#include <string>
 
-#include "dxf/dxf_writer.h"
+#include "base/drawing_units.h"
+#include "dxf/dxf_drawing.h"
+#include "svg/svg_writer.h"
 #include "vector/chains.h"
 #include "vector/normalize.h"
 #include "vector/session.h"
 
 int main(int argc, char** argv) {
-  if (argc != 3) {
-    std::cerr << "usage: dxf_sample <drawing.dxf> <records.txt>\n";
+  if (argc < 3) {
+    std::cerr << "usage: dxf_sample <drawing.dxf> <records.txt> [--polyline] [--unit U --dpi D --rescale R] "
+                 "[--svg FILE]\n";
     return 2;
   }
+  quern::DrawingOptions options;
+  double dpi = 0.0;
+  double rescale = 1.0;
+  std::string svg;
+  for (int i = 3; i < argc; ++i) {
+    const std::string a = argv[i];
+    const std::string next = i + 1 < argc ? argv[i + 1] : "";
+    if (a == "--polyline") {
+      options.polyline = true;
+      continue;
+    }
+    ++i;
+    if (a == "--unit") {
+      options.unit = quern::drawingUnitNamed(next).value_or(quern::DrawingUnit::Pixel);
+    } else if (a == "--dpi") {
+      dpi = std::stod(next);
+    } else if (a == "--rescale") {
+      rescale = std::stod(next);
+    } else if (a == "--svg") {
+      svg = next;
+    }
+  }
+  options.unitScale = quern::unitsPerPixel(options.unit, dpi, rescale);
+
   quern::Session s;
   quern::QuietHost host;
   // A few strokes, a ring and a pixel on row 0 (y = 0 gives -0 in the file).
@@ -31,10 +60,21 @@ int main(int argc, char** argv) {
   quern::BuildChains(s, host);
   s.GeneralizeTolerance = 1;
   quern::NormalizePass(s, 15);
-  quern::WriteDxfFile(argv[1], s.ChainTable);
+  // Chains never close on themselves, so a square is added by hand to have a
+  // loop, closed by its separator; the record past it stays as it was.
+  quern::RecordTable& t = s.ChainTable;
+  quern::Int32& count = t.count();
+  const float square[5][2] = {{130, 10}, {150, 10}, {150, 30}, {130, 30}, {130, 10}};
+  const quern::LineRecord past = t[count];
+  for (int k = 0; k < 4; ++k) t[count++] = {square[k][0], square[k][1], square[k + 1][0], square[k + 1][1], 0};
+  t[count++] = {-1, -1, -1, -1, 0};
+  t[count] = past;
+
+  quern::writeDxfDrawing(argv[1], t, options);
+  if (!svg.empty()) quern::writeSvgFile(svg, t, options);
   std::ofstream out(argv[2]);
-  for (quern::Int32 i = 1; i <= s.ChainTable.count(); ++i) {
-    const quern::LineRecord& r = s.ChainTable[i];
+  for (quern::Int32 i = 1; i <= t.count(); ++i) {
+    const quern::LineRecord& r = t[i];
     out << r.x1 << ' ' << r.y1 << ' ' << r.x2 << ' ' << r.y2 << '\n';
   }
   return out ? 0 : 1;

@@ -1,4 +1,4 @@
-#include "dxf/replace_file.h"
+#include "base/replace_file.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+
+#include "base/drawing_units.h"
+#include "base/line_tables.h"
+#include "dxf/dxf_writer.h"
+
+namespace quern {
+
+// The drawing of ChainTable, records 1 to its count, in the fixed frame of
+// WriteDxfFile, with every coordinate multiplied by options.unitScale (y
+// still turned). Without polyline each record is a LINE, as WriteDxfFile
+// writes it, separators and the record past the last one included, so the
+// default options give WriteDxfFile's file byte for byte. With polyline the
+// records without length are left out and each run of touching records is
+// one POLYLINE (see drawingPaths). The unit itself is not written: R12 has no
+// field for it.
+DxfDocument dxfDrawing(const RecordTable& ChainTable, const DrawingOptions& options);
+
+// dxfDrawing written to path as WriteDxfFile writes (replaced whole, or not at
+// all). Throws FileError naming the file and the reason.
+void writeDxfDrawing(const std::string& path, const RecordTable& ChainTable, const DrawingOptions& options);
+
+}  // namespace quern

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+#include "base/drawing_units.h"
+#include "base/line_tables.h"
+
+namespace quern {
+
+// The final segments of ChainTable, records 1 to its count, as an SVG
+// drawing: coordinates multiplied by options.unitScale with y down as in the
+// picture, a <line> for each record that has a length, or with polyline a
+// <polyline> (<polygon> when closed) for each run of touching records. One
+// user unit is one options.unit: the viewBox is the drawing's extent with a
+// margin of one thinned pixel, and width and height are that size in the unit.
+std::string svgDrawing(const RecordTable& ChainTable, const DrawingOptions& options);
+
+// svgDrawing written to path, replaced whole or not at all. Throws FileError
+// naming the file and the reason.
+void writeSvgFile(const std::string& path, const RecordTable& ChainTable, const DrawingOptions& options);
+
+}  // namespace quern
