@@ -4,11 +4,13 @@
 
 #include "base/errors.h"
 #include "base/number_text.h"
+#include "dxf/dxf_drawing.h"
 #include "dxf/dxf_writer.h"
 #include "intake/builtin_pictures.h"
 #include "intake/picture_loader.h"
 #include "pipeline/preview.h"
 #include "pipeline/stage_chain.h"
+#include "svg/svg_writer.h"
 
 namespace quern {
 
@@ -47,6 +49,8 @@ StageParams paramsOf(const BatchArgs& args) {
   p.tolerance = args.tolerance;
   p.reorder = args.reorder;
   p.keepOriginal = !args.noOriginal;
+  p.minBranch = args.minBranch;
+  p.minChain = args.minChain;
   return p;
 }
 
@@ -91,7 +95,9 @@ BatchResult runBatch(const BatchArgs& args) {
     return result;
   }
   try {
-    WriteDxfFile(withDxfExtension(args.drawing), chain.session.ChainTable);
+    const DrawingOptions options = drawingOptionsOf(args);
+    writeDxfDrawing(withDxfExtension(args.drawing), chain.session.ChainTable, options);
+    if (args.svg) writeSvgFile(*args.svg, chain.session.ChainTable, options);
     if (args.preview) writePreview(chain, params.keepOriginal, *args.preview);
   } catch (const QuernError& e) {
     result.error = e.what();

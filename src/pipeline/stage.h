@@ -20,6 +20,11 @@ struct StageParams {
   Int32 tolerance = 1;       // simplification tolerance in twips, 1 to 100
   bool reorder = false;      // string all segments into one path
   bool keepOriginal = true;  // the preview shows the original under the lines
+  // Chains shorter than this many pixels go before simplification: spurs
+  // (one free end, the other touching a chain) and specks (touching nothing).
+  // 0 keeps them all, as the window does.
+  Int32 minBranch = 0;
+  Int32 minChain = 0;
 };
 
 // What a stage did. Refused: a limit kept it from its work, and the picture

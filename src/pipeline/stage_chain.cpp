@@ -5,6 +5,7 @@
 #include "vector/chains.h"
 #include "vector/normalize.h"
 #include "vector/reorder.h"
+#include "vector/spurs.h"
 
 namespace quern {
 
@@ -107,6 +108,13 @@ StageOutcome StageChain::chain() {
   });
 }
 
+StageOutcome StageChain::prune(Int32 minBranch, Int32 minChain) {
+  return guarded(Stage::chain, [&] {
+    pruneSpurs(session.LineTable, minBranch, minChain);
+    return StageOutcome::ok(Stage::chain);
+  });
+}
+
 StageOutcome StageChain::simplify(Int32 tolerance) {
   session.GeneralizeTolerance = tolerance;
   session.LastPolyBound = 0;
@@ -134,6 +142,9 @@ std::vector<StageOutcome> StageChain::run(Stage from, const StageParams& params)
   step(Stage::threshold, [&] { return threshold(params.threshold); });
   step(Stage::thin, [&] { return thin(); });
   step(Stage::chain, [&] { return chain(); });
+  if (params.minBranch > 0 || params.minChain > 0) {
+    step(Stage::chain, [&] { return prune(params.minBranch, params.minChain); });
+  }
   step(Stage::simplify, [&] { return simplify(params.tolerance); });
   if (params.reorder) step(Stage::simplify, [&] { return reorder(); });
   return outcomes;

@@ -45,6 +45,9 @@ class StageChain {
   StageOutcome thin();
   // Stage 5: the listed pixels chained into polylines.
   StageOutcome chain();
+  // After stage 5, on request: spurs and specks shorter than the limits
+  // taken out of the chains, which keep their form.
+  StageOutcome prune(Int32 minBranch, Int32 minChain);
   // Stage 6 in its two steps: the chains simplified with a tolerance in
   // twips into the segments of ChainTable, then, if asked for, strung into
   // one path.
