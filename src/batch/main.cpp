@@ -19,8 +19,18 @@ class BatchPlatform : public quern::Platform {
     lastMessage = text;
   }
   void DoEvents() override {}
+  // The form keeps a failed load quiet, as the window does; the reason is kept for stderr.
+  quern::Picture LoadPicture(const std::string& path) override {
+    try {
+      return quern::loadPictureFile(path);
+    } catch (const std::exception& e) {
+      loadError = e.what();
+      throw;
+    }
+  }
 
   std::string lastMessage;
+  std::string loadError;
 
  private:
   const quern::BatchArgs& args_;
@@ -34,7 +44,8 @@ int run(const quern::BatchArgs& args) {
     const quern::Picture before = form.IPCH.picture();
     form.menu("loadimage");
     if (form.IPCH.picture() == before) {
-      std::cerr << "quernline-batch: could not load " << *args.picture << "\n";
+      std::cerr << "quernline-batch: "
+                << (platform.loadError.empty() ? "could not load " + *args.picture : platform.loadError) << "\n";
       return 1;
     }
   }
