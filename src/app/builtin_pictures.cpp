@@ -13,8 +13,14 @@ extern const unsigned char splashJpg[];
 extern const std::size_t splashJpgSize;
 }  // namespace assets
 
-Picture builtinPicture() { return decodePicture(assets::builtinPng, assets::builtinPngSize, "the built-in picture"); }
+// Decoded once: the picture never changes, and every new form starts with it.
+Picture builtinPicture() {
+  static const Picture decoded = decodePicture(assets::builtinPng, assets::builtinPngSize, "the built-in picture");
+  return decoded;
+}
 
-Picture splashPicture() { return decodePicture(assets::splashJpg, assets::splashJpgSize, "the splash picture"); }
+Picture splashPicture() {
+  return decodePicture(assets::splashJpg, assets::splashJpgSize, "the splash picture");
+}
 
 }  // namespace quern
