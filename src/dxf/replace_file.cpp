@@ -158,11 +158,11 @@ void writeInPlace(const std::string& path, const fs::path& target, std::string_v
     // Opened without blocking only to learn whether a fifo has a reader.
     ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
   }
-  const bool untouched = error != 0;
   if (error == 0) error = writeAll(fd, content);
   if (regular && error == 0 && ::ftruncate(fd, static_cast<off_t>(content.size())) != 0) error = errno;
   if (regular && error == 0 && ::fsync(fd) != 0) error = errno;
-  if (old && error != 0 && !untouched) {
+  // Also after a failed reservation, which may have grown the file.
+  if (old && error != 0) {
     if (::pwrite(fd, old->data(), old->size(), 0) == static_cast<ssize_t>(old->size())) {
       ::ftruncate(fd, static_cast<off_t>(old->size()));
     }
