@@ -10,6 +10,7 @@
 #include <random>
 #include <vector>
 
+#include "../unprivileged.h"
 #include "app/builtin_pictures.h"
 #include "base/errors.h"
 
@@ -192,14 +193,21 @@ TEST(PictureLoader, FilesAreReadByContentAndRefusedByWhatTheyAre) {
       {(dir / "folder.gif").string(), "it is a folder, not a picture file"},
       {fifo, "it is not a regular file"},
   };
-  for (const auto& [path, reason] : refusals) {
+  auto reasonFor = [](const std::string& path) -> std::string {
     try {
       loadPictureFile(path);
-      ADD_FAILURE() << path << " loaded";
     } catch (const FileError& e) {
-      EXPECT_EQ(std::string(e.what()), "cannot load " + path + ": " + reason);
+      return e.what();
     }
-  }
+    return "loaded";
+  };
+  for (const auto& [path, reason] : refusals) EXPECT_EQ(reasonFor(path), "cannot load " + path + ": " + reason);
+  // Permission bits bind only a user who is not root.
+  const std::string secret = write("secret.bmp", fixture("colour.bmp"));
+  ::chmod(dir.c_str(), 0755);
+  ::chmod(secret.c_str(), 0600);
+  EXPECT_EQ(testing::asUnprivileged([&] { return reasonFor(secret); }),
+            "cannot load " + secret + ": no permission to read it");
   std::filesystem::remove_all(dir);
 }
 

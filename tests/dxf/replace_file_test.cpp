@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -14,6 +13,7 @@
 #include <random>
 #include <sstream>
 
+#include "../unprivileged.h"
 #include "base/errors.h"
 
 namespace quern {
@@ -67,30 +67,7 @@ struct Folder {
   long entries() const { return std::distance(fs::directory_iterator(path), {}); }
 };
 
-// Runs `check` as an unprivileged user: permission bits bind only those.
-// As root it runs in a child that gives up root; `check` returns what went
-// wrong, or "" when all held.
-std::string asUnprivileged(const std::function<std::string()>& check) {
-  if (::geteuid() != 0) return check();
-  int pipeFds[2];
-  if (::pipe(pipeFds) != 0) return "no pipe";
-  const pid_t child = ::fork();
-  if (child == 0) {
-    ::close(pipeFds[0]);
-    std::string result = (::setgid(65534) == 0 && ::setuid(65534) == 0) ? check() : "could not give up root";
-    if (::write(pipeFds[1], result.data(), result.size()) < 0) result.clear();
-    ::_exit(0);
-  }
-  ::close(pipeFds[1]);
-  std::string result;
-  char buffer[512];
-  for (ssize_t n; (n = ::read(pipeFds[0], buffer, sizeof buffer)) > 0;)
-    result.append(buffer, static_cast<std::size_t>(n));
-  ::close(pipeFds[0]);
-  int status = 0;
-  ::waitpid(child, &status, 0);
-  return WIFEXITED(status) ? result : "the child died";
-}
+using testing::asUnprivileged;
 
 TEST(ReplaceFile, WritesWhatTheNameMeansAndKeepsLinksAndModes) {
   Folder f;
