@@ -3,6 +3,8 @@
 
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
+FUZZ_BUILD ?= build-fuzz
+FUZZ_SECONDS ?= 60
 JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
 CMAKE_GEN  := -G Ninja
 
@@ -17,7 +19,11 @@ PACKAGE_TOOLS := dpkg-dev file
 PREFIX  ?= /usr/local
 DESTDIR ?=
 
-.PHONY: all deps configure build test test-asan run bench demo install package clean
+# Only `make fuzz` needs these.
+FUZZ_PACKAGES := clang libclang-rt-14-dev
+FUZZ_TARGETS  := picture values chains
+
+.PHONY: all deps fuzz-deps configure build test test-asan run bench demo install package fuzz clean
 
 all: build
 
@@ -33,6 +39,9 @@ apt_need = missing=""; for p in $(1); do \
 
 deps:
 	@$(call apt_need,$(PACKAGES))
+
+fuzz-deps:
+	@$(call apt_need,$(FUZZ_PACKAGES))
 
 $(BUILD)/build.ninja: | deps
 	cmake -S . -B $(BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo
@@ -73,5 +82,23 @@ package: build
 	cd $(BUILD) && cpack -G DEB
 	cp $(BUILD)/quernline_*.deb .
 
+# Each libFuzzer target for FUZZ_SECONDS, from the seeds in fuzz/corpus/; new
+# inputs go to $(FUZZ_BUILD)/corpus/, crashes to $(FUZZ_BUILD)/crashes/.
+$(FUZZ_BUILD)/build.ninja: | deps fuzz-deps
+	cmake -S . -B $(FUZZ_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ -DQUERNLINE_FUZZ=ON
+
+fuzz: deps fuzz-deps $(FUZZ_BUILD)/build.ninja
+	cmake --build $(FUZZ_BUILD) -j $(JOBS)
+	@status=0; for t in $(FUZZ_TARGETS); do \
+	  mkdir -p $(FUZZ_BUILD)/corpus/$$t $(FUZZ_BUILD)/crashes/$$t; \
+	  echo "== fuzz_$$t for $(FUZZ_SECONDS) s (log: $(FUZZ_BUILD)/fuzz_$$t.log)"; \
+	  QT_QPA_PLATFORM=offscreen ./$(FUZZ_BUILD)/fuzz/fuzz_$$t -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 \
+	    -artifact_prefix=$(FUZZ_BUILD)/crashes/$$t/ $(FUZZ_BUILD)/corpus/$$t fuzz/corpus/$$t \
+	    > $(FUZZ_BUILD)/fuzz_$$t.log 2>&1 || status=1; \
+	  grep -E 'stat::number_of_executed_units|stat::average_exec_per_sec|ERROR|SUMMARY|Test unit written' \
+	    $(FUZZ_BUILD)/fuzz_$$t.log; \
+	done; exit $$status
+
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD)

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <array>
+#include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "base/errors.h"
@@ -21,6 +23,9 @@ struct LineRecord {
   friend bool operator==(const LineRecord&, const LineRecord&) = default;
 };
 
+// Records live in zeroed memory from calloc and are copied as bytes.
+static_assert(std::is_trivially_copyable_v<LineRecord> && std::is_trivially_destructible_v<LineRecord>);
+
 inline constexpr float kSeparator = -1.0F;
 inline constexpr float kTaken = 1000000.0F;
 
@@ -28,13 +33,24 @@ inline bool isSeparator(const LineRecord& r) {
   return r.x1 == kSeparator && r.y1 == kSeparator && r.x2 == kSeparator && r.y2 == kSeparator;
 }
 
-// Records 0 to 100000; record 0 is the head and holds the count. Nothing clears
-// a table as a whole: passes reset the count and overwrite from record 1.
+// Records 0 to lastRecord (100000 unless a larger table is asked for); record
+// 0 is the head and holds the count. Nothing clears a table as a whole: passes
+// reset the count and overwrite from record 1.
+//
+// The records come from calloc: the system hands out zeroed pages lazily, so a
+// fresh table costs next to nothing until records are written, and a fresh
+// record reads as all zeros, which is what an untouched record must hold.
 class RecordTable {
  public:
   static constexpr Int32 kLastRecord = 100000;
 
-  explicit RecordTable(std::string name) : name_(std::move(name)), records_(kLastRecord + 1) {}
+  explicit RecordTable(std::string name, Int32 lastRecord = kLastRecord);
+  RecordTable(const RecordTable& other);
+  RecordTable& operator=(const RecordTable& other);
+  // A table moved from holds no record: every index is out of its range.
+  RecordTable(RecordTable&& other) noexcept;
+  RecordTable& operator=(RecordTable&& other) noexcept;
+  ~RecordTable() = default;
 
   LineRecord& operator[](Int32 i) { return records_[checkIndex(i)]; }
   const LineRecord& operator[](Int32 i) const { return records_[checkIndex(i)]; }
@@ -43,19 +59,25 @@ class RecordTable {
   Int32 count() const { return records_[0].count; }
 
   const std::string& name() const { return name_; }
+  Int32 lastRecord() const { return lastRecord_; }
+  bool holds(Int32 i) const { return i >= 0 && i <= lastRecord_; }
+  // Whether a record number lies in a table of the default size.
   static bool inRange(Int32 i) { return i >= 0 && i <= kLastRecord; }
 
  private:
+  struct FreeRecords {
+    void operator()(LineRecord* p) const noexcept;
+  };
+
   std::size_t checkIndex(Int32 i) const {
-    if (!inRange(i)) {
-      throw IndexError("Subscript out of range: record " + std::to_string(i) + " of " + name_ +
-                       " (records run from 0 to " + std::to_string(kLastRecord) + ")");
-    }
+    if (!holds(i)) throwOutOfRange(i);
     return static_cast<std::size_t>(i);
   }
+  [[noreturn]] void throwOutOfRange(Int32 i) const;
 
   std::string name_;
-  std::vector<LineRecord> records_;
+  Int32 lastRecord_;
+  std::unique_ptr<LineRecord[], FreeRecords> records_;
 };
 
 struct PolyPoint {

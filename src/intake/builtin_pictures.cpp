@@ -13,8 +13,10 @@ extern const unsigned char splashJpg[];
 extern const std::size_t splashJpgSize;
 }  // namespace assets
 
+// Decoded once: the picture never changes, and every new form starts with it.
 Picture builtinPicture() {
-  return decodePicture(assets::builtinPng, assets::builtinPngSize, "the built-in picture");
+  static const Picture decoded = decodePicture(assets::builtinPng, assets::builtinPngSize, "the built-in picture");
+  return decoded;
 }
 
 Picture splashPicture() {

@@ -8,23 +8,31 @@
 
 namespace quern {
 
-class PictureBox;
-
-// Largest picture the loader takes, in pixels (about 6300 by 6300); bigger
-// files are refused before their pixels are decoded.
-inline constexpr long long kMaxPicturePixels = 40'000'000;
-
 // The extension test of the intake: the last three characters of the path,
 // case included; nothing when the path is shorter than three characters. Only
 // "jpg", "JPG", "BMP", "bmp", "gif" and "GIF" are accepted.
 std::optional<std::string> pictureExtension(const std::string& path);
 bool isPictureExtension(const std::string& extension);
 
-// Decodes a JPEG, BMP or GIF file (or any format the readers know, chosen by
-// content) into a picture. Transparent pixels come out white. Throws
-// FileError naming the file and the reason when it cannot.
+class PictureBox;
+
+// Largest picture the loader takes, in pixels (about 6300 by 6300); bigger
+// files are refused before their pixels are decoded.
+inline constexpr long long kMaxPicturePixels = 40'000'000;
+// Largest picture file read: such a picture as an uncompressed 32-bit BMP,
+// with room for its headers and palette.
+inline constexpr long long kMaxPictureFileBytes = 4 * kMaxPicturePixels + (1 << 20);
+
+// Loads a JPEG, BMP or GIF file, recognised by its content whatever its
+// name, into a picture. A file that is missing, not a regular file, not
+// readable, too large, of another format, or not complete (cut short, or a
+// header that promises more than the file holds) is refused with a FileError
+// naming the file and the reason. Transparent pixels come out white.
 Picture loadPictureFile(const std::string& path);
-// The same for bytes in memory; `what` names them in an error.
+// The same for a file's bytes in memory; `what` names them in an error.
+Picture decodePictureFile(const unsigned char* data, std::size_t size, const std::string& what);
+// Decodes the program's own pictures (any format the readers know); throws
+// FileError when they cannot be decoded.
 Picture decodePicture(const unsigned char* data, std::size_t size, const std::string& what);
 // Writes a box's persistent bitmap as a PNG file; throws FileError.
 void saveBitmapPng(const PictureBox& box, const std::string& path);

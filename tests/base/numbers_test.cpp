@@ -39,6 +39,24 @@ TEST(Numbers, ColourSplitGivesBytesAndTheDocumentedValuesForMinusOne) {
   EXPECT_EQ((std::array{redOf(kNoColour), greenOf(kNoColour), blueOf(kNoColour)}), (std::array<Int32, 3>{-1, -1, 255}));
 }
 
+TEST(LineTables, FreshTablesReadZeroToTheirLastRecordAndCopiesAreWhole) {
+  for (const Int32 last : {RecordTable::kLastRecord, Int32{3}, Int32{250000}}) {
+    RecordTable t = last == RecordTable::kLastRecord ? RecordTable("LineTable") : RecordTable("LineTable", last);
+    EXPECT_EQ(t.lastRecord(), last);
+    for (const Int32 i : {Int32{0}, Int32{1}, last / 2, last}) EXPECT_EQ(t[i], LineRecord{}) << last << " " << i;
+    EXPECT_THROW(t[last + 1], IndexError) << last;
+    t[last] = {1, 2, 3, 4, 5};
+    t.count() = 7;
+    const RecordTable copy = t;
+    t[last].x1 = 9;
+    EXPECT_EQ(copy[last], (LineRecord{1, 2, 3, 4, 5})) << "a copy shares no records";
+    EXPECT_EQ(copy.count(), 7);
+    RecordTable moved = std::move(t);
+    EXPECT_EQ(moved[last].x1, 9.0F);
+    EXPECT_THROW(t[0], IndexError) << "a table moved from holds nothing";  // NOLINT(bugprone-use-after-move)
+  }
+}
+
 TEST(LineTables, TablesEndAtRecord100000AndPointListsAtTheirHighest) {
   LineTables t;
   EXPECT_NO_THROW(t.LineTable[100000]);

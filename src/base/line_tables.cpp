@@ -1,0 +1,55 @@
+#include "base/line_tables.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <utility>
+
+namespace quern {
+
+namespace {
+
+LineRecord* zeroedRecords(Int32 lastRecord) {
+  if (lastRecord < 0) throw IndexError("a line table needs at least its head record");
+  void* p = std::calloc(static_cast<std::size_t>(lastRecord) + 1, sizeof(LineRecord));
+  if (p == nullptr) throw std::bad_alloc();
+  return static_cast<LineRecord*>(p);
+}
+
+}  // namespace
+
+void RecordTable::FreeRecords::operator()(LineRecord* p) const noexcept {
+  std::free(p);
+}
+
+RecordTable::RecordTable(std::string name, Int32 lastRecord)
+    : name_(std::move(name)), lastRecord_(lastRecord), records_(zeroedRecords(lastRecord)) {}
+
+RecordTable::RecordTable(const RecordTable& other)
+    : name_(other.name_), lastRecord_(other.lastRecord_), records_(zeroedRecords(other.lastRecord_)) {
+  std::memcpy(records_.get(), other.records_.get(), (static_cast<std::size_t>(lastRecord_) + 1) * sizeof(LineRecord));
+}
+
+RecordTable& RecordTable::operator=(const RecordTable& other) {
+  if (this != &other) *this = RecordTable(other);
+  return *this;
+}
+
+RecordTable::RecordTable(RecordTable&& other) noexcept
+    : name_(std::move(other.name_)),
+      lastRecord_(std::exchange(other.lastRecord_, -1)),
+      records_(std::move(other.records_)) {}
+
+RecordTable& RecordTable::operator=(RecordTable&& other) noexcept {
+  name_ = std::move(other.name_);
+  lastRecord_ = std::exchange(other.lastRecord_, -1);
+  records_ = std::move(other.records_);
+  return *this;
+}
+
+void RecordTable::throwOutOfRange(Int32 i) const {
+  throw IndexError("Subscript out of range: record " + std::to_string(i) + " of " + name_ + " (records run from 0 to " +
+                   std::to_string(lastRecord_) + ")");
+}
+
+}  // namespace quern
