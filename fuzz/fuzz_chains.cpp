@@ -17,7 +17,7 @@
 #include "dxf/dxf_writer.h"
 #include "literal_passes.h"
 #include "vector/chains.h"
-#include "vector/line_scale.h"
+#include "vector/reorder.h"
 #include "vector/normalize.h"
 #include "vector/session.h"
 

@@ -47,6 +47,16 @@ RecordTable& RecordTable::operator=(RecordTable&& other) noexcept {
   return *this;
 }
 
+bool RecordTable::reserve(Int32 lastRecord) {
+  if (lastRecord <= lastRecord_) return true;
+  if (!growable_) return false;
+  std::unique_ptr<LineRecord[], FreeRecords> more(zeroedRecords(lastRecord));
+  std::memcpy(more.get(), records_.get(), (static_cast<std::size_t>(lastRecord_) + 1) * sizeof(LineRecord));
+  records_ = std::move(more);
+  lastRecord_ = lastRecord;
+  return true;
+}
+
 void RecordTable::throwOutOfRange(Int32 i) const {
   throw IndexError("Subscript out of range: record " + std::to_string(i) + " of " + name_ + " (records run from 0 to " +
                    std::to_string(lastRecord_) + ")");

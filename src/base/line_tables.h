@@ -64,6 +64,15 @@ class RecordTable {
   // Whether a record number lies in a table of the default size.
   static bool inRange(Int32 i) { return i >= 0 && i <= kLastRecord; }
 
+  // A table that may grow takes more records when a stage needs them, for
+  // pictures whose lines are longer than the default tables hold; the
+  // others end at their last record, as the window's tables do.
+  bool growable() const { return growable_; }
+  void setGrowable(bool growable) { growable_ = growable; }
+  // Records up to `lastRecord` are there afterwards, new ones zero. False,
+  // and nothing changed, for a table that may not grow that far.
+  bool reserve(Int32 lastRecord);
+
  private:
   struct FreeRecords {
     void operator()(LineRecord* p) const noexcept;
@@ -77,6 +86,7 @@ class RecordTable {
 
   std::string name_;
   Int32 lastRecord_;
+  bool growable_ = false;
   std::unique_ptr<LineRecord[], FreeRecords> records_;
 };
 

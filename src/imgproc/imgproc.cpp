@@ -12,7 +12,7 @@ ImgProc::ImgProc(RasterContext& context, Host* host) : context_(&context), host_
 }
 
 void ImgProc::setUp() {
-  for (PictureBox* box : {&Picture1, &Picture3, &Picture4}) box->setPixelLimit(context_->surfacePixelLimit);
+  for (PictureBox* box : {&Picture1, &Picture3, &Picture4}) box->setPixelLimit(context_->limits.surfacePixels);
   Picture1.AutoSize = true;
   Picture3.AutoSize = true;
   Picture4.AutoSize = true;

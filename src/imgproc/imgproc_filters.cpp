@@ -26,7 +26,7 @@ bool ImgProc::colnorm3(Int16 threshold) {
   ScratchScope scratch(*this);
   Picture3.setPicture(Picture1.picture());
   // A refused picture stays the very picture it was.
-  if (!makeblackwhite(Picture3, threshold, host())) return false;
+  if (!makeblackwhite(Picture3, threshold, host(), context().limits.blackWhite)) return false;
   commit(Picture3);
   return true;
 }

@@ -16,12 +16,13 @@ ThinResult ImgProc::thin(RecordTable& LineTable) {
   const auto [nativeW, nativeH] = nativeSize(Picture1);
   const Int32 width = roundToInt32(nativeW);
   const Int32 height = roundToInt32(nativeH);
-  if (refuseOversizeForThinning(width, height, host())) return {ThinOutcome::TooLarge, 0};
+  if (refuseOversizeForThinning(width, height, host(), context().limits.thinGrid)) return {ThinOutcome::TooLarge, 0};
 
   ScratchScope scratch(*this);
   Picture3.setPicture(stored);
   ThinGrid grid;
-  const ThinOutcome outcome = grid.loadgrid(Picture3, toInt16(width), toInt16(height), LineTable, host());
+  const ThinOutcome outcome =
+      grid.loadgrid(Picture3, toInt16(width), toInt16(height), LineTable, host(), context().limits.thinGrid);
   if (outcome == ThinOutcome::Listed || outcome == ThinOutcome::TooNarrow) commit(Picture3);
   return {outcome, grid.foreground()};
 }

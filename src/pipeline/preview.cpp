@@ -25,7 +25,7 @@ void layOutPreview(PictureBox& box, Int32 pictureWidth, Int32 pictureHeight) {
 }
 
 void drawSegments(const RecordTable& table, PictureBox& box, float factor, const std::function<void()>& afterEachLine) {
-  const Int32 last = std::min(table.count(), RecordTable::kLastRecord);
+  const Int32 last = std::min(table.count(), table.lastRecord());
   for (Int32 i = 1; i <= last; ++i) {
     const LineRecord& r = table[i];
     box.Line(factor * r.x1, factor * r.y1, factor * r.x2, factor * r.y2, kRed);

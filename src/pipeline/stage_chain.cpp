@@ -1,5 +1,8 @@
 #include "pipeline/stage_chain.h"
 
+#include <algorithm>
+#include <cmath>
+
 #include "base/errors.h"
 #include "processing/colour_normalise.h"
 #include "vector/chains.h"
@@ -50,32 +53,49 @@ StageChain::StageChain(RasterContext& context, Host& host)
       smoothed(context, &host),
       blackWhite(context, &host),
       thinned(context, &host),
-      host_(host) {}
+      context_(context),
+      host_(host) {
+  if (context.limits.tablesGrow) session.allowGrowth();
+}
 
 StageOutcome StageChain::rescale(double factor) {
-  return guarded(Stage::rescale, [&] {
+  StageOutcome o = guarded(Stage::rescale, [&] {
     rescaled.setPicture(original.picture());
     rescaled.scalesign(factor);
     return StageOutcome::ok(Stage::rescale);
   });
+  if (o.kind == StageOutcome::Kind::refused) {
+    // The size the stretch would have made, and the surface limit it met.
+    o.width = static_cast<Int32>(std::min(2e9, std::round(original.picwidth() * factor)));
+    o.height = static_cast<Int32>(std::min(2e9, std::round(original.picheight() * factor)));
+    o.limit = context_.limits.surfacePixels;
+  }
+  return o;
 }
 
 StageOutcome StageChain::blur(Int32 runs) {
-  return guarded(Stage::blur, [&] {
+  StageOutcome o = guarded(Stage::blur, [&] {
     smoothed.setPicture(rescaled.picture());
     for (Int32 i = 1; i <= runs; ++i) smoothed.filtersmooth();
     return StageOutcome::ok(Stage::blur);
   });
+  if (o.kind == StageOutcome::Kind::refused) {
+    o.width = smoothed.picwidth();
+    o.height = smoothed.picheight();
+    o.limit = context_.limits.filterFrame;
+  }
+  return o;
 }
 
 StageOutcome StageChain::threshold(Int16 threshold) {
   return guarded(Stage::threshold, [&] {
     blackWhite.setPicture(smoothed.picture());
     if (blackWhite.colnorm3(threshold)) return StageOutcome::ok(Stage::threshold);
+    const Int32 limit = context_.limits.blackWhite;
     return refused(Stage::threshold,
-                   "the black-and-white stage takes pictures of up to " + std::to_string(kBlackWhiteLimit) + " by " +
-                       std::to_string(kBlackWhiteLimit) + " pixels",
-                   blackWhite, 0, kBlackWhiteLimit);
+                   "the black-and-white stage takes pictures of up to " + std::to_string(limit) + " by " +
+                       std::to_string(limit) + " pixels",
+                   blackWhite, 0, limit);
   });
 }
 
@@ -87,14 +107,14 @@ StageOutcome StageChain::thin() {
     switch (result.outcome) {
       case ThinOutcome::TooLarge:
         return refused(Stage::thin,
-                       "thinning takes pictures of up to " + std::to_string(kThinGridLimit) + " by " +
-                           std::to_string(kThinGridLimit) + " pixels",
-                       thinned, 0, kThinGridLimit);
+                       "thinning takes pictures of up to " + std::to_string(context_.limits.thinGrid) + " by " +
+                           std::to_string(context_.limits.thinGrid) + " pixels",
+                       thinned, 0, context_.limits.thinGrid);
       case ThinOutcome::TooManyPixels:
         return refused(Stage::thin,
                        "thinning left " + std::to_string(result.linePixels) + " line pixels and the line table takes " +
-                           std::to_string(kThinMaxListed),
-                       thinned, result.linePixels, kThinMaxListed);
+                           std::to_string(session.LineTable.lastRecord() - 1),
+                       thinned, result.linePixels, session.LineTable.lastRecord() - 1);
       default:
         return StageOutcome::ok(Stage::thin);
     }

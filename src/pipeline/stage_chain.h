@@ -63,6 +63,7 @@ class StageChain {
   float previewFactor() const;
 
  private:
+  RasterContext& context_;
   Host& host_;
 };
 

@@ -18,7 +18,7 @@ void skipOnError(Step&& step) {
 }
 }  // namespace
 
-bool makeblackwhite(PictureBox& picture, Int16 threshold, Host& host) {
+bool makeblackwhite(PictureBox& picture, Int16 threshold, Host& host, Int32 limit) {
   float width = 0.0F;
   float height = 0.0F;
   skipOnError([&] { width = picture.ScaleWidth(); });
@@ -28,7 +28,7 @@ bool makeblackwhite(PictureBox& picture, Int16 threshold, Host& host) {
     bar.Max = height;
     bar.Value = 0.0F;
   });
-  if (width > kBlackWhiteLimit || height > kBlackWhiteLimit) {
+  if (width > limit || height > limit) {
     skipOnError([&] { host.MsgBox(kImageTooLarge); });
     return false;
   }

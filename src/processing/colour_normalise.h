@@ -15,6 +15,6 @@ inline constexpr const char* kImageTooLarge = "Image too large to process. Pleas
 // PB(2) and lets the interface run after each row. A picture wider or higher
 // than 1500 pixels is left as it is and the user is told: then the result is
 // false, so that the caller need not commit an unchanged picture.
-bool makeblackwhite(PictureBox& picture, Int16 threshold, Host& host);
+bool makeblackwhite(PictureBox& picture, Int16 threshold, Host& host, Int32 limit = kBlackWhiteLimit);
 
 }  // namespace quern

@@ -13,27 +13,32 @@ void FilterStore::Free::operator()(Colour* p) const {
   std::free(p);
 }
 
-FilterStore::FilterStore(Int32 frame, bool grows) : frame_(frame), grows_(grows) {}
+FilterStore::FilterStore(Int32 frame, bool grows) : frameWidth_(frame), frameHeight_(frame), grows_(grows) {}
 
 FilterStore::Record FilterStore::atChecked(Int32 y, Int32 x) const {
-  if (y < 0 || x < 0 || y >= frame_ || x >= frame_) {
+  if (y < 0 || x < 0 || y >= frameHeight_ || x >= frameWidth_) {
     throw IndexError("Subscript out of range: filter store record (" + std::to_string(y) + ", " + std::to_string(x) +
-                     ") is outside 0 to " + std::to_string(frame_ - 1));
+                     ") is outside 0 to " + std::to_string(frameHeight_ - 1) + ", 0 to " +
+                     std::to_string(frameWidth_ - 1));
   }
   return colours_ ? at(y, x) : Record{0};
 }
 
-void FilterStore::growTo(Int32 frame) {
+void FilterStore::growTo(Int32 width, Int32 height) {
   // Zeroed memory from the system costs nothing until a load writes to it.
-  auto* fresh = static_cast<Colour*>(std::calloc(static_cast<std::size_t>(frame) * frame, sizeof(Colour)));
-  if (!fresh)
-    throw LimitError("Out of memory: the filter store cannot take " + std::to_string(frame) + " by " +
-                     std::to_string(frame) + " pixels");
+  auto* fresh = static_cast<Colour*>(std::calloc(static_cast<std::size_t>(width) * height, sizeof(Colour)));
+  if (!fresh) {
+    throw LimitError("Out of memory: the filter store cannot take " + std::to_string(width) + " by " +
+                     std::to_string(height) + " pixels");
+  }
   if (colours_) {
-    for (Int32 y = 0; y < frame_; ++y) std::copy_n(row(y), frame_, fresh + static_cast<std::size_t>(y) * frame);
+    for (Int32 y = 0; y < frameHeight_; ++y) {
+      std::copy_n(row(y), frameWidth_, fresh + static_cast<std::size_t>(y) * width);
+    }
   }
   colours_.reset(fresh);
-  frame_ = frame;
+  frameWidth_ = width;
+  frameHeight_ = height;
 }
 
 void FilterStore::release() {
@@ -45,20 +50,24 @@ void FilterStore::release() {
 void FilterStore::load(const PictureBox& picture, Host& host) {
   const Int16 w = roundToInt16(picture.ScaleWidth());
   const Int16 h = roundToInt16(picture.ScaleHeight());
-  if ((w > frame_ || h > frame_) && !grows_) {
+  const bool beyond = w > frameWidth_ || h > frameHeight_;
+  if (beyond && !grows_) {
     throw LimitError("Image too large to filter: " + std::to_string(w) + " by " + std::to_string(h) +
-                     " pixels; the filters take at most " + std::to_string(frame_) + " by " + std::to_string(frame_) +
-                     ".");
+                     " pixels; the filters take at most " + std::to_string(frameWidth_) + " by " +
+                     std::to_string(frameHeight_) + ".");
   }
-  if (w > frame_ || h > frame_) growTo(std::max<Int32>(w, h));
-  if (!colours_) growTo(frame_);
+  if (beyond) {
+    growTo(std::max<Int32>(w, frameWidth_), std::max<Int32>(h, frameHeight_));
+  } else if (!colours_) {
+    growTo(frameWidth_, frameHeight_);
+  }
   width_ = std::max<Int16>(w, 0);
   height_ = std::max<Int16>(h, 0);
   const Colour* bits = picture.bits();
   const Int32 bw = picture.pixelWidth();
   const Int32 bh = picture.pixelHeight();
   for (Int32 y = 0; y < height_; ++y) {
-    Colour* out = colours_.get() + static_cast<std::size_t>(y) * frame_;
+    Colour* out = colours_.get() + static_cast<std::size_t>(y) * frameWidth_;
     const Colour* in = y < bh ? bits + static_cast<std::size_t>(y) * bw : nullptr;
     const Int32 inside = in ? std::min<Int32>(width_, bw) : 0;
     // Records keep the three colour bytes; GetPixel gives -1 outside the

@@ -28,8 +28,8 @@ class FilterStore {
  public:
   using Record = std::uint64_t;
 
-  // `frame`: records per side. With `grows`, a larger picture widens the
-  // frame instead of being refused.
+  // `frame`: records per side. With `grows`, a larger picture widens or
+  // heightens the frame instead of being refused.
   explicit FilterStore(Int32 frame = kFilterLimit, bool grows = false);
   FilterStore(const FilterStore&) = delete;
   FilterStore& operator=(const FilterStore&) = delete;
@@ -37,11 +37,12 @@ class FilterStore {
   // Size of the picture loaded last.
   Int16 width() const { return width_; }
   Int16 height() const { return height_; }
-  Int32 frame() const { return frame_; }
+  Int32 frameWidth() const { return frameWidth_; }
+  Int32 frameHeight() const { return frameHeight_; }
 
   // Record (y, x) of the picture loaded last; both inside it.
-  Record at(Int32 y, Int32 x) const { return pack(colours_[static_cast<std::size_t>(y) * frame_ + x]); }
-  const Colour* row(Int32 y) const { return colours_.get() + static_cast<std::size_t>(y) * frame_; }
+  Record at(Int32 y, Int32 x) const { return pack(colours_[static_cast<std::size_t>(y) * frameWidth_ + x]); }
+  const Colour* row(Int32 y) const { return colours_.get() + static_cast<std::size_t>(y) * frameWidth_; }
 
   // Record (y, x) anywhere in the frame: beyond the picture what earlier
   // loads left there (0 where none did), outside the frame an IndexError.
@@ -68,9 +69,10 @@ class FilterStore {
   struct Free {
     void operator()(Colour* p) const;
   };
-  void growTo(Int32 frame);
+  void growTo(Int32 width, Int32 height);
 
-  Int32 frame_;
+  Int32 frameWidth_;
+  Int32 frameHeight_;
   bool grows_;
   Int16 width_ = 0;
   Int16 height_ = 0;

@@ -1,25 +1,50 @@
 #pragma once
 
+#include "processing/colour_normalise.h"
 #include "processing/filter_store.h"
 #include "processing/random_source.h"
+#include "processing/thinning.h"
 #include "surface/picture.h"
 
 namespace quern {
 
+// The size limits of the raster stages. The defaults are the system's own;
+// large() lifts the stages' caps for pictures of up to `surfacePixels`
+// pixels (the 16-bit counters of the stages still end at 32767 pixels a side).
+struct RasterLimits {
+  Int32 filterFrame = kFilterLimit;
+  bool filterFrameGrows = false;
+  Int32 blackWhite = kBlackWhiteLimit;
+  Int32 thinGrid = kThinGridLimit;
+  long long surfacePixels = kDefaultSurfacePixelLimit;
+  bool tablesGrow = false;  // line tables past their 100000 records
+
+  static RasterLimits large(long long surfacePixels) {
+    RasterLimits l;
+    l.filterFrameGrows = true;
+    l.blackWhite = 32767;
+    l.thinGrid = 32766;  // the peeling reads one cell beyond the picture
+    l.surfacePixels = surfacePixels;
+    l.tablesGrow = true;
+    return l;
+  }
+};
+
 // What the picture controls of one chain share: the colour store of the
-// filters, the random source of the random filters and the largest surface
-// they may make. The window keeps one for the whole process, so its controls
-// share store and sequence; independent chains (batch workers, tests) each
-// make their own and share nothing, so they may run on separate threads.
+// filters, the random source of the random filters and the limits of their
+// stages. The window keeps one for the whole process, so its controls share
+// store and sequence; independent chains (batch workers, tests) each make
+// their own and share nothing, so they may run on separate threads.
 class RasterContext {
  public:
-  RasterContext() = default;
+  explicit RasterContext(const RasterLimits& limits = {})
+      : limits(limits), filterpixels(limits.filterFrame, limits.filterFrameGrows) {}
   RasterContext(const RasterContext&) = delete;
   RasterContext& operator=(const RasterContext&) = delete;
 
+  const RasterLimits limits;
   FilterStore filterpixels;
   RandomSource random;
-  long long surfacePixelLimit = kDefaultSurfacePixelLimit;
 };
 
 }  // namespace quern

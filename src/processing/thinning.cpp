@@ -121,16 +121,17 @@ Int16 ringtest(RingCells ringcells) {
   return ringOf(ringcells);
 }
 
-bool refuseOversizeForThinning(Int32 width, Int32 height, Host& host) {
-  if (width <= kThinGridLimit && height <= kThinGridLimit) return false;
+bool refuseOversizeForThinning(Int32 width, Int32 height, Host& host, Int32 limit) {
+  if (width <= limit && height <= limit) return false;
   host.MsgBox("Image too large to thin: " + std::to_string(width) + " by " + std::to_string(height) +
-              " pixels. Thinning takes images of up to " + std::to_string(kThinGridLimit) + " by " +
-              std::to_string(kThinGridLimit) + " pixels.");
+              " pixels. Thinning takes images of up to " + std::to_string(limit) + " by " + std::to_string(limit) +
+              " pixels.");
   return true;
 }
 
-ThinOutcome ThinGrid::loadgrid(PictureBox& picture, Int16 width, Int16 height, RecordTable& LineTable, Host& host) {
-  if (refuseOversizeForThinning(width, height, host)) return ThinOutcome::TooLarge;
+ThinOutcome ThinGrid::loadgrid(PictureBox& picture, Int16 width, Int16 height, RecordTable& LineTable, Host& host,
+                               Int32 limit) {
+  if (refuseOversizeForThinning(width, height, host, limit)) return ThinOutcome::TooLarge;
   if (width < 0 || height < 0) throw SurfaceError("Invalid picture size for thinning");
   gridwidth_ = width;
   gridheight_ = height;
@@ -189,10 +190,13 @@ ThinOutcome ThinGrid::thingrid(PictureBox& picture, RecordTable& LineTable, Host
     if (!anyLive) break;
   }
 
-  if (static_cast<long long>(LineTable.count()) + foreground_ > kThinMaxListed) {
+  // The listing must leave chain assembly one record spare.
+  const long long listed = static_cast<long long>(LineTable.count()) + foreground_;
+  const Int32 most = LineTable.lastRecord() - 1;
+  if (listed > most && !(listed < kMaxPixelsListed && LineTable.reserve(static_cast<Int32>(listed) + 1))) {
     host.PB(3).Value = 0.0F;
     host.MsgBox("Too many line pixels to list: thinning left " + std::to_string(foreground_) +
-                ", and the line table takes " + std::to_string(kThinMaxListed) +
+                ", and the line table takes " + std::to_string(most) +
                 ". Please try a smaller scale or a smaller image.");
     return ThinOutcome::TooManyPixels;
   }
@@ -275,7 +279,7 @@ void ThinGrid::paintAndList(PictureBox& picture, RecordTable& LineTable, Host& h
       const Int32 n = add32(LineTable.count(), 1);
       LineTable.count() = n;
       // Beyond the table a cell is counted, not stored.
-      if (RecordTable::inRange(n)) {
+      if (LineTable.holds(n)) {
         LineTable[n].x1 = toFloat32(x);
         LineTable[n].y1 = toFloat32(y);
       }

@@ -18,6 +18,8 @@ inline constexpr Int16 kThinMinWidth = 10;
 inline constexpr Int16 kThinMaxCycles = 100;
 // The listing must leave one record spare for chain assembly.
 inline constexpr Int32 kThinMaxListed = RecordTable::kLastRecord - 1;
+// However far a table may grow, a count stays a 32-bit number.
+inline constexpr long long kMaxPixelsListed = 2000000000LL;
 
 // A cell's 3 by 3 neighbourhood: ringcells[i][j] is grid cell (x + i - 1, y + j - 1).
 using RingCells = std::array<std::array<Int16, 3>, 3>;
@@ -28,7 +30,7 @@ using RingCells = std::array<std::array<Int16, 3>, 3>;
 Int16 ringtest(RingCells ringcells);
 
 // Tells the user when a picture is above the grid limit; true then.
-bool refuseOversizeForThinning(Int32 width, Int32 height, Host& host);
+bool refuseOversizeForThinning(Int32 width, Int32 height, Host& host, Int32 limit = kThinGridLimit);
 
 enum class ThinOutcome {
   Listed,         // peeled, painted and listed
@@ -51,7 +53,8 @@ class ThinGrid {
  public:
   // Reads the picture (red byte 0 is foreground) and calls thingrid. A
   // picture above the grid limit is refused with a message, nothing touched.
-  ThinOutcome loadgrid(PictureBox& picture, Int16 width, Int16 height, RecordTable& LineTable, Host& host);
+  ThinOutcome loadgrid(PictureBox& picture, Int16 width, Int16 height, RecordTable& LineTable, Host& host,
+                       Int32 limit = kThinGridLimit);
   // Peels, then paints the survivors black on white into `picture` and lists
   // them in LineTable, column by column. A listing that would take the
   // table's count past kThinMaxListed is refused with a message before

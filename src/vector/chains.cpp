@@ -177,9 +177,10 @@ void BuildChains(Session& session, Host& host) {
   RecordTable& lines = session.LineTable;
   RecordTable& chains = session.ChainTable;
   const Int32 n = lines.count();
-  if (n > kMaxChainPixels) {
+  // The chains take one record more than the listing.
+  if (n > chains.lastRecord() - 1 && !(chains.reserve(add32(n, 1)) && lines.reserve(add32(n, 1)))) {
     throw LimitError("Too many line pixels to chain: " + std::to_string(n) + " are listed, the tables hold " +
-                     std::to_string(kMaxChainPixels));
+                     std::to_string(chains.lastRecord() - 1));
   }
   ProgressBar& bar = host.PB(5);
   bar.Value = 0.0F;

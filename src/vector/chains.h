@@ -17,7 +17,8 @@ bool IsNeighbour(float ax, float ay, float bx, float by);
 
 // Rewrites the listed pixels of LineTable as chains of one-pixel segments,
 // each closed by a separator, in ChainTable and then over LineTable. Moves
-// PB(5). Throws LimitError, changing nothing, for more than kMaxChainPixels.
+// PB(5). Throws LimitError, changing nothing, for more than the tables hold
+// (kMaxChainPixels unless they may grow).
 void BuildChains(Session& session, Host& host);
 
 }  // namespace quern

@@ -20,7 +20,7 @@ void setEnd(LineRecord& r, const PolyPoint& p) {
 }
 
 Int32 lastReadable(const RecordTable& table) {
-  return std::min(table.count(), RecordTable::kLastRecord);
+  return std::min(table.count(), table.lastRecord());
 }
 
 }  // namespace
@@ -54,6 +54,8 @@ void finishPolyline(Session& session, Int32 twipsPerPixelX) {
 }
 
 void NormalizePass(Session& session, Int32 twipsPerPixelX) {
+  // A polyline writes no more records than it read.
+  session.ChainTable.reserve(session.LineTable.lastRecord());
   session.ChainTable.count() = 1;
   session.polyBuffer[0].clear();
   session.polyBuffer[1].clear();

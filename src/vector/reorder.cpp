@@ -30,7 +30,8 @@ void appendReversed(LineRecord& to, const LineRecord& from) {
 void ReorderPass(Session& session) {
   RecordTable& chains = session.ChainTable;
   RecordTable& order = session.OrderTable;
-  const Int32 n = std::min(chains.count(), RecordTable::kLastRecord);
+  const Int32 n = std::min(chains.count(), chains.lastRecord());
+  order.reserve(n);
   Int32 taken = 0;
   for (Int32 i = 1; i <= n; ++i) {
     LineRecord& r = order[i];

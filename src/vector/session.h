@@ -21,6 +21,12 @@ struct Session {
   bool GeneralizeBusy = false;
   bool GeneralizeIn3D = false;
   Int32 LastPolyBound = 0;
+
+  // Lets the three tables grow past their 100000 records when a picture's
+  // lines need more.
+  void allowGrowth() {
+    for (RecordTable* t : {&LineTable, &ChainTable, &OrderTable}) t->setGrowable(true);
+  }
 };
 
 }  // namespace quern

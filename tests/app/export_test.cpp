@@ -62,7 +62,7 @@ TEST(ExportImageClick, AFailedWriteNamesTheFileKeepsTheOldOneAndSaysNoDone) {
   std::filesystem::create_directory(folder.file("taken.dxf"));
   const std::tuple<std::string, Int32, const char*> cases[] = {
       {folder.file("missing/plan.dxf"), 1, "No such file or directory"},
-      {folder.file("taken.dxf"), 1, "Is a directory"},
+      {folder.file("taken.dxf"), 1, "it is a folder, not a file"},
       {existing, RecordTable::kLastRecord + 1, "out of range"},
   };
   for (const auto& [chosen, count, reason] : cases) {

@@ -57,9 +57,11 @@ struct ChainRun {
     EXPECT_EQ(form.lastError(), "");
     Outcome o{form.stage(), recordsOf(form.session.LineTable), recordsOf(form.session.ChainTable), {}, {}};
     for (const ImgProc* s : {&form.IPCH, &form.IPC1, &form.IPC2, &form.IPC3, &form.IPCT}) {
-      o.pictures.push_back(s->picture() ? s->picture()->pixels() : std::vector<Colour>{});
+      const PixelView px = s->picture() ? s->picture()->pixels() : PixelView(nullptr, 0);
+      o.pictures.emplace_back(px.begin(), px.end());
     }
-    o.pictures.push_back(form.Picture1.Image()->pixels());
+    const Picture shown = form.Picture1.Image();
+    o.pictures.emplace_back(shown->pixels().begin(), shown->pixels().end());
     for (const Label& l : form.Stat) o.stats.push_back(l.Caption);
     return o;
   }

@@ -81,9 +81,9 @@ TEST(StageChain, EachRefusalIsReportedWithItsStageAndReason) {
   };
   for (const Refusal& r : cases) {
     QuietHost host;
-    RasterContext context;
-    context.surfacePixelLimit = 50000;
-    if (r.stage != Stage::rescale) context.surfacePixelLimit = kDefaultSurfacePixelLimit;
+    RasterLimits limits;
+    if (r.stage == Stage::rescale) limits.surfacePixels = 50000;
+    RasterContext context(limits);
     StageChain chain(context, host);
     chain.original.setPicture(r.picture);
     const StageOutcome outcome = r.run(chain);
