@@ -10,7 +10,10 @@ namespace quern {
 const char* const kBatchUsage =
     "usage: quernline-batch [--scale F] [--blur N] [--threshold T] [--tolerance K] [--reorder]\n"
     "                       [--no-original] [--preview FILE.png] [--dpi N --units mm|in] [--polyline]\n"
-    "                       [--min-branch N] [--min-chain N] [--svg FILE.svg] [PICTURE] DRAWING.dxf\n"
+    "                       [--min-branch N] [--min-chain N] [--svg FILE.svg] [--large [--max-megapixels N]]\n"
+    "                       [--quiet] [PICTURE] DRAWING.dxf\n"
+    "       quernline-batch [options] --out-dir DIR [--preview-dir DIR] [-j N] PICTURE...\n"
+    "       quernline-batch --version\n"
     "  --scale F       rescale factor, 0.01 to 3 in steps of 0.01 (default 1)\n"
     "  --blur N        smoothing runs, 0 to 3 (default 1)\n"
     "  --threshold T   black-and-white threshold, 1 to 255 (default 200)\n"
@@ -26,7 +29,17 @@ const char* const kBatchUsage =
     "  --min-branch N  remove spurs shorter than N pixels, 0 to 99999 (default 0: keep all)\n"
     "  --min-chain N   remove lines shorter than N pixels that touch nothing, 0 to 99999 (default 0)\n"
     "  --svg FILE      also write the drawing as an SVG picture in the same unit\n"
-    "  PICTURE         a .jpg, .JPG, .bmp, .BMP, .gif or .GIF file (default: the built-in picture)\n";
+    "  --large         lift the stages' size limits (1500 and 1501 pixels, the 5600-pixel grid, the\n"
+    "                  100000-record tables) for pictures of up to --max-megapixels\n"
+    "  --max-megapixels N  with --large, the largest picture taken, original or rescaled, in\n"
+    "                  millions of pixels, 1 to 1000 (default 100: about 1.6 GB of memory at most)\n"
+    "  --out-dir DIR   many pictures: write DIR/NAME.dxf for each PICTURE, a summary table follows\n"
+    "  --preview-dir DIR  with --out-dir, also write DIR/NAME.png, the preview of each\n"
+    "  -j N            with --out-dir, pictures at a time, 1 to 64 (default: one per core)\n"
+    "  --quiet         no progress bars on the terminal\n"
+    "  PICTURE         a .jpg, .JPG, .bmp, .BMP, .gif or .GIF file (default: the built-in picture)\n"
+    "Exit status: 0 every drawing written, 1 a picture or a stage failed (nothing written for it),\n"
+    "2 bad arguments.\n";
 
 namespace {
 struct Range {
@@ -41,6 +54,9 @@ constexpr Range kWholeOptions[] = {
     {"--tolerance", 1, 100, &BatchArgs::tolerance},
     {"--min-branch", 0, kMaxChainPixels, &BatchArgs::minBranch},
     {"--min-chain", 0, kMaxChainPixels, &BatchArgs::minChain},
+    {"--max-megapixels", 1, 1000, &BatchArgs::maxMegapixels},
+    {"-j", 1, 64, &BatchArgs::jobs},
+    {"--jobs", 1, 64, &BatchArgs::jobs},
 };
 constexpr Int32 kMaxDpi = 100000;
 }  // namespace
@@ -65,6 +81,14 @@ BatchParse parseBatchArgs(const std::vector<std::string>& argv) {
     }
     if (a == "--reorder") {
       args.reorder = true;
+    } else if (a == "--large") {
+      args.large = true;
+    } else if (a == "--quiet") {
+      args.quiet = true;
+    } else if (a == "--out-dir" || a == "--preview-dir") {
+      const auto v = value();
+      if (!v || v->empty()) return fail(a + " needs a folder");
+      (a == "--out-dir" ? args.outDir : args.previewDir) = *v;
     } else if (a == "--no-original") {
       args.noOriginal = true;
     } else if (a == "--polyline") {
@@ -100,7 +124,7 @@ BatchParse parseBatchArgs(const std::vector<std::string>& argv) {
         return fail("--scale " + *v + " is refused: the scale runs from 0.01 to 3 in steps of 0.01");
       }
       args.scale = static_cast<Int32>(whole);
-    } else if (a.starts_with("--")) {
+    } else if (a.starts_with("--") || a == "-j") {
       const Range* range = nullptr;
       for (const Range& r : kWholeOptions) {
         if (a == r.option) range = &r;
@@ -123,6 +147,14 @@ BatchParse parseBatchArgs(const std::vector<std::string>& argv) {
                 " needs --dpi N, the scan's resolution, to know how long a pixel is");
   }
   if (!paper && args.dpi) return fail("--dpi needs --units mm or --units in: a drawing in pixels has no use for it");
+  if (args.outDir) {
+    if (args.preview || args.svg) return fail("with --out-dir, use --preview-dir for previews; --preview and --svg name one file");
+    if (positional.empty()) return fail("--out-dir needs the pictures to convert");
+    args.pictures = std::move(positional);
+    out.args = std::move(args);
+    return out;
+  }
+  if (args.previewDir || args.jobs != 0) return fail("--preview-dir and -j go with --out-dir");
   if (positional.empty()) return fail("the DXF drawing to write is missing");
   if (positional.size() > 2) return fail("too many files: give at most a picture and a drawing");
   if (positional.size() == 2) args.picture = positional[0];

@@ -28,6 +28,14 @@ struct BatchArgs {
   Int32 minBranch = 0;  // pixels; 0 keeps every spur
   Int32 minChain = 0;   // pixels; 0 keeps every speck
   std::optional<std::string> svg;
+  // Large scans and many files.
+  bool large = false;          // lift the stages' size caps for this run
+  Int32 maxMegapixels = 100;   // with --large: the largest picture, original or rescaled
+  std::optional<std::string> outDir;      // many pictures: DIR/NAME.dxf each
+  std::optional<std::string> previewDir;  // and DIR/NAME.png
+  std::vector<std::string> pictures;      // the pictures of an --out-dir run
+  Int32 jobs = 0;                         // pictures at a time; 0: one per core
+  bool quiet = false;                     // no progress on the terminal
 };
 
 // How the drawing is to be written: the unit scale counts the rescale

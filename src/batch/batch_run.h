@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -8,22 +9,39 @@
 
 namespace quern {
 
+class ProgressLine;
+
 // What one picture's run came to: the statistics the window would show, or
 // the reason nothing was written.
 struct BatchResult {
-  std::string error;  // empty when the drawing was written
+  std::string picture;  // as named on the command line; empty for the built-in one
+  std::string error;    // empty when the drawing was written
   std::vector<std::string> statistics;
-  std::vector<StageOutcome> outcomes;
   Int32 width = 0;  // of the original
   Int32 height = 0;
   Int32 lines = 0;  // records of the drawing
+  double seconds = 0.0;
   bool ok() const { return error.empty(); }
 };
 
-// Loads the picture (or takes the built-in one), runs the six stages with
-// the run's values and, when every stage did its work, writes the drawing
-// and the preview asked for. A stage that refused or failed writes nothing:
-// an existing drawing of that name stays as it was.
-BatchResult runBatch(const BatchArgs& args);
+// Loads one picture (or takes the built-in one), runs the six stages with
+// the run's values in a session of its own and, when every stage did its
+// work, writes the drawing and the preview asked for. A picture that could
+// not be loaded or a stage that refused or failed writes nothing: an existing
+// drawing of that name stays as it was. `progress` may be null.
+BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture,
+                           const std::string& drawing, const std::optional<std::string>& preview,
+                           ProgressLine* progress);
+
+// The single-picture form: PICTURE (or the built-in one) to DRAWING.
+BatchResult runBatch(const BatchArgs& args, ProgressLine* progress = nullptr);
+
+// The many-picture form: each picture to DIR/NAME.dxf (and DIR/NAME.png with
+// --preview-dir), args.jobs pictures at a time on threads of their own. One
+// picture's failure does not stop the others. Results in the pictures' order.
+std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress = nullptr);
+
+// The summary of a many-picture run: picture, size, lines, seconds, result.
+std::string summaryTable(const std::vector<BatchResult>& results);
 
 }  // namespace quern

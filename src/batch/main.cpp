@@ -1,16 +1,21 @@
-// quernline-batch: the six stages on one picture, without a window.
-#include <filesystem>
+// quernline-batch: the six stages on pictures, without a window.
+#include <malloc.h>
+
 #include <iostream>
 
-#include "base/errors.h"
 #include "batch/batch_args.h"
 #include "batch/batch_run.h"
+#include "batch/progress.h"
 
 int main(int argc, char** argv) {
   if (argc == 2 && std::string(argv[1]) == "--version") {
     std::cout << "quernline " QUERNLINE_VERSION "\n";
     return 0;
   }
+  // Picture buffers come and go at every stage: keep freed memory in the
+  // heap for the next one instead of giving it back and faulting it in anew.
+  mallopt(M_MMAP_THRESHOLD, 1 << 30);
+  mallopt(M_TRIM_THRESHOLD, 1 << 30);
   std::vector<std::string> words(argv + 1, argv + argc);
   const quern::BatchParse parsed = quern::parseBatchArgs(words);
   if (parsed.help) {
@@ -21,8 +26,17 @@ int main(int argc, char** argv) {
     std::cerr << "quernline-batch: " << parsed.error << "\n" << quern::kBatchUsage;
     return 2;
   }
+  const quern::BatchArgs& args = *parsed.args;
+  quern::ProgressLine progress(!args.quiet && quern::ProgressLine::onTerminal());
   try {
-    const quern::BatchResult result = quern::runBatch(*parsed.args);
+    if (args.outDir) {
+      const std::vector<quern::BatchResult> results = quern::runMany(args, &progress);
+      std::cout << quern::summaryTable(results);
+      bool all = true;
+      for (const quern::BatchResult& r : results) all = all && r.ok();
+      return all ? 0 : 1;
+    }
+    const quern::BatchResult result = quern::runBatch(args, &progress);
     if (!result.ok()) {
       std::cerr << "quernline-batch: " << result.error << "\n";
       return 1;

@@ -9,6 +9,7 @@
 #include <QImage>
 #include <QImageReader>
 #include <QSaveFile>
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <memory>
@@ -25,7 +26,9 @@ namespace {
 
 // Megabytes the reader may allocate for one picture: the largest picture we
 // take at four bytes a pixel, so the reader's limit and ours never disagree.
-constexpr int kAllocationLimitMb = static_cast<int>((4 * kMaxPicturePixels) >> 20) + 1;
+int allocationLimitMb(long long maxPixels) {
+  return static_cast<int>(std::min<long long>((4 * maxPixels) >> 20, 1 << 30)) + 1;
+}
 
 [[noreturn]] void refuse(const std::string& what, const std::string& why) {
   throw FileError("cannot load " + what + ": " + why);
@@ -43,14 +46,15 @@ Colour overWhite(QRgb c) {
 Picture fromImage(const QImage& img) {
   const Int32 w = img.width();
   const Int32 h = img.height();
-  std::vector<Colour> pixels(static_cast<std::size_t>(w) * h);
+  const long long area = static_cast<long long>(w) * h;
+  PixelBuffer pixels = allocatePixels(area, area);
   const QImage::Format format = img.format();
   std::array<Colour, 256> palette{};
   const QList<QRgb> table = img.colorTable();
   for (qsizetype i = 0; i < table.size() && i < 256; ++i) palette[static_cast<std::size_t>(i)] = overWhite(table[i]);
   for (Int32 y = 0; y < h; ++y) {
     const uchar* line = img.constScanLine(y);
-    Colour* out = pixels.data() + static_cast<std::size_t>(y) * w;
+    Colour* out = pixels.get() + static_cast<std::size_t>(y) * w;
     switch (format) {
       case QImage::Format_Indexed8:
         for (Int32 x = 0; x < w; ++x) out[x] = palette[line[x]];
@@ -80,30 +84,31 @@ Picture fromImage(const QImage& img) {
   return makePicture(w, h, std::move(pixels));
 }
 
-void checkClaim(const std::string& what, long long w, long long h) {
-  if (w * h > kMaxPicturePixels) {
+void checkClaim(const std::string& what, long long w, long long h, long long maxPixels) {
+  if (w * h > maxPixels) {
     refuse(what, "the picture is " + std::to_string(w) + " by " + std::to_string(h) + " pixels, more than " +
-                     std::to_string(kMaxPicturePixels) + " pixels in all");
+                     std::to_string(maxPixels) + " pixels in all");
   }
 }
 
-Picture readWith(QImageReader& reader, const std::string& what) {
-  reader.setAllocationLimit(kAllocationLimitMb);
+Picture readWith(QImageReader& reader, const std::string& what, long long maxPixels) {
+  reader.setAllocationLimit(allocationLimitMb(maxPixels));
   reader.setAutoTransform(false);
   const QSize claimed = reader.size();
-  if (claimed.isValid()) checkClaim(what, claimed.width(), claimed.height());
+  if (claimed.isValid()) checkClaim(what, claimed.width(), claimed.height(), maxPixels);
   QImage img;
   if (!reader.read(&img) || img.isNull()) refuse(what, reader.errorString().toStdString());
   return fromImage(img);
 }
 
-Picture readBytes(const unsigned char* data, std::size_t size, const std::string& what, const char* format) {
+Picture readBytes(const unsigned char* data, std::size_t size, const std::string& what, const char* format,
+                  long long maxPixels = kMaxPicturePixels) {
   QByteArray bytes = QByteArray::fromRawData(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
   QBuffer buffer(&bytes);
   buffer.open(QIODevice::ReadOnly);
   QImageReader reader(&buffer, format);
   if (format != nullptr) reader.setDecideFormatFromContent(false);
-  return readWith(reader, what);
+  return readWith(reader, what, maxPixels);
 }
 
 const char* readerFormat(PictureKind kind) {
@@ -126,16 +131,17 @@ std::string reason(int error) {
 
 }  // namespace
 
-Picture decodePictureFile(const unsigned char* data, std::size_t size, const std::string& what) {
+Picture decodePictureFile(const unsigned char* data, std::size_t size, const std::string& what, long long maxPixels) {
   const PictureShape shape = inspectPictureFile(data, size);
   if (shape.kind == PictureKind::Unknown) refuse(what, shape.problem);
-  checkClaim(what, shape.width, shape.height);
+  checkClaim(what, shape.width, shape.height, maxPixels);
   if (!shape.problem.empty())
     refuse(what, std::string("not a complete ") + kindName(shape.kind) + " picture: " + shape.problem);
-  return readBytes(data, size, what, readerFormat(shape.kind));
+  return readBytes(data, size, what, readerFormat(shape.kind), maxPixels);
 }
 
-Picture loadPictureFile(const std::string& path) {
+Picture loadPictureFile(const std::string& path, long long maxPixels) {
+  const long long maxFileBytes = 4 * maxPixels + (1 << 20);
   const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (fd < 0) {
     const int error = errno;
@@ -156,10 +162,10 @@ Picture loadPictureFile(const std::string& path) {
   } else if (!S_ISREG(info.st_mode)) {
     ::close(fd);
     refuse(path, "it is not a regular file");
-  } else if (info.st_size > kMaxPictureFileBytes) {
+  } else if (info.st_size > maxFileBytes) {
     ::close(fd);
     refuse(path, "the file is " + std::to_string(info.st_size) + " bytes, more than the " +
-                     std::to_string(kMaxPictureFileBytes) + " bytes of the largest picture taken");
+                     std::to_string(maxFileBytes) + " bytes of the largest picture taken");
   } else {
     const auto size = static_cast<std::size_t>(info.st_size);
     bytes = std::make_unique_for_overwrite<unsigned char[]>(size);
@@ -176,7 +182,7 @@ Picture loadPictureFile(const std::string& path) {
   }
   ::close(fd);
   if (error != 0) refuse(path, reason(error));
-  return decodePictureFile(bytes.get(), done, path);
+  return decodePictureFile(bytes.get(), done, path, maxPixels);
 }
 
 Picture decodePicture(const unsigned char* data, std::size_t size, const std::string& what) {

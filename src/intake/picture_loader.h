@@ -19,18 +19,18 @@ class PictureBox;
 // Largest picture the loader takes, in pixels (about 6300 by 6300); bigger
 // files are refused before their pixels are decoded.
 inline constexpr long long kMaxPicturePixels = 40'000'000;
-// Largest picture file read: such a picture as an uncompressed 32-bit BMP,
-// with room for its headers and palette.
-inline constexpr long long kMaxPictureFileBytes = 4 * kMaxPicturePixels + (1 << 20);
 
 // Loads a JPEG, BMP or GIF file, recognised by its content whatever its
 // name, into a picture. A file that is missing, not a regular file, not
 // readable, too large, of another format, or not complete (cut short, or a
 // header that promises more than the file holds) is refused with a FileError
 // naming the file and the reason. Transparent pixels come out white.
-Picture loadPictureFile(const std::string& path);
+// `maxPixels` is the largest picture taken (and, at four bytes a pixel plus
+// its headers, the largest file read).
+Picture loadPictureFile(const std::string& path, long long maxPixels = kMaxPicturePixels);
 // The same for a file's bytes in memory; `what` names them in an error.
-Picture decodePictureFile(const unsigned char* data, std::size_t size, const std::string& what);
+Picture decodePictureFile(const unsigned char* data, std::size_t size, const std::string& what,
+                          long long maxPixels = kMaxPicturePixels);
 // Decodes the program's own pictures (any format the readers know); throws
 // FileError when they cannot be decoded.
 Picture decodePicture(const unsigned char* data, std::size_t size, const std::string& what);

@@ -151,10 +151,12 @@ StageOutcome StageChain::reorder() {
   });
 }
 
-std::vector<StageOutcome> StageChain::run(Stage from, const StageParams& params) {
+std::vector<StageOutcome> StageChain::run(Stage from, const StageParams& params,
+                                          const std::function<void(Stage)>& beforeStage) {
   std::vector<StageOutcome> outcomes;
   auto step = [&](Stage stage, auto&& work) {
     if (from > stage || (!outcomes.empty() && !outcomes.back().done())) return;
+    if (beforeStage) beforeStage(stage);
     outcomes.push_back(work());
   };
   step(Stage::rescale, [&] { return rescale(params.scale); });

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <vector>
 
 #include "base/host.h"
@@ -56,7 +57,9 @@ class StageChain {
 
   // Runs the stages from `from` to the last with `params`, stopping after
   // the first that is not done. Gives the outcomes of the stages that ran.
-  std::vector<StageOutcome> run(Stage from, const StageParams& params);
+  // `beforeStage`, when given, is told of each stage before it starts.
+  std::vector<StageOutcome> run(Stage from, const StageParams& params,
+                                const std::function<void(Stage)>& beforeStage = {});
 
   // Pixels of the original per pixel of the thinned picture, for drawing
   // the segments over the original.
