@@ -97,13 +97,21 @@ def check_tools(batch, make_assets):
                       "python3-pil, python3-skimage)" % PYTHON)
 
 
-def run_wall(argv, log):
-    """Seconds from spawn to exit, and the exit status."""
+def run_timed(argv, log):
+    """Seconds from spawn to exit, the exit status and the child's CPU seconds
+    (user + system), which drift less than wall time on a busy machine."""
     with open(log, "ab") as err:
         start = time.perf_counter()
         proc = subprocess.Popen(argv, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=err)
-        status = proc.wait()
-        return time.perf_counter() - start, status
+        _, raw, usage = os.wait4(proc.pid, 0)
+        seconds = time.perf_counter() - start
+        proc.returncode = os.waitstatus_to_exitcode(raw)
+        return seconds, proc.returncode, usage.ru_utime + usage.ru_stime
+
+
+def run_wall(argv, log):
+    """Seconds from spawn to exit, and the exit status."""
+    return run_timed(argv, log)[:2]
 
 
 def peak_kib(argv, tmp):
@@ -157,25 +165,28 @@ def peers(batch, make_assets, tmp, work, runs, sizes, fmt_ext, help_text):
                 ours = None
         theirs = ["potrace", "-b", "dxf", "-o", os.path.join(tmp, key + "-potrace.dxf"), pbm]
         log = os.path.join(tmp, key + "-ours.log")
-        t_ours, t_potrace, t_skel = [], [], []
+        t_ours, t_potrace, t_skel, cpu_ours, cpu_potrace = [], [], [], [], []
         # One untimed round first: binaries and pictures in the page cache.
         for round_no in range(runs + 1):
             if ours:
-                seconds, status = run_wall(ours, log)
+                seconds, status, cpu = run_timed(ours, log)
                 if status != 0:
                     row["note"] = "ours exit %d: %s" % (status, last_message(log))
-                    ours, t_ours = None, []
+                    ours, t_ours, cpu_ours = None, [], []
                 elif round_no:
                     t_ours.append(seconds)
-            seconds, status = run_wall(theirs, os.devnull)
+                    cpu_ours.append(cpu)
+            seconds, status, cpu = run_timed(theirs, os.devnull)
             if status != 0:
                 raise RuntimeError("potrace failed on " + pbm)
             if round_no:
                 t_potrace.append(seconds)
+                cpu_potrace.append(cpu)
             seconds = float(work.ask("skeletonize", key)[0])
             if round_no:
                 t_skel.append(seconds)
         row["ours"], row["potrace"], row["skel"] = median_ms(t_ours), median_ms(t_potrace), median_ms(t_skel)
+        row["cpu_ours"], row["cpu_potrace"] = median_ms(cpu_ours), median_ms(cpu_potrace)
         row["peak"] = row["bpp"] = None
         if ours:
             kib, status = peak_kib(ours, tmp)
@@ -205,6 +216,13 @@ def peers(batch, make_assets, tmp, work, runs, sizes, fmt_ext, help_text):
             fmt(ratio_s, "%.2f", " x")))
         if r["note"]:
             print("%-10s   (%s)" % ("", r["note"]))
+    print()
+    print("CPU time (user + system, medians of the same runs):")
+    for r in rows:
+        ratio = r["cpu_ours"] / r["cpu_potrace"] if r["cpu_ours"] and r["cpu_potrace"] else None
+        print("%-10s ours %s, potrace %s, ours/potrace %s" % (r["size"], fmt(r["cpu_ours"], "%.0f", " ms"),
+                                                              fmt(r["cpu_potrace"], "%.0f", " ms"),
+                                                              fmt(ratio, "%.2f", " x")))
     print("Aims: ours/potrace at most 1.5 x at 700 x 557 and 1.0 x from 1500 x 1500 up, below skeletonize")
     print("at 1500 x 1500, at most 16 bytes per pixel above start.")
     print()
