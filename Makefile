@@ -11,16 +11,12 @@ PACKAGES := cmake ninja-build g++ make pkg-config qt6-base-dev libgl-dev \
             libgtest-dev libgmock-dev libbenchmark-dev \
             python3 python3-ezdxf python3-pil xvfb xauth fonts-dejavu-extra
 
-# What only `make bench-peers` needs: the peers it is measured against.
-PEER_PACKAGES := potrace python3-numpy python3-pil python3-skimage time findutils
-
-.PHONY: all deps peer-deps configure build test test-asan run bench bench-peers demo clean
+.PHONY: all deps configure build test test-asan run bench demo clean
 
 all: build
 
-# Installs those of the packages $(1) that are not installed yet.
-define install-missing
-	@missing=""; for p in $(1); do \
+deps:
+	@missing=""; for p in $(PACKAGES); do \
 	  dpkg-query -W -f='$${Status}' $$p 2>/dev/null | grep -q "install ok installed" || missing="$$missing $$p"; \
 	done; \
 	if [ -n "$$missing" ]; then \
@@ -28,13 +24,6 @@ define install-missing
 	  $(SUDO) apt-get update -qq && \
 	  $(SUDO) env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $$missing; \
 	fi
-endef
-
-deps:
-	$(call install-missing,$(PACKAGES))
-
-peer-deps:
-	$(call install-missing,$(PEER_PACKAGES))
 
 $(BUILD)/build.ninja: | deps
 	cmake -S . -B $(BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo
@@ -63,14 +52,20 @@ run: build
 demo: build
 	./$(BUILD)/quernline-batch --preview demo.png demo.dxf
 
-bench: build
-	@for b in $(BUILD)/bench/bench_*; do [ -x "$$b" ] && { echo "== $$b"; "$$b" --benchmark_min_time=0.2; }; done; true
+# What only `make bench-peers` needs: the peers it is measured against, put in
+# by the deps recipe with this list in place of the build's.
+PEER_PACKAGES := potrace python3-numpy python3-pil python3-skimage time findutils
+QUERN_BATCH ?= $(BUILD)/quernline-batch
+.PHONY: bench-peers
 
 # quernline-batch beside potrace and scikit-image's skeletonize on the same
 # drawings, and many pictures at once. QUERN_BATCH=... measures another build.
-QUERN_BATCH ?= $(BUILD)/quernline-batch
-bench-peers: build peer-deps
+bench-peers: build
+	@$(MAKE) --no-print-directory deps PACKAGES="$(PEER_PACKAGES)"
 	QUERN_BATCH=$(QUERN_BATCH) QUERN_MAKE_ASSETS=$(BUILD)/tools/make_assets /usr/bin/python3 bench/bench_peers.py
+
+bench: build
+	@for b in $(BUILD)/bench/bench_*; do [ -x "$$b" ] && { echo "== $$b"; "$$b" --benchmark_min_time=0.2; }; done; true
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD)
