@@ -41,8 +41,9 @@ def worker():
     from skimage.morphology import skeletonize
 
     masks = {}
+    # One request a line, its words separated by tabs, so paths may hold spaces.
     for line in sys.stdin:
-        words = line.split()
+        words = line.rstrip("\n").split("\t")
         if words[0] == "prepare":  # prepare KEY GREY.png OUT_BASE FORMAT
             key, grey, base, fmt = words[1:]
             ink = numpy.asarray(Image.open(grey).convert("L")) < 128
@@ -72,7 +73,7 @@ class Worker:
                                      stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
 
     def ask(self, *words):
-        self.proc.stdin.write(" ".join(words) + "\n")
+        self.proc.stdin.write("\t".join(words) + "\n")
         self.proc.stdin.flush()
         reply = self.proc.stdout.readline().split()
         if not reply or reply[0] == "error":
