@@ -70,6 +70,18 @@ run: build
 demo: build
 	./$(BUILD)/quernline-batch --preview demo.png demo.dxf
 
+# What only `make bench-peers` needs: the peers it is measured against, put in
+# by the deps recipe with this list in place of the build's.
+PEER_PACKAGES := potrace python3-numpy python3-pil python3-skimage time findutils
+QUERN_BATCH ?= $(BUILD)/quernline-batch
+.PHONY: bench-peers
+
+# quernline-batch beside potrace and scikit-image's skeletonize on the same
+# drawings, and many pictures at once. QUERN_BATCH=... measures another build.
+bench-peers: build
+	@$(MAKE) --no-print-directory deps PACKAGES="$(PEER_PACKAGES)"
+	QUERN_BATCH=$(QUERN_BATCH) QUERN_MAKE_ASSETS=$(BUILD)/tools/make_assets /usr/bin/python3 bench/bench_peers.py
+
 bench: build
 	@for b in $(BUILD)/bench/bench_*; do [ -x "$$b" ] && { echo "== $$b"; "$$b" --benchmark_min_time=0.2; }; done; true
 

@@ -1,0 +1,343 @@
+#!/usr/bin/python3
+"""Side by side on one black-and-white line drawing: quernline-batch, potrace and
+scikit-image's skeletonize, at 700 x 557, 1500 x 1500 and 5000 x 5000; then many
+small pictures with quernline-batch -j 1, -j 2 and xargs -P 2.
+
+Machine speed drifts a lot between runs, so the tools run in alternation and
+only the ratios of one run mean much. Run by `make bench-peers`.
+
+Environment:
+  QUERN_BATCH        the quernline-batch to measure (default build/quernline-batch)
+  QUERN_MAKE_ASSETS  the drawing generator (default build/tools/make_assets)
+  PEERS_RUNS         alternating runs per tool and size (default 5, at least 5 counts)
+  PEERS_SIZES        sizes to run, e.g. "700x557,1500x1500" (default all three)
+  PEERS_FORMAT       our picture format, bmp or gif (default bmp)
+"""
+
+import os
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+PYTHON = "/usr/bin/python3"  # Debian's numpy, PIL and skimage load only here
+SIZES = [(700, 557), (1500, 1500), (5000, 5000)]
+LARGE_FROM = 5000 * 5000  # pictures this big run with --large
+MANY_COUNT = 24
+MANY_SIZE = (700, 557)
+
+
+class Missing(Exception):
+    pass
+
+
+def worker():
+    """Long-lived helper: thresholds the drawings once, keeps the masks and times
+    skeletonize in process, so its imports are paid once and not counted."""
+    import numpy
+    from PIL import Image
+    from skimage.morphology import skeletonize
+
+    masks = {}
+    # One request a line, its words separated by tabs, so paths may hold spaces.
+    for line in sys.stdin:
+        words = line.rstrip("\n").split("\t")
+        if words[0] == "prepare":  # prepare KEY GREY.png OUT_BASE FORMAT
+            key, grey, base, fmt = words[1:]
+            ink = numpy.asarray(Image.open(grey).convert("L")) < 128
+            masks[key] = ink
+            # Mode "1": white where there is no ink; both writers keep that sense.
+            picture = Image.fromarray(~ink)
+            picture.save(base + ".pbm")
+            picture.save(base + "." + fmt)
+            reply = "ok"
+        elif words[0] == "version":
+            import skimage
+            reply = skimage.__version__
+        elif words[0] == "skeletonize":  # skeletonize KEY
+            ink = masks[words[1]]
+            start = time.perf_counter()
+            skeleton = skeletonize(ink)
+            seconds = time.perf_counter() - start
+            reply = "%.6f %d" % (seconds, int(skeleton.sum()))
+        else:
+            reply = "error unknown request " + words[0]
+        print(reply, flush=True)
+
+
+class Worker:
+    def __init__(self):
+        self.proc = subprocess.Popen([PYTHON, os.path.abspath(__file__), "--worker"],
+                                     stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+
+    def ask(self, *words):
+        self.proc.stdin.write("\t".join(words) + "\n")
+        self.proc.stdin.flush()
+        reply = self.proc.stdout.readline().split()
+        if not reply or reply[0] == "error":
+            raise RuntimeError("the skeletonize worker failed: " + " ".join(reply))
+        return reply
+
+    def close(self):
+        self.proc.stdin.close()
+        self.proc.wait()
+
+
+def check_tools(batch, make_assets):
+    for path, what in ((batch, "QUERN_BATCH"), (make_assets, "QUERN_MAKE_ASSETS")):
+        if not os.access(path, os.X_OK):
+            raise Missing("%s is not an executable (%s); run `make build` or set %s" % (path, what, what))
+    for tool, package in (("potrace", "potrace"), ("xargs", "findutils"), ("/usr/bin/time", "time")):
+        if not shutil.which(tool):
+            raise Missing("%s is not installed (Debian package %s)" % (tool, package))
+    probe = "import numpy, PIL, skimage.morphology"
+    if subprocess.run([PYTHON, "-c", probe], capture_output=True).returncode != 0:
+        raise Missing("%s cannot import numpy, PIL and skimage (Debian packages python3-numpy, "
+                      "python3-pil, python3-skimage)" % PYTHON)
+
+
+def run_timed(argv, log):
+    """Seconds from spawn to exit, the exit status and the child's CPU seconds
+    (user + system), which drift less than wall time on a busy machine."""
+    with open(log, "ab") as err:
+        start = time.perf_counter()
+        proc = subprocess.Popen(argv, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=err)
+        _, raw, usage = os.wait4(proc.pid, 0)
+        seconds = time.perf_counter() - start
+        proc.returncode = os.waitstatus_to_exitcode(raw)
+        return seconds, proc.returncode, usage.ru_utime + usage.ru_stime
+
+
+def run_wall(argv, log):
+    """Seconds from spawn to exit, and the exit status."""
+    return run_timed(argv, log)[:2]
+
+
+def peak_kib(argv, tmp):
+    """Peak resident set of one run, through GNU time: a process started from a
+    small one, since a child's peak counts what its parent held before exec."""
+    out = os.path.join(tmp, "time.out")
+    status = subprocess.run(["/usr/bin/time", "-f", "%M", "-o", out] + argv, stdin=subprocess.DEVNULL,
+                            stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL).returncode
+    with open(out) as f:
+        return int(f.read().split()[-1]), status
+
+
+def median_ms(seconds):
+    return statistics.median(seconds) * 1000.0 if seconds else None
+
+
+def fmt(value, spec="%.0f", suffix=""):
+    return "n/a" if value is None else (spec % value) + suffix
+
+
+def last_message(log):
+    try:
+        with open(log, errors="replace") as f:
+            lines = [l.strip() for l in f if l.strip()]
+        return lines[-1] if lines else ""
+    except OSError:
+        return ""
+
+
+def peers(batch, make_assets, tmp, work, runs, sizes, fmt_ext, help_text):
+    has_large = "--large" in help_text
+    start_kib, _ = peak_kib([batch, "--help"], tmp)
+    start_ms = median_ms([run_wall([batch, "--help"], os.devnull)[0] for _ in range(runs)])
+    rows = []
+    for width, height in sizes:
+        key = "%dx%d" % (width, height)
+        print("measuring %d x %d ..." % (width, height), flush=True)
+        grey = os.path.join(tmp, key + "-grey.png")
+        base = os.path.join(tmp, key)
+        subprocess.run([make_assets, "--drawing", str(width), str(height), grey], check=True)
+        work.ask("prepare", key, grey, base, fmt_ext)
+        picture, pbm = base + "." + fmt_ext, base + ".pbm"
+        ours = [batch, picture, os.path.join(tmp, key + "-ours.dxf")]
+        large = width * height >= LARGE_FROM
+        row = {"size": key, "note": ""}
+        if large:
+            if has_large:
+                ours.insert(1, "--large")
+            else:
+                row["note"] = "--large not offered"
+                ours = None
+        theirs = ["potrace", "-b", "dxf", "-o", os.path.join(tmp, key + "-potrace.dxf"), pbm]
+        log = os.path.join(tmp, key + "-ours.log")
+        t_ours, t_potrace, t_skel, cpu_ours, cpu_potrace = [], [], [], [], []
+        # One untimed round first: binaries and pictures in the page cache.
+        for round_no in range(runs + 1):
+            if ours:
+                seconds, status, cpu = run_timed(ours, log)
+                if status != 0:
+                    row["note"] = "ours exit %d: %s" % (status, last_message(log))
+                    ours, t_ours, cpu_ours = None, [], []
+                elif round_no:
+                    t_ours.append(seconds)
+                    cpu_ours.append(cpu)
+            seconds, status, cpu = run_timed(theirs, os.devnull)
+            if status != 0:
+                raise RuntimeError("potrace failed on " + pbm)
+            if round_no:
+                t_potrace.append(seconds)
+                cpu_potrace.append(cpu)
+            seconds = float(work.ask("skeletonize", key)[0])
+            if round_no:
+                t_skel.append(seconds)
+        row["ours"], row["potrace"], row["skel"] = median_ms(t_ours), median_ms(t_potrace), median_ms(t_skel)
+        row["cpu_ours"], row["cpu_potrace"] = median_ms(cpu_ours), median_ms(cpu_potrace)
+        row["peak"] = row["bpp"] = None
+        if ours:
+            kib, status = peak_kib(ours, tmp)
+            if status == 0:
+                row["peak"] = kib / 1024.0
+                row["bpp"] = (kib - start_kib) * 1024.0 / (width * height)
+        row["potrace_peak"] = peak_kib(theirs, tmp)[0] / 1024.0
+        rows.append(row)
+
+    print("Whole process vs potrace -b dxf (whole process) vs skeletonize alone (in process);")
+    print("medians of %d alternating runs; our picture: %s, potrace's: PBM, the same mask." % (runs, fmt_ext.upper()))
+    print("Bytes per pixel above start = (our peak RSS - peak RSS of `quernline-batch --help`, %.1f MiB) / pixels."
+          % (start_kib / 1024.0))
+    print("Our start-up alone (`quernline-batch --help`, spawn to exit): %.0f ms." % start_ms)
+    print()
+    head = "%-10s %9s %9s %9s %10s %8s %9s %10s %10s" % ("picture", "ours ms", "potrace", "skelet.", "our peak",
+                                                           "B/pixel", "potrace", "ours/", "ours/")
+    print(head)
+    print("%-10s %9s %9s %9s %10s %8s %9s %10s %10s" % ("", "", "ms", "ms", "MiB", "above", "peak MiB", "potrace",
+                                                        "skelet."))
+    for r in rows:
+        ratio_p = r["ours"] / r["potrace"] if r["ours"] else None
+        ratio_s = r["ours"] / r["skel"] if r["ours"] else None
+        print("%-10s %9s %9s %9s %10s %8s %9s %10s %10s" % (
+            r["size"], fmt(r["ours"]), fmt(r["potrace"], "%.1f"), fmt(r["skel"], "%.1f"), fmt(r["peak"], "%.1f"),
+            fmt(r["bpp"], "%.1f"), fmt(r["potrace_peak"], "%.1f"), fmt(ratio_p, "%.2f", " x"),
+            fmt(ratio_s, "%.2f", " x")))
+        if r["note"]:
+            print("%-10s   (%s)" % ("", r["note"]))
+    print()
+    print("CPU time (user + system, medians of the same runs):")
+    for r in rows:
+        ratio = r["cpu_ours"] / r["cpu_potrace"] if r["cpu_ours"] and r["cpu_potrace"] else None
+        print("%-10s ours %s, potrace %s, ours/potrace %s" % (r["size"], fmt(r["cpu_ours"], "%.0f", " ms"),
+                                                              fmt(r["cpu_potrace"], "%.0f", " ms"),
+                                                              fmt(ratio, "%.2f", " x")))
+    print("Aims: ours/potrace at most 1.5 x at 700 x 557 and 1.0 x from 1500 x 1500 up, below skeletonize")
+    print("at 1500 x 1500, at most 16 bytes per pixel above start.")
+    print()
+
+
+def many(batch, make_assets, tmp, work, runs, fmt_ext, help_text):
+    has_out_dir = "--out-dir" in help_text
+    print("measuring %d pictures ..." % MANY_COUNT, flush=True)
+    src = os.path.join(tmp, "many")
+    os.makedirs(src)
+    grey = os.path.join(tmp, "many-grey.png")
+    subprocess.run([make_assets, "--drawing", str(MANY_SIZE[0]), str(MANY_SIZE[1]), grey], check=True)
+    work.ask("prepare", "many", grey, os.path.join(src, "p01"), fmt_ext)
+    names = ["p%02d.%s" % (i, fmt_ext) for i in range(1, MANY_COUNT + 1)]
+    for name in names[1:]:
+        shutil.copyfile(os.path.join(src, names[0]), os.path.join(src, name))
+    pictures = [os.path.join(src, name) for name in names]
+
+    def written(dest):
+        return sum(1 for _, _, files in os.walk(dest) for f in files if f.endswith(".dxf"))
+
+    def out_dir(name):
+        path = os.path.join(tmp, name)
+        shutil.rmtree(path, ignore_errors=True)
+        os.makedirs(path)
+        return path
+
+    def xargs_run():
+        # One process per picture, two at a time, each writing NAME.dxf in its own folder.
+        dest = out_dir("xargs")
+        start = time.perf_counter()
+        done = subprocess.run(["xargs", "-0", "-P", "2", "-I", "{}", batch, src + "/{}", "{}.dxf"], cwd=dest,
+                              input="".join(n + "\0" for n in names).encode(), stdout=subprocess.DEVNULL,
+                              stderr=subprocess.DEVNULL)
+        return time.perf_counter() - start, done.returncode
+
+    kinds = [("-j 1", ["-j", "1"]), ("-j 2", ["-j", "2"]), ("xargs -P 2", None)]
+    times = {name: [] for name, _ in kinds}
+    failed = {}
+    for round_no in range(runs + 1):
+        for name, jobs in kinds:
+            if name in failed:
+                continue
+            if jobs is None:
+                seconds, status = xargs_run()
+            else:
+                if not has_out_dir:
+                    continue
+                dest = out_dir("j" + jobs[1])
+                seconds, status = run_wall([batch] + jobs + ["--out-dir", dest] + pictures, os.devnull)
+            count = written(os.path.join(tmp, "xargs" if jobs is None else "j" + jobs[1]))
+            if status != 0 or count != MANY_COUNT:
+                failed[name] = "exit %d, %d drawings written" % (status, count)
+            elif round_no:
+                times[name].append(seconds)
+
+    rate = {}
+    for name, _ in kinds:
+        rate[name] = MANY_COUNT / statistics.median(times[name]) if times[name] else None
+    print()
+    print("%d pictures of %d x %d, medians of %d alternating runs:" % (MANY_COUNT, MANY_SIZE[0], MANY_SIZE[1], runs))
+    print("%-28s %12s" % ("", "pictures/s"))
+    labels = {"-j 1": "quernline-batch -j 1", "-j 2": "quernline-batch -j 2",
+              "xargs -P 2": "xargs -P 2, one per picture"}
+    for name, _ in kinds:
+        note = " (%s)" % failed[name] if name in failed else ("" if has_out_dir or name.startswith("x")
+                                                                else " (--out-dir not offered)")
+        print("%-28s %12s%s" % (labels[name], fmt(rate[name], "%.1f"), note))
+
+    def ratio(a, b):
+        return rate[a] / rate[b] if rate[a] and rate[b] else None
+
+    print("%-28s %12s" % ("-j 2 / -j 1", fmt(ratio("-j 2", "-j 1"), "%.2f", " x")))
+    print("%-28s %12s" % ("-j 2 / xargs -P 2", fmt(ratio("-j 2", "xargs -P 2"), "%.2f", " x")))
+    print("Aims: -j 2 / -j 1 at least 1.9 x, -j 2 / xargs -P 2 at least 1.0 x.")
+
+
+def main():
+    root = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+    batch = os.path.abspath(os.environ.get("QUERN_BATCH", os.path.join(root, "build", "quernline-batch")))
+    make_assets = os.path.abspath(os.environ.get("QUERN_MAKE_ASSETS", os.path.join(root, "build", "tools",
+                                                                                   "make_assets")))
+    runs = max(int(os.environ.get("PEERS_RUNS", "5")), 1)
+    fmt_ext = os.environ.get("PEERS_FORMAT", "bmp").lower()
+    sizes = SIZES
+    if os.environ.get("PEERS_SIZES"):
+        sizes = [tuple(int(v) for v in s.split("x")) for s in os.environ["PEERS_SIZES"].split(",")]
+    if fmt_ext not in ("bmp", "gif"):
+        print("bench_peers: PEERS_FORMAT must be bmp or gif", file=sys.stderr)
+        return 2
+    try:
+        check_tools(batch, make_assets)
+    except Missing as e:
+        print("bench_peers: " + str(e), file=sys.stderr)
+        return 1
+    help_text = subprocess.run([batch, "--help"], capture_output=True, text=True).stdout
+    potrace_version = subprocess.run(["potrace", "--version"], capture_output=True, text=True).stdout.split()[:2]
+    print("quernline-batch: %s" % batch)
+    work = Worker()
+    try:
+        print("peers: %s, scikit-image %s; %d cores; %s" % (
+            " ".join(potrace_version).rstrip("."), work.ask("version")[0], os.cpu_count() or 0,
+            time.strftime("%Y-%m-%d %H:%M UTC", time.gmtime())))
+        print()
+        with tempfile.TemporaryDirectory(prefix="quern-peers-") as tmp:
+            peers(batch, make_assets, tmp, work, runs, sizes, fmt_ext, help_text)
+            many(batch, make_assets, tmp, work, runs, fmt_ext, help_text)
+    finally:
+        work.close()
+    return 0
+
+
+if __name__ == "__main__":
+    if sys.argv[1:] == ["--worker"]:
+        worker()
+    else:
+        sys.exit(main())
