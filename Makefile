@@ -3,6 +3,7 @@
 
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
+TSAN_BUILD ?= build-tsan
 FUZZ_BUILD ?= build-fuzz
 FUZZ_SECONDS ?= 60
 JOBS       ?= $(shell nproc 2>/dev/null || echo 2)
@@ -23,7 +24,7 @@ DESTDIR ?=
 FUZZ_PACKAGES := clang libclang-rt-14-dev
 FUZZ_TARGETS  := picture values chains
 
-.PHONY: all deps fuzz-deps configure build test test-asan run bench demo install package fuzz clean
+.PHONY: all deps fuzz-deps configure build test test-asan test-tsan run bench demo install package fuzz clean
 
 all: build
 
@@ -52,8 +53,19 @@ $(ASAN_BUILD)/build.ninja: | deps
 build: deps $(BUILD)/build.ninja
 	cmake --build $(BUILD) -j $(JOBS)
 
-test: build test-asan
+test: build test-asan test-tsan
 	cd $(BUILD) && QT_QPA_PLATFORM=offscreen ctest -j $(JOBS) --output-on-failure
+
+# Chains of stages on several threads at once, under ThreadSanitizer: they
+# must share no mutable state.
+$(TSAN_BUILD)/build.ninja: | deps
+	cmake -S . -B $(TSAN_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DQUERNLINE_TSAN=ON \
+	  -DQUERNLINE_GUI=OFF -DQUERNLINE_BENCH=OFF
+
+test-tsan: deps $(TSAN_BUILD)/build.ninja
+	cmake --build $(TSAN_BUILD) -j $(JOBS) --target pipeline_test batch_test
+	TSAN_OPTIONS=halt_on_error=1 ./$(TSAN_BUILD)/tests/pipeline_test --gtest_filter='*Thread*'
+	TSAN_OPTIONS=halt_on_error=1 ./$(TSAN_BUILD)/tests/batch_test --gtest_filter='*Thread*'
 
 # The same suite once more under AddressSanitizer and UndefinedBehaviorSanitizer.
 test-asan: deps $(ASAN_BUILD)/build.ninja

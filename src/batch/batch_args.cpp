@@ -148,7 +148,8 @@ BatchParse parseBatchArgs(const std::vector<std::string>& argv) {
   }
   if (!paper && args.dpi) return fail("--dpi needs --units mm or --units in: a drawing in pixels has no use for it");
   if (args.outDir) {
-    if (args.preview || args.svg) return fail("with --out-dir, use --preview-dir for previews; --preview and --svg name one file");
+    if (args.preview || args.svg)
+      return fail("with --out-dir, use --preview-dir for previews; --preview and --svg name one file");
     if (positional.empty()) return fail("--out-dir needs the pictures to convert");
     args.pictures = std::move(positional);
     out.args = std::move(args);

@@ -29,8 +29,8 @@ struct BatchArgs {
   Int32 minChain = 0;   // pixels; 0 keeps every speck
   std::optional<std::string> svg;
   // Large scans and many files.
-  bool large = false;          // lift the stages' size caps for this run
-  Int32 maxMegapixels = 100;   // with --large: the largest picture, original or rescaled
+  bool large = false;                     // lift the stages' size caps for this run
+  Int32 maxMegapixels = 100;              // with --large: the largest picture, original or rescaled
   std::optional<std::string> outDir;      // many pictures: DIR/NAME.dxf each
   std::optional<std::string> previewDir;  // and DIR/NAME.png
   std::vector<std::string> pictures;      // the pictures of an --out-dir run

@@ -29,9 +29,8 @@ struct BatchResult {
 // work, writes the drawing and the preview asked for. A picture that could
 // not be loaded or a stage that refused or failed writes nothing: an existing
 // drawing of that name stays as it was. `progress` may be null.
-BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture,
-                           const std::string& drawing, const std::optional<std::string>& preview,
-                           ProgressLine* progress);
+BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
+                           const std::optional<std::string>& preview, ProgressLine* progress);
 
 // The single-picture form: PICTURE (or the built-in one) to DRAWING.
 BatchResult runBatch(const BatchArgs& args, ProgressLine* progress = nullptr);

@@ -14,7 +14,9 @@ constexpr int kBarWidth = 30;
 
 ProgressLine::ProgressLine(bool enabled) : enabled_(enabled) {}
 
-bool ProgressLine::onTerminal() { return ::isatty(STDERR_FILENO) == 1; }
+bool ProgressLine::onTerminal() {
+  return ::isatty(STDERR_FILENO) == 1;
+}
 
 void ProgressLine::begin(const std::string& label) {
   if (!enabled_) return;
@@ -40,9 +42,9 @@ void ProgressLine::update(double value, double max) {
 
 void ProgressLine::draw(bool whole) {
   const int filled = static_cast<int>(fraction_ * kBarWidth + (whole ? 0.5 : 0.0));
-  std::fprintf(stderr, "\r%-12s [%s%s] %3d%%", label_.c_str(), std::string(static_cast<std::size_t>(filled), '#').c_str(),
-               std::string(static_cast<std::size_t>(kBarWidth - filled), '.').c_str(),
-               static_cast<int>(fraction_ * 100.0));
+  std::fprintf(
+      stderr, "\r%-12s [%s%s] %3d%%", label_.c_str(), std::string(static_cast<std::size_t>(filled), '#').c_str(),
+      std::string(static_cast<std::size_t>(kBarWidth - filled), '.').c_str(), static_cast<int>(fraction_ * 100.0));
   std::fflush(stderr);
   shown_ = true;
   anyShown_ = true;

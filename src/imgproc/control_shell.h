@@ -72,6 +72,26 @@ struct ImgProcEvents {
   std::function<void(DataObject& Data, Int32& AllowedEffects)> OLEStartDrag;
 };
 
+// The selection frame inside the image box.
+struct SelectionFrame {
+  bool Visible = false;
+  float Left = 0.0F;
+  float Top = 0.0F;
+  float Width = 1.0F;
+  float Height = 1.0F;
+};
+
+// A scroll bar as a value: its range, position and whether it can be used.
+struct ScrollBarState {
+  Int32 Min = 0;
+  Int32 Max = 0;
+  Int32 Value = 0;
+  Int32 SmallChange = 1;
+  Int32 LargeChange = 1;
+  bool Enabled = true;
+  bool Visible = true;
+};
+
 // Where an inner control sits in the control, in pixels.
 struct Placement {
   float Left = 0.0F;

@@ -20,26 +20,6 @@
 
 namespace quern {
 
-// The selection frame inside the image box.
-struct SelectionFrame {
-  bool Visible = false;
-  float Left = 0.0F;
-  float Top = 0.0F;
-  float Width = 1.0F;
-  float Height = 1.0F;
-};
-
-// A scroll bar as a value: its range, position and whether it can be used.
-struct ScrollBarState {
-  Int32 Min = 0;
-  Int32 Max = 0;
-  Int32 Value = 0;
-  Int32 SmallChange = 1;
-  Int32 LargeChange = 1;
-  bool Enabled = true;
-  bool Visible = true;
-};
-
 struct StoredPropertyRow;  // one row of a control's stored record
 
 // The picture control. Its one true picture is the stored picture and the

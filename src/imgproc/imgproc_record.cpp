@@ -2,8 +2,8 @@
 #include <sstream>
 #include <string>
 
+#include "imgproc/control_record.h"
 #include "imgproc/imgproc.h"
-#include "imgproc/main_window_records.h"
 
 namespace quern {
 
@@ -295,36 +295,21 @@ void ImgProc::UserControl_WriteProperties(PropertyBag& PropBag, const StdFont& h
   }
 }
 
-PropertyBag mainWindowRecord(const std::string& instance, const Picture& defaultPicture) {
-  struct Instance {
-    const char* name;
-    bool holdsPicture;
-    Int32 width;
-    Int32 height;
-    Colour picBackColor;
-  };
-  static constexpr Instance kInstances[] = {
-      {"IPCH", true, 700, 557, kDefaultBack}, {"IPCT", false, 1, 1, kDefaultBack}, {"IPC1", false, 1, 1, kDefaultBack},
-      {"IPC2", false, 1, 1, 0xC0C0C0},        {"IPC3", false, 1, 1, kDefaultBack},
-  };
-  for (const Instance& i : kInstances) {
-    if (instance != i.name) continue;
-    const StdFont font{"MS Sans Serif", 8.25F};
-    PropertyBag bag;
-    bag.set("BackColor", fmtValue(kWhite));
-    bag.set("Font", fmt(font));
-    bag.set("FontName", font.Name);
-    bag.set("FontSize", fmt(font.Size));
-    if (i.holdsPicture) bag.set("Picture", encodePicture(defaultPicture));
-    bag.set("ScaleHeight", fmtValue(i.height));
-    bag.set("ScaleWidth", fmtValue(i.width));
-    bag.set("AutoRedraw", fmt(true));
-    bag.set("picheight", fmtValue(i.height));
-    bag.set("picwidth", fmtValue(i.width));
-    if (i.picBackColor != kDefaultBack) bag.set("picbackcolor", fmtValue(i.picBackColor));
-    return bag;
-  }
-  throw IndexError("The main window has no picture control named " + instance);
+PropertyBag controlRecord(const ControlRecordValues& v) {
+  const StdFont font{"MS Sans Serif", 8.25F};
+  PropertyBag bag;
+  bag.set("BackColor", fmtValue(kWhite));
+  bag.set("Font", fmt(font));
+  bag.set("FontName", font.Name);
+  bag.set("FontSize", fmt(font.Size));
+  if (v.picture) bag.set("Picture", encodePicture(v.picture));
+  bag.set("ScaleHeight", fmtValue(v.height));
+  bag.set("ScaleWidth", fmtValue(v.width));
+  bag.set("AutoRedraw", fmt(true));
+  bag.set("picheight", fmtValue(v.height));
+  bag.set("picwidth", fmtValue(v.width));
+  if (v.picBackColor && *v.picBackColor != kDefaultBack) bag.set("picbackcolor", fmtValue(*v.picBackColor));
+  return bag;
 }
 
 }  // namespace quern

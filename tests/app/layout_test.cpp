@@ -24,3 +24,31 @@ TEST(Layout, ExtraButtonsLieBeyondTheClientAreaAndFramesAreHidden) {
 
 }  // namespace
 }  // namespace quern
+
+#include "app/main_window_records.h"
+#include "base/errors.h"
+#include "imgproc/imgproc.h"
+
+namespace quern {
+namespace {
+
+// The stored records of the window's five picture controls read back into
+// controls of the defined sizes: the original with its picture, the rest empty.
+TEST(MainWindowRecords, ReadBackAsTheWindowsFivePictureControls) {
+  const Picture start = makeFilledPicture(700, 557, kWhite);
+  const std::tuple<const char*, Int32, bool, Colour> cases[] = {
+      {"IPCH", 700, true, kSysButtonFace}, {"IPC1", 1, false, kSysButtonFace}, {"IPC2", 1, false, 0xC0C0C0},
+      {"IPC3", 1, false, kSysButtonFace},  {"IPCT", 1, false, kSysButtonFace},
+  };
+  for (const auto& [name, width, holds, back] : cases) {
+    ImgProc control;
+    control.UserControl_ReadProperties(mainWindowRecord(name, start));
+    EXPECT_EQ(control.picwidth(), width) << name;
+    EXPECT_EQ(control.picture() != nullptr, holds) << name;
+    EXPECT_EQ(control.picbackcolor(), back) << name;
+  }
+  EXPECT_THROW(mainWindowRecord("Picture1", start), IndexError);
+}
+
+}  // namespace
+}  // namespace quern

@@ -94,5 +94,149 @@ class EndToEnd(unittest.TestCase):
         self.assertNotIn("done", r.stderr)
 
 
+GOLDEN = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "golden", "pictures")
+
+
+def comb(path, size=(700, 700), step=3):
+    """One-pixel vertical lines: thinning keeps every pixel of them."""
+    img = Image.new("L", size, 255)
+    d = ImageDraw.Draw(img)
+    for x in range(2, size[0] - 2, step):
+        d.line([x, 2, x, size[1] - 3], fill=0, width=1)
+    img.save(path)
+
+
+def lines_of(path):
+    return list(ezdxf.readfile(path).modelspace().query("LINE"))
+
+
+class LargeScans(unittest.TestCase):
+    def setUp(self):
+        self.dir = tempfile.TemporaryDirectory()
+
+    def tearDown(self):
+        self.dir.cleanup()
+
+    def path(self, name):
+        return os.path.join(self.dir.name, name)
+
+    def test_large_gives_the_same_drawing_for_pictures_within_the_limits(self):
+        for picture, args in [("plan.gif", ["--reorder"]), ("sketch.jpg", ["--scale", "0.7", "--blur", "2"])]:
+            plain, large = self.path("plain.dxf"), self.path("large.dxf")
+            self.assertEqual(run(*args, os.path.join(GOLDEN, picture), plain).returncode, 0)
+            self.assertEqual(run("--large", *args, os.path.join(GOLDEN, picture), large).returncode, 0)
+            with open(plain, "rb") as a, open(large, "rb") as b:
+                self.assertEqual(a.read(), b.read(), picture)
+
+    def test_a_listing_past_the_tables_is_refused_without_large_and_drawn_with_it(self):
+        picture = self.path("comb.gif")
+        comb(picture)
+        out = self.path("comb.dxf")
+        with open(out, "w") as f:
+            f.write("an older drawing")
+        r = run("--blur", "0", picture, out)
+        self.assertEqual(r.returncode, 1)
+        self.assertIn("stage 4 (thin) refused", r.stderr)
+        self.assertIn("--large", r.stderr)
+        self.assertIn("--scale", r.stderr)
+        with open(out) as f:
+            self.assertEqual(f.read(), "an older drawing", "a refused run leaves the old drawing")
+        r = run("--large", "--blur", "0", "--reorder", picture, out)
+        self.assertEqual(r.returncode, 0, r.stderr)
+        count = int(r.stdout.splitlines()[5].split()[3])
+        self.assertEqual(len(lines_of(out)), count)
+        self.assertGreater(count, 200)
+
+    def test_each_refusal_names_its_stage_and_exits_1_writing_nothing(self):
+        wide = os.path.join(GOLDEN, "wide.gif")
+        cases = [
+            (["--blur", "1"], "stage 2 (blur) refused"),
+            (["--blur", "0"], "stage 3 (threshold) refused"),
+        ]
+        for args, message in cases:
+            out = self.path("wide.dxf")
+            r = run(*args, wide, out)
+            self.assertEqual(r.returncode, 1, args)
+            self.assertIn(message, r.stderr)
+            self.assertIn("A --scale of 0.93 would fit", r.stderr)
+            self.assertFalse(os.path.exists(out))
+
+    def test_many_pictures_write_the_good_ones_and_report_the_bad_one(self):
+        bad = self.path("bad.gif")
+        with open(bad, "wb") as f:
+            f.write(b"GIF89a cut short")
+        pictures = [os.path.join(GOLDEN, "plan.gif"), bad, os.path.join(GOLDEN, "strokes.bmp")]
+        outdir, previews = self.path("out"), self.path("previews")
+        r = run("-j", "2", "--out-dir", outdir, "--preview-dir", previews, *pictures)
+        self.assertEqual(r.returncode, 1)
+        self.assertEqual(sorted(os.listdir(outdir)), ["plan.dxf", "strokes.dxf"])
+        self.assertEqual(sorted(os.listdir(previews)), ["plan.png", "strokes.png"])
+        rows = r.stdout.splitlines()[1:]
+        self.assertEqual([row.split()[-1] if "written" in row else "failed" for row in rows],
+                         ["written", "failed", "written"])
+        # The same drawing as the single-picture form writes.
+        single = self.path("plan.dxf")
+        self.assertEqual(run(pictures[0], single).returncode, 0)
+        with open(single, "rb") as a, open(os.path.join(outdir, "plan.dxf"), "rb") as b:
+            self.assertEqual(a.read(), b.read())
+
+    def test_a_run_on_a_pipe_prints_no_progress(self):
+        r = run(os.path.join(GOLDEN, "plan.gif"), self.path("plan.dxf"))
+        self.assertEqual(r.returncode, 0)
+        self.assertEqual(r.stderr, "")
+
+
+class CadOutputs(unittest.TestCase):
+    def setUp(self):
+        self.dir = tempfile.TemporaryDirectory()
+        self.picture = os.path.join(GOLDEN, "plan.gif")
+
+    def tearDown(self):
+        self.dir.cleanup()
+
+    def path(self, name):
+        return os.path.join(self.dir.name, name)
+
+    def test_polylines_hold_every_segment_of_the_line_run_once(self):
+        lines_dxf, poly_dxf = self.path("lines.dxf"), self.path("poly.dxf")
+        self.assertEqual(run("--reorder", self.picture, lines_dxf).returncode, 0)
+        self.assertEqual(run("--reorder", "--polyline", self.picture, poly_dxf).returncode, 0)
+        segments = sorted(
+            tuple(sorted([(l.dxf.start.x, l.dxf.start.y), (l.dxf.end.x, l.dxf.end.y)]))
+            for l in lines_of(lines_dxf) if l.dxf.start != l.dxf.end)
+        doc = ezdxf.readfile(poly_dxf)
+        self.assertEqual(len(doc.audit().errors), 0)
+        self.assertEqual(len(doc.modelspace().query("LINE")), 0)
+        joined = []
+        for p in doc.modelspace().query("POLYLINE"):
+            pts = [(v.dxf.location.x, v.dxf.location.y) for v in p.vertices]
+            if p.is_closed:
+                pts.append(pts[0])
+            joined += [tuple(sorted([a, b])) for a, b in zip(pts, pts[1:])]
+        self.assertEqual(sorted(joined), segments)
+
+    def test_millimetres_scale_by_the_scan_resolution_and_the_rescale_factor(self):
+        px, mm, svg = self.path("px.dxf"), self.path("mm.dxf"), self.path("mm.svg")
+        self.assertEqual(run("--scale", "0.5", self.picture, px).returncode, 0)
+        r = run("--scale", "0.5", "--dpi", "300", "--units", "mm", "--svg", svg, self.picture, mm)
+        self.assertEqual(r.returncode, 0, r.stderr)
+        factor = 25.4 / (300 * 0.5)
+        a, b = lines_of(px), lines_of(mm)
+        self.assertEqual(len(a), len(b))
+        for la, lb in zip(a, b):
+            self.assertAlmostEqual(la.dxf.end.x * factor, lb.dxf.end.x, places=4)
+            self.assertAlmostEqual(la.dxf.end.y * factor, lb.dxf.end.y, places=4)
+        import xml.etree.ElementTree as ET
+        root = ET.parse(svg).getroot()
+        drawn = [e for e in root.iter() if e.tag.endswith("line")]
+        self.assertEqual(len(drawn), len([l for l in a if l.dxf.start != l.dxf.end]))
+        self.assertTrue(root.get("width").endswith("mm"))
+
+    def test_units_need_a_resolution(self):
+        r = run("--units", "mm", self.picture, self.path("x.dxf"))
+        self.assertEqual(r.returncode, 2)
+        self.assertIn("--dpi", r.stderr)
+
+
 if __name__ == "__main__":
     unittest.main()
