@@ -18,7 +18,7 @@ const char* const kBatchUsage =
     "  --blur N        smoothing runs, 0 to 3 (default 1)\n"
     "  --threshold T   black-and-white threshold, 1 to 255 (default 200)\n"
     "  --tolerance K   simplification tolerance in twips, 1 to 100 (default 1)\n"
-    "  --reorder       string all segments into one path (clears QuickLogic)\n"
+    "  --reorder       string all segments into one path, nearest end next\n"
     "  --no-original   draw the preview lines on an empty box\n"
     "  --preview FILE  save the preview as a PNG picture\n"
     "  --dpi N         the scan's resolution in dots per inch, 1 to 100000; needs --units mm or in\n"

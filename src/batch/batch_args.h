@@ -12,10 +12,10 @@ namespace quern {
 // What a batch run is asked to do, with every value already in the range of
 // the scroll bar that sets it.
 struct BatchArgs {
-  Int32 scale = 100;      // HScroll1: hundredths, 1 to 300
-  Int32 blur = 1;         // HScroll3: 0 to 3
-  Int32 threshold = 200;  // HScroll2: 1 to 255
-  Int32 tolerance = 1;    // HScroll6: 1 to 100
+  Int32 scale = 100;      // hundredths, 1 to 300
+  Int32 blur = 1;         // 0 to 3
+  Int32 threshold = 200;  // 1 to 255
+  Int32 tolerance = 1;    // twips, 1 to 100
   bool reorder = false;
   bool noOriginal = false;
   std::optional<std::string> preview;
