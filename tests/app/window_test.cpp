@@ -112,7 +112,9 @@ class WindowTest : public QObject {
       auto* bar = qobject_cast<QProgressBar*>(w->control(name));
       QVERIFY2(bar->value() == bar->maximum(), name);
     }
-    QVERIFY(button(*w, "Command15")->isEnabled());
+    for (const char* name : {"Command9", "Command10", "Command13", "Command14", "Command15"}) {
+      QVERIFY2(button(*w, name)->isEnabled(), name);
+    }
     QVERIFY(qobject_cast<QLabel*>(w->control("Stat(5)"))->text().startsWith("Lines for output: "));
     QVERIFY(messages_.empty());
   }
@@ -151,14 +153,6 @@ class WindowTest : public QObject {
     std::string first;
     std::getline(in, first);
     QCOMPARE(first, std::string("  0\r"));
-  }
-
-  void restoreWithoutAChosenFileKeepsThePicture() {
-    auto w = makeWindow();
-    const Picture before = w->form().IPCH.picture();
-    action(*w, "Restormenu")->trigger();
-    QCOMPARE(w->form().IPCH.picture(), before);
-    QVERIFY(messages_.empty());
   }
 
   void splashShowsTheMainWindowAtTheFourthTick() {
