@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <thread>
 #include <vector>
 
 #include "base/errors.h"
@@ -63,9 +62,6 @@ TEST(StageChain, EachRefusalIsReportedWithItsStageAndReason) {
   const std::vector<Refusal> cases = {
       {"rescale past the surface limit", drawing(100, 80, 1), [](StageChain& c) { return c.rescale(3.0); },
        Stage::rescale, StageOutcome::Kind::refused, "over the limit"},
-      {"blur past the filter frame", makeFilledPicture(1502, 12, kWhite),
-       [](StageChain& c) { return c.run(Stage::rescale, {}).back(); }, Stage::blur, StageOutcome::Kind::refused,
-       "1501"},
       {"black and white past 1500", makeFilledPicture(12, 1501, kWhite),
        [&](StageChain& c) { return c.run(Stage::rescale, noBlur).back(); }, Stage::threshold,
        StageOutcome::Kind::refused, "1500"},
@@ -123,32 +119,6 @@ TEST(StageChain, RunStopsAtTheFirstStageThatIsNotDoneAndRerunsFromAnyStage) {
   EXPECT_EQ(std::vector<LineRecord>(again.begin(), again.end() - 1),
             std::vector<LineRecord>(coarse.begin(), coarse.end() - 1));
   EXPECT_NE(again.back(), coarse.back());
-}
-
-// Chains with contexts of their own share nothing: on two threads at once
-// they give the drawings that one chain gives run after run.
-TEST(StageChain, ChainsOnTwoThreadsGiveTheDrawingsOfOneChainRunTwice) {
-  const Picture pictures[2] = {drawing(260, 200, 11), drawing(240, 220, 12)};
-  StageParams params;
-  params.blurRuns = 2;
-  params.reorder = true;
-  auto drawingOf = [&](const Picture& picture) {
-    QuietHost host;
-    RasterContext context;
-    StageChain chain(context, host);
-    chain.original.setPicture(picture);
-    for (int i = 0; i < 2; ++i) chain.run(Stage::rescale, params);  // the second run meets a used store
-    return segments(chain.session);
-  };
-  const std::vector<LineRecord> alone[2] = {drawingOf(pictures[0]), drawingOf(pictures[1])};
-  std::vector<LineRecord> together[2];
-  std::thread first([&] { together[0] = drawingOf(pictures[0]); });
-  std::thread second([&] { together[1] = drawingOf(pictures[1]); });
-  first.join();
-  second.join();
-  EXPECT_GT(alone[0].size(), 10U);
-  EXPECT_EQ(together[0], alone[0]);
-  EXPECT_EQ(together[1], alone[1]);
 }
 
 TEST(Preview, DrawsEveryRecordScaledInRedWithTheHookAfterEachLine) {
