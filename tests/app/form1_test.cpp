@@ -231,11 +231,6 @@ TEST_F(Form1Test, ATextThreeThatIsNoWholeNumberLeavesTheDrawingAlone) {
     EXPECT_EQ(form.session.ChainTable.count(), lines);
     EXPECT_EQ(form.Picture1.Image()->pixels(), shown->pixels());
   }
-  form.Text3.Text = " 40 ";
-  ASSERT_TRUE(form.click("Command15"));
-  EXPECT_EQ(form.session.GeneralizeTolerance, 40);
-  EXPECT_LE(form.session.ChainTable.count(), lines) << "a larger tolerance keeps no more vertices";
-  EXPECT_EQ(form.stage(), 11);
 }
 
 TEST_F(Form1Test, TheSideChainRunsFromThinningToTheDrawing) {
