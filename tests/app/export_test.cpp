@@ -2,35 +2,17 @@
 
 #include <filesystem>
 #include <fstream>
-#include <random>
-#include <sstream>
 #include <string>
 
+#include "../temp_files.h"
 #include "app/form1.h"
 #include "scripted_platform.h"
 
 namespace quern {
 namespace {
 
-// A folder of its own for one test, removed with everything in it.
-struct TempFolder {
-  std::filesystem::path path =
-      std::filesystem::temp_directory_path() / ("quern-export-" + std::to_string(std::random_device()()));
-  TempFolder() { std::filesystem::create_directories(path); }
-  ~TempFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path, ignored);
-  }
-  std::string file(const std::string& name) const { return (path / name).string(); }
-  long entries() const { return std::distance(std::filesystem::directory_iterator(path), {}); }
-};
-
-std::string readAll(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
+using testing::readAll;
+using testing::TempFolder;
 
 TEST(ExportImageClick, WritesOverTheFileSaysDoneAndNamesItAndACancelDoesNothing) {
   TempFolder folder;

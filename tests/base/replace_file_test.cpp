@@ -10,9 +10,8 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <random>
-#include <sstream>
 
+#include "../temp_files.h"
 #include "../unprivileged.h"
 #include "base/errors.h"
 
@@ -21,12 +20,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string readAll(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
 void writeText(const fs::path& path, const std::string& text, mode_t mode) {
   std::ofstream(path, std::ios::binary) << text;
   ::chmod(path.c_str(), mode);
@@ -51,23 +44,9 @@ std::string attempt(const fs::path& path, const std::string& content) {
   return "";
 }
 
-// A folder that anyone may use, removed with everything in it.
-struct Folder {
-  fs::path path = fs::temp_directory_path() / ("quern-replace-" + std::to_string(std::random_device()()));
-  Folder() {
-    fs::create_directories(path);
-    ::chmod(path.c_str(), 0777);
-  }
-  ~Folder() {
-    ::chmod(path.c_str(), 0777);
-    std::error_code ignored;
-    fs::remove_all(path, ignored);
-  }
-  fs::path operator/(const char* name) const { return path / name; }
-  long entries() const { return std::distance(fs::directory_iterator(path), {}); }
-};
-
 using testing::asUnprivileged;
+using testing::readAll;
+using Folder = testing::TempFolder;
 
 TEST(ReplaceFile, WritesWhatTheNameMeansAndKeepsLinksAndModes) {
   Folder f;

@@ -5,27 +5,6 @@
 namespace quern {
 namespace {
 
-TEST(BatchArgs, ValuesBecomeScrollBarPositions) {
-  const BatchParse p = parseBatchArgs({"--scale", "0.5", "--blur", "0", "--threshold", "128", "--tolerance", "30",
-                                       "--reorder", "--no-original", "--preview", "p.png", "in.gif", "out.dxf"});
-  ASSERT_TRUE(p.args) << p.error;
-  EXPECT_EQ(p.args->scale, 50);
-  EXPECT_EQ(p.args->blur, 0);
-  EXPECT_EQ(p.args->threshold, 128);
-  EXPECT_EQ(p.args->tolerance, 30);
-  EXPECT_TRUE(p.args->reorder);
-  EXPECT_TRUE(p.args->noOriginal);
-  EXPECT_EQ(p.args->preview, "p.png");
-  EXPECT_EQ(p.args->picture, "in.gif");
-  EXPECT_EQ(p.args->drawing, "out.dxf");
-
-  const BatchParse only = parseBatchArgs({"out.dxf"});
-  ASSERT_TRUE(only.args);
-  EXPECT_EQ(only.args->picture, std::nullopt);
-  EXPECT_EQ(only.args->scale, 100);
-  EXPECT_EQ(only.args->threshold, 200);
-}
-
 TEST(BatchArgs, OutOfRangeAndMalformedArgumentsAreRefused) {
   const std::vector<std::vector<std::string>> bad = {
       {},

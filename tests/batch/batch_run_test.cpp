@@ -3,29 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <random>
-#include <sstream>
+
+#include "../temp_files.h"
 
 namespace quern {
 namespace {
 
-std::string readAll(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-struct TempFolder {
-  std::filesystem::path path =
-      std::filesystem::temp_directory_path() / ("quern-batch-" + std::to_string(std::random_device()()));
-  TempFolder() { std::filesystem::create_directories(path); }
-  ~TempFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path, ignored);
-  }
-};
+using testing::readAll;
+using testing::TempFolder;
 
 // Pictures converted on two threads at once, each in a chain of its own,
 // give the drawings that one at a time gives; a picture that fails among

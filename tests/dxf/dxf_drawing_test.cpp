@@ -2,24 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-#include <random>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "../temp_files.h"
 #include "dxf/dxf_writer.h"
 
 namespace quern {
 namespace {
-
-std::string readAll(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
 
 RecordTable tableOf(const std::vector<LineRecord>& records, Int32 count) {
   RecordTable t("ChainTable");
@@ -29,9 +19,7 @@ RecordTable tableOf(const std::vector<LineRecord>& records, Int32 count) {
 }
 
 TEST(WriteDxfDrawing, DefaultOptionsWriteTheBytesOfWriteDxfFile) {
-  const std::filesystem::path folder =
-      std::filesystem::temp_directory_path() / ("quern-dxf-drawing-" + std::to_string(std::random_device()()));
-  std::filesystem::create_directories(folder);
+  const testing::TempFolder folder;
   const LineRecord sep{-1, -1, -1, -1, 0};
   const std::vector<RecordTable> tables = {
       tableOf({}, 0),
@@ -43,13 +31,12 @@ TEST(WriteDxfDrawing, DefaultOptionsWriteTheBytesOfWriteDxfFile) {
       tableOf({{5, 5, 6, 6, 0}, sep, {7, 7, 8, 8, 0}}, 2),
   };
   for (std::size_t k = 0; k < tables.size(); ++k) {
-    const std::string a = (folder / ("today" + std::to_string(k) + ".dxf")).string();
-    const std::string b = (folder / ("options" + std::to_string(k) + ".dxf")).string();
+    const std::string a = folder.file("today" + std::to_string(k) + ".dxf");
+    const std::string b = folder.file("options" + std::to_string(k) + ".dxf");
     WriteDxfFile(a, tables[k]);
     writeDxfDrawing(b, tables[k], DrawingOptions{});
-    EXPECT_EQ(readAll(b), readAll(a)) << "table " << k;
+    EXPECT_EQ(testing::readAll(b), testing::readAll(a)) << "table " << k;
   }
-  std::filesystem::remove_all(folder);
 }
 
 TEST(DxfDrawing, ScalesBothAxesByOneFactorAndKeepsYTurned) {

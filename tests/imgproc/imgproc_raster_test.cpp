@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <numeric>
 #include <tuple>
 #include <vector>
 
@@ -12,30 +11,7 @@
 namespace quern {
 namespace {
 
-using testing::Rect;
 using testing::scratchEmpty;
-using testing::whiteWithBlack;
-
-TEST(Scalesign, OnePixelLinesSurviveAShrinkAndNothingElseGoesDark) {
-  for (const auto& [factor, column, row] : {std::tuple{0.5, 37, 41}, {0.5, 38, 40}, {0.1, 33, 59}, {0.25, 99, 0}}) {
-    ImgProc ipc;
-    ipc.setPicture(whiteWithBlack(100, 80, {Rect{column, 0, column + 1, 80}, Rect{0, row, 100, row + 1}}));
-    ipc.scalesign(factor);
-    const Picture out = ipc.picture();
-    const Int32 w = out->pixelWidth();
-    const Int32 h = out->pixelHeight();
-    std::vector<Int32> darkInRow(static_cast<std::size_t>(h)), darkInColumn(static_cast<std::size_t>(w));
-    for (Int32 i = 0; i < w * h; ++i) {
-      const bool dark = out->pixel(i % w, i / w) == kBlack;
-      darkInRow[static_cast<std::size_t>(i / w)] += dark;
-      darkInColumn[static_cast<std::size_t>(i % w)] += dark;
-    }
-    // Every row still crosses the vertical line and every column the horizontal one, once.
-    EXPECT_EQ(std::count(darkInRow.begin(), darkInRow.end(), 0), 0) << factor;
-    EXPECT_EQ(std::count(darkInColumn.begin(), darkInColumn.end(), 0), 0) << factor;
-    EXPECT_EQ(std::accumulate(darkInRow.begin(), darkInRow.end(), 0), w + h - 1) << factor;
-  }
-}
 
 TEST(Scalesign, SizesComeFromFloatProductsRoundedToEvenPixels) {
   // 0 both ways, 1 width, 2 height.

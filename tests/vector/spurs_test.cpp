@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -62,91 +63,56 @@ struct Pruned {
   }
 };
 
+// Rows of a picture joined by '/'.
+Picture rows(const std::string& joined) {
+  Picture out;
+  std::istringstream in(joined);
+  for (std::string row; std::getline(in, row, '/');) out.push_back(row);
+  return out;
+}
+
 TEST(PruneSpurs, SpursGoAndRealLinesStay) {
   struct Case {
     const char* name;
     Int32 minBranch;
     Int32 minChain;
-    Picture before;
-    Picture after;
+    std::string before;
+    std::string after;
     int chains;  // a line a spur no longer splits is one chain again
   };
+  const std::string stem = "#.../#.../#.../#.../#.../#.../";
+  const std::string bar = "#...#/#...#/#...#/#...#/#...#/#...#/";
+  const std::string corner =
+      "...#........../...#........../...#........../...#........../...#........../"
+      "...#........../...#........../...###########/";
   const Case cases[] = {
-      {"T: a short stem the walk took into the left arm's chain",
-       5,
-       0,
-       {"..........#.........",  //
-        "..........#.........",  //
-        "..........#.........",  //
-        "####################"},
-       {"....................",  //
-        "....................",  //
-        "....................",  //
-        "####################"},
+      {"T: a short stem the walk took into the left arm's chain", 5, 0,
+       "..........#........./..........#........./..........#........./####################",
+       "..................../..................../..................../####################", 1},
+      {"T: a short branch that is a chain of its own", 5, 0, stem + "####/" + stem, stem + "#.../" + stem, 1},
+      {"corner blob: the diagonal spur goes, the corner pixel stays", 5, 0, corner + "..#.........../.#............",
+       corner + "............../..............", 1},
+      {"L corner whose arms are two chains: a short arm is no spur", 5, 0, "####/" + stem, "####/" + stem, 2},
+      {"a short bar between two junctions stays", 5, 0, bar + "#####/" + bar, bar + "#####/" + bar, 3},
+      {"a Y on a stem: one twig goes, which leaves the stem and the other twig a spur", 8, 0,
+       ".........#...#........../..........#.#.........../...........#............/...........#............/"
+       "########################",
+       "......................../......................../......................../......................../"
+       "########################",
        1},
-      {"T: a short branch that is a chain of its own",
-       5,
-       0,
-       {"#...", "#...", "#...", "#...", "#...", "#...", "####", "#...", "#...", "#...", "#...", "#...", "#..."},
-       {"#...", "#...", "#...", "#...", "#...", "#...", "#...", "#...", "#...", "#...", "#...", "#...", "#..."},
-       1},
-      {"corner blob: the diagonal spur goes, the corner pixel stays",
-       5,
-       0,
-       {"...#..........", "...#..........", "...#..........", "...#..........", "...#..........", "...#..........",
-        "...#..........", "...###########", "..#...........", ".#............"},
-       {"...#..........", "...#..........", "...#..........", "...#..........", "...#..........", "...#..........",
-        "...#..........", "...###########", "..............", ".............."},
-       1},
-      {"L corner whose arms are two chains: a short arm is no spur",
-       5,
-       0,
-       {"####", "#...", "#...", "#...", "#...", "#...", "#..."},
-       {"####", "#...", "#...", "#...", "#...", "#...", "#..."},
-       2},
-      {"a short bar between two junctions stays",
-       5,
-       0,
-       {"#...#", "#...#", "#...#", "#...#", "#...#", "#...#", "#####", "#...#", "#...#", "#...#", "#...#", "#...#",
-        "#...#"},
-       {"#...#", "#...#", "#...#", "#...#", "#...#", "#...#", "#####", "#...#", "#...#", "#...#", "#...#", "#...#",
-        "#...#"},
-       3},
-      {"a Y on a stem: one twig goes, which leaves the stem and the other twig a spur",
-       8,
-       0,
-       {".........#...#..........",  //
-        "..........#.#...........",  //
-        "...........#............",  //
-        "...........#............",  //
-        "########################"},
-       {"........................",  //
-        "........................",  //
-        "........................",  //
-        "........................",  //
-        "########################"},
-       1},
-      {"a short line on its own is no spur", 50, 0, {"######"}, {"######"}, 1},
-      {"specks touching nothing go; longer lines and short ones that touch stay",
-       0,
-       4,
-       {"#.......####",  //
-        "###.........",  //
-        "#...........",  //
-        "#.....###..."},
-       {"#.......####",  //
-        "###.........",  //
-        "#...........",  //
-        "#..........."},
-       3},
+      {"a short line on its own is no spur", 50, 0, "######", "######", 1},
+      {"specks touching nothing go; longer lines and short ones that touch stay", 0, 4,
+       "#.......####/###........./#.........../#.....###...", "#.......####/###........./#.........../#...........", 3},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
-    const Pruned p(c.before, c.minBranch, c.minChain);
-    EXPECT_EQ(drawnChains(p.s.LineTable, c.after), c.after);
+    const Picture before = rows(c.before);
+    const Picture after = rows(c.after);
+    const Pruned p(before, c.minBranch, c.minChain);
+    EXPECT_EQ(drawnChains(p.s.LineTable, after), after);
     const auto records = testing::records(p.s.LineTable, 1, p.s.LineTable.count());
     EXPECT_EQ(std::count_if(records.begin(), records.end(), isSeparator), c.chains);
-    EXPECT_EQ(p.removed, static_cast<Int32>(pixelsOf(c.before).size() - pixelsOf(c.after).size()));
+    EXPECT_EQ(p.removed, static_cast<Int32>(pixelsOf(before).size() - pixelsOf(after).size()));
   }
 }
 
