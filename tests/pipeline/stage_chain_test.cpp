@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <thread>
 #include <vector>
 
 #include "base/errors.h"
@@ -99,6 +100,38 @@ TEST(StageChain, RunRunsEveryStageAndRerunsFromTheStageGiven) {
   params.tolerance = 1;
   ASSERT_EQ(chain.run(Stage::simplify, params).size(), 1U);
   EXPECT_GT(chain.session.ChainTable.count(), coarse) << "a finer tolerance keeps more";
+}
+
+std::vector<LineRecord> segments(const Session& s) {
+  std::vector<LineRecord> out;
+  for (Int32 i = 1; i <= s.ChainTable.count(); ++i) out.push_back(s.ChainTable[i]);
+  return out;
+}
+
+// Chains with contexts of their own share nothing: on two threads at once
+// they give the drawings that one chain gives run after run.
+TEST(StageChain, ChainsOnTwoThreadsGiveTheDrawingsOfOneChainRunTwice) {
+  const Picture pictures[2] = {drawing(260, 200, 11), drawing(240, 220, 12)};
+  StageParams params;
+  params.blurRuns = 2;
+  params.reorder = true;
+  auto drawingOf = [&](const Picture& picture) {
+    QuietHost host;
+    RasterContext context;
+    StageChain chain(context, host);
+    chain.original.setPicture(picture);
+    for (int i = 0; i < 2; ++i) chain.run(Stage::rescale, params);  // the second run meets a used store
+    return segments(chain.session);
+  };
+  const std::vector<LineRecord> alone[2] = {drawingOf(pictures[0]), drawingOf(pictures[1])};
+  std::vector<LineRecord> together[2];
+  std::thread first([&] { together[0] = drawingOf(pictures[0]); });
+  std::thread second([&] { together[1] = drawingOf(pictures[1]); });
+  first.join();
+  second.join();
+  EXPECT_GT(alone[0].size(), 10U);
+  EXPECT_EQ(together[0], alone[0]);
+  EXPECT_EQ(together[1], alone[1]);
 }
 
 TEST(Preview, DrawsEveryRecordScaledInRedWithTheHookAfterEachLine) {
