@@ -158,10 +158,20 @@ ThinOutcome ThinGrid::loadgrid(PictureBox& picture, Int16 width, Int16 height, R
       foreground_ += cells[x];
     }
   }
-  for (Int32 x = 0; x < width; ++x) {
-    std::uint8_t* column = byColumn_.data() + index(x, 0);
-    for (Int32 y = 0; y < height; ++y) column[y] = byRow_[static_cast<std::size_t>(y) * rowStride + x];
-    host.DoEvents();
+  // The column copy is made in tiles: a whole column at a time would touch
+  // one cache line per cell on a large picture.
+  constexpr Int32 kTile = 64;
+  for (Int32 x0 = 0; x0 < width; x0 += kTile) {
+    const Int32 x1 = std::min<Int32>(x0 + kTile, width);
+    for (Int32 y0 = 0; y0 < height; y0 += kTile) {
+      const Int32 y1 = std::min<Int32>(y0 + kTile, height);
+      for (Int32 x = x0; x < x1; ++x) {
+        std::uint8_t* column = byColumn_.data() + index(x, 0);
+        const std::uint8_t* from = byRow_.data() + x;
+        for (Int32 y = y0; y < y1; ++y) column[y] = from[static_cast<std::size_t>(y) * rowStride];
+      }
+    }
+    for (Int32 x = x0; x < x1; ++x) host.DoEvents();
   }
   return thingrid(picture, LineTable, host);
 }
@@ -215,17 +225,26 @@ bool ThinGrid::peelPass(Side side, Host& host) {
 
   bool armed = true;  // once per pass: a removal late in one line disarms the start of the next
   bool peeled = false;
+  bool scannedLast = false;  // whether line l - 1 was just scanned, so in cache
   for (Int32 l = 1; l < lines; ++l) {
     const auto at = static_cast<std::size_t>(l);
     Memo& m = memo[at];
     if (m.scannedAt > changed[at] && m.armedIn == armed) {
       armed = m.armedOut;
+      scannedLast = false;
       host.DoEvents();
       continue;
     }
     const std::int64_t now = ++tick_;
     const bool armedIn = armed;
     const std::uint8_t* line = grid + at * stride;
+    // The ring tests read the lines on both sides at scattered places; on a
+    // large grid those lines are out of cache unless asked for ahead.
+    for (std::size_t b = 0; b < stride; b += 64) {
+      __builtin_prefetch(line + stride + b);
+      if (!scannedLast) __builtin_prefetch(line - stride + b);
+    }
+    scannedLast = true;
     const auto tryPeel = [&](Int32 pos) {
       if (!mayGo(line + pos, stride)) return false;
       clear(byColumns ? l : pos, byColumns ? pos : l);
