@@ -150,14 +150,21 @@ ThinOutcome ThinGrid::loadgrid(PictureBox& picture, Int16 width, Int16 height, R
   const Int32 pw = picture.pixelWidth();
   const Int32 ph = picture.pixelHeight();
   const std::size_t rowStride = static_cast<std::size_t>(width) + 1;
-  for (Int32 y = 0; y < std::min<Int32>(height, ph); ++y) {
+  // Counted in a local: a store through the byte pointer could alias the
+  // member, which would keep the loop from being vectorised.
+  const Int32 rows = std::min<Int32>(height, ph);
+  const Int32 cols = std::min<Int32>(width, pw);
+  Int32 found = 0;
+  for (Int32 y = 0; y < rows; ++y) {
     const Colour* pixels = bits + static_cast<std::size_t>(y) * pw;
     std::uint8_t* cells = byRow_.data() + static_cast<std::size_t>(y) * rowStride;
-    for (Int32 x = 0; x < std::min<Int32>(width, pw); ++x) {
-      cells[x] = redOf(pixels[x]) == 0 ? 1 : 0;
-      foreground_ += cells[x];
+    for (Int32 x = 0; x < cols; ++x) {
+      const std::uint8_t cell = redOf(pixels[x]) == 0 ? 1 : 0;
+      cells[x] = cell;
+      found += cell;
     }
   }
+  foreground_ = found;
   // The column copy is made in tiles: a whole column at a time would touch
   // one cache line per cell on a large picture.
   constexpr Int32 kTile = 64;
