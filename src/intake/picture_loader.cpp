@@ -16,6 +16,7 @@
 #include <system_error>
 #include <vector>
 
+#include "intake/bmp_reader.h"
 #include "intake/picture_format.h"
 #include "base/errors.h"
 #include "surface/picture_box.h"
@@ -137,6 +138,9 @@ Picture decodePictureFile(const unsigned char* data, std::size_t size, const std
   checkClaim(what, shape.width, shape.height, maxPixels);
   if (!shape.problem.empty())
     refuse(what, std::string("not a complete ") + kindName(shape.kind) + " picture: " + shape.problem);
+  if (shape.kind == PictureKind::Bmp) {
+    if (std::optional<Picture> plain = readPlainBmp(data, size)) return *std::move(plain);
+  }
   return readBytes(data, size, what, readerFormat(shape.kind), maxPixels);
 }
 
