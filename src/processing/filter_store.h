@@ -67,7 +67,8 @@ class FilterStore {
 
  private:
   struct Free {
-    void operator()(Colour* p) const;
+    std::size_t bytes;  // of the block, which allocateZeroed gave
+    void operator()(Colour* p) const noexcept;
   };
   void growTo(Int32 width, Int32 height);
 
