@@ -14,15 +14,16 @@ namespace {
 RecordTable::Records zeroedRecords(Int32 lastRecord) {
   if (lastRecord < 0) throw IndexError("a line table needs at least its head record");
   const std::size_t bytes = (static_cast<std::size_t>(lastRecord) + 1) * sizeof(LineRecord);
-  void* p = allocateZeroed(bytes);
+  std::size_t mapped = 0;
+  void* p = allocateZeroed(bytes, mapped);
   if (p == nullptr) throw std::bad_alloc();
-  return RecordTable::Records(static_cast<LineRecord*>(p), RecordTable::FreeRecords{bytes});
+  return RecordTable::Records(static_cast<LineRecord*>(p), RecordTable::FreeRecords{mapped});
 }
 
 }  // namespace
 
 void RecordTable::FreeRecords::operator()(LineRecord* p) const noexcept {
-  freeZeroed(p, bytes);
+  freeZeroed(p, mapped);
 }
 
 RecordTable::RecordTable(std::string name, Int32 lastRecord)

@@ -74,7 +74,7 @@ class RecordTable {
   bool reserve(Int32 lastRecord);
 
   struct FreeRecords {
-    std::size_t bytes;  // of the block, which allocateZeroed gave
+    std::size_t mapped;  // as allocateZeroed gave it
     void operator()(LineRecord* p) const noexcept;
   };
   using Records = std::unique_ptr<LineRecord[], FreeRecords>;

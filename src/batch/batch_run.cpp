@@ -8,7 +8,9 @@
 #include <thread>
 
 #include "base/errors.h"
+#include "base/zeroed_memory.h"
 #include "base/number_text.h"
+#include "base/zeroed_memory.h"
 #include "batch/progress.h"
 #include "dxf/dxf_drawing.h"
 #include "dxf/dxf_writer.h"
@@ -78,7 +80,8 @@ StageParams paramsOf(const BatchArgs& args) {
 void writePreview(const StageChain& chain, Int32 w, Int32 h, float factor, bool keepOriginal, const std::string& path) {
   PictureBox box(static_cast<float>(kTwipsPerPixel), 0);
   layOutPreview(box, w, h);
-  if (keepOriginal) box.PaintPicture(chain.original.picture(), 0.0F, 0.0F, static_cast<float>(w), static_cast<float>(h));
+  if (keepOriginal)
+    box.PaintPicture(chain.original.picture(), 0.0F, 0.0F, static_cast<float>(w), static_cast<float>(h));
   drawSegments(chain.session.ChainTable, box, factor);
   saveBitmapPng(box, path);
 }
@@ -119,9 +122,8 @@ std::string describe(const BatchArgs& args, const StageOutcome& o) {
 
 }  // namespace
 
-BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture,
-                           const std::string& drawing, const std::optional<std::string>& preview,
-                           ProgressLine* progress) {
+BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
+                           const std::optional<std::string>& preview, ProgressLine* progress) {
   const auto started = std::chrono::steady_clock::now();
   BatchResult result;
   result.picture = picture.value_or("");
@@ -209,8 +211,9 @@ std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) 
     }
   };
   const unsigned cores = std::max(1U, std::thread::hardware_concurrency());
-  const std::size_t jobs = std::min<std::size_t>(args.jobs > 0 ? static_cast<std::size_t>(args.jobs) : cores,
-                                                 args.pictures.size());
+  const std::size_t jobs =
+      std::min<std::size_t>(args.jobs > 0 ? static_cast<std::size_t>(args.jobs) : cores, args.pictures.size());
+  if (jobs > 1) setMapLargeBlocks(false);
   std::vector<std::thread> workers;
   for (std::size_t j = 1; j < jobs; ++j) workers.emplace_back(work);
   if (progress) {

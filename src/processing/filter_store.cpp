@@ -12,7 +12,7 @@
 namespace quern {
 
 void FilterStore::Free::operator()(Colour* p) const noexcept {
-  freeZeroed(p, bytes);
+  freeZeroed(p, mapped);
 }
 
 FilterStore::FilterStore(Int32 frame, bool grows) : frameWidth_(frame), frameHeight_(frame), grows_(grows) {}
@@ -29,7 +29,9 @@ FilterStore::Record FilterStore::atChecked(Int32 y, Int32 x) const {
 void FilterStore::growTo(Int32 width, Int32 height) {
   // Zeroed memory from the system costs nothing until a load writes to it.
   const std::size_t bytes = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * sizeof(Colour);
-  std::unique_ptr<Colour[], Free> fresh(static_cast<Colour*>(allocateZeroed(bytes)), Free{bytes});
+  std::size_t mapped = 0;
+  auto* block = static_cast<Colour*>(allocateZeroed(bytes, mapped));
+  std::unique_ptr<Colour[], Free> fresh(block, Free{mapped});
   if (!fresh) {
     throw LimitError("Out of memory: the filter store cannot take " + std::to_string(width) + " by " +
                      std::to_string(height) + " pixels");

@@ -67,7 +67,7 @@ class FilterStore {
 
  private:
   struct Free {
-    std::size_t bytes;  // of the block, which allocateZeroed gave
+    std::size_t mapped;  // as allocateZeroed gave it
     void operator()(Colour* p) const noexcept;
   };
   void growTo(Int32 width, Int32 height);
