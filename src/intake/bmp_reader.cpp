@@ -2,6 +2,8 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
+#include <memory>
 
 namespace quern {
 
@@ -26,6 +28,24 @@ void unpackIndexed(const unsigned char* in, Colour* out, std::int64_t w, const s
     for (int k = 0; k < perByte; ++k) out[k] = palette[(byte >> (8 - Bits * (k + 1))) & mask];
   }
   for (int k = 0; k < w % perByte; ++k) out[k] = palette[(in[whole] >> (8 - Bits * (k + 1))) & mask];
+}
+
+// Line drawings are mostly one-bit files: the eight pixels of each byte value
+// are worked out once a picture and copied whole.
+using EightPixels = std::array<std::array<Colour, 8>, 256>;
+
+EightPixels eightPixels(Colour clear, Colour set) {
+  EightPixels eight{};
+  for (unsigned byte = 0; byte < 256; ++byte) {
+    for (unsigned k = 0; k < 8; ++k) eight[byte][k] = (byte << k & 0x80U) != 0 ? set : clear;
+  }
+  return eight;
+}
+
+void unpackOneBit(const unsigned char* in, Colour* out, std::int64_t w, const EightPixels& eight) {
+  const std::int64_t whole = w / 8;
+  for (std::int64_t i = 0; i < whole; ++i, out += 8) std::memcpy(out, eight[in[i]].data(), sizeof eight[0]);
+  for (int k = 0; k < w % 8; ++k) out[k] = eight[in[whole]][static_cast<std::size_t>(k)];
 }
 
 }  // namespace
@@ -63,12 +83,13 @@ std::optional<Picture> readPlainBmp(const unsigned char* data, std::size_t size)
 
   const std::int64_t area = w * h;
   PixelBuffer pixels = allocatePixels(area, area);
+  const auto eight = bpp == 1 ? std::make_unique<EightPixels>(eightPixels(palette[0], palette[1])) : nullptr;
   for (std::int64_t row = 0; row < h; ++row) {
     const unsigned char* in = data + offBits + row * stride;
     Colour* out = pixels.get() + (topDown ? row : h - 1 - row) * w;
     switch (bpp) {
       case 1:
-        unpackIndexed<1>(in, out, w, palette);
+        unpackOneBit(in, out, w, *eight);
         break;
       case 4:
         unpackIndexed<4>(in, out, w, palette);
