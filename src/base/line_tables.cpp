@@ -5,21 +5,25 @@
 #include <new>
 #include <utility>
 
+#include "base/zeroed_memory.h"
+
 namespace quern {
 
 namespace {
 
-LineRecord* zeroedRecords(Int32 lastRecord) {
+RecordTable::Records zeroedRecords(Int32 lastRecord) {
   if (lastRecord < 0) throw IndexError("a line table needs at least its head record");
-  void* p = std::calloc(static_cast<std::size_t>(lastRecord) + 1, sizeof(LineRecord));
+  const std::size_t bytes = (static_cast<std::size_t>(lastRecord) + 1) * sizeof(LineRecord);
+  std::size_t mapped = 0;
+  void* p = allocateZeroed(bytes, mapped);
   if (p == nullptr) throw std::bad_alloc();
-  return static_cast<LineRecord*>(p);
+  return RecordTable::Records(static_cast<LineRecord*>(p), RecordTable::FreeRecords{mapped});
 }
 
 }  // namespace
 
 void RecordTable::FreeRecords::operator()(LineRecord* p) const noexcept {
-  std::free(p);
+  freeZeroed(p, mapped);
 }
 
 RecordTable::RecordTable(std::string name, Int32 lastRecord)
@@ -50,7 +54,7 @@ RecordTable& RecordTable::operator=(RecordTable&& other) noexcept {
 bool RecordTable::reserve(Int32 lastRecord) {
   if (lastRecord <= lastRecord_) return true;
   if (!growable_) return false;
-  std::unique_ptr<LineRecord[], FreeRecords> more(zeroedRecords(lastRecord));
+  Records more = zeroedRecords(lastRecord);
   std::memcpy(more.get(), records_.get(), (static_cast<std::size_t>(lastRecord_) + 1) * sizeof(LineRecord));
   records_ = std::move(more);
   lastRecord_ = lastRecord;

@@ -23,7 +23,7 @@ struct LineRecord {
   friend bool operator==(const LineRecord&, const LineRecord&) = default;
 };
 
-// Records live in zeroed memory from calloc and are copied as bytes.
+// Records live in zeroed memory and are copied as bytes.
 static_assert(std::is_trivially_copyable_v<LineRecord> && std::is_trivially_destructible_v<LineRecord>);
 
 inline constexpr float kSeparator = -1.0F;
@@ -37,7 +37,7 @@ inline bool isSeparator(const LineRecord& r) {
 // 0 is the head and holds the count. Nothing clears a table as a whole: passes
 // reset the count and overwrite from record 1.
 //
-// The records come from calloc: the system hands out zeroed pages lazily, so a
+// The records come zeroed from the system, which hands out pages lazily, so a
 // fresh table costs next to nothing until records are written, and a fresh
 // record reads as all zeros, which is what an untouched record must hold.
 class RecordTable {
@@ -73,11 +73,13 @@ class RecordTable {
   // and nothing changed, for a table that may not grow that far.
   bool reserve(Int32 lastRecord);
 
- private:
   struct FreeRecords {
+    std::size_t mapped;  // as allocateZeroed gave it
     void operator()(LineRecord* p) const noexcept;
   };
+  using Records = std::unique_ptr<LineRecord[], FreeRecords>;
 
+ private:
   std::size_t checkIndex(Int32 i) const {
     if (!holds(i)) throwOutOfRange(i);
     return static_cast<std::size_t>(i);
@@ -87,7 +89,7 @@ class RecordTable {
   std::string name_;
   Int32 lastRecord_;
   bool growable_ = false;
-  std::unique_ptr<LineRecord[], FreeRecords> records_;
+  Records records_;
 };
 
 struct PolyPoint {

@@ -4,13 +4,15 @@
 #include <cmath>
 #include <cstdlib>
 #include <string>
+#include <utility>
 
 #include "base/errors.h"
+#include "base/zeroed_memory.h"
 
 namespace quern {
 
-void FilterStore::Free::operator()(Colour* p) const {
-  std::free(p);
+void FilterStore::Free::operator()(Colour* p) const noexcept {
+  freeZeroed(p, mapped);
 }
 
 FilterStore::FilterStore(Int32 frame, bool grows) : frameWidth_(frame), frameHeight_(frame), grows_(grows) {}
@@ -26,17 +28,20 @@ FilterStore::Record FilterStore::atChecked(Int32 y, Int32 x) const {
 
 void FilterStore::growTo(Int32 width, Int32 height) {
   // Zeroed memory from the system costs nothing until a load writes to it.
-  auto* fresh = static_cast<Colour*>(std::calloc(static_cast<std::size_t>(width) * height, sizeof(Colour)));
+  const std::size_t bytes = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * sizeof(Colour);
+  std::size_t mapped = 0;
+  auto* block = static_cast<Colour*>(allocateZeroed(bytes, mapped));
+  std::unique_ptr<Colour[], Free> fresh(block, Free{mapped});
   if (!fresh) {
     throw LimitError("Out of memory: the filter store cannot take " + std::to_string(width) + " by " +
                      std::to_string(height) + " pixels");
   }
   if (colours_) {
     for (Int32 y = 0; y < frameHeight_; ++y) {
-      std::copy_n(row(y), frameWidth_, fresh + static_cast<std::size_t>(y) * width);
+      std::copy_n(row(y), frameWidth_, fresh.get() + static_cast<std::size_t>(y) * width);
     }
   }
-  colours_.reset(fresh);
+  colours_ = std::move(fresh);
   frameWidth_ = width;
   frameHeight_ = height;
 }

@@ -67,7 +67,8 @@ class FilterStore {
 
  private:
   struct Free {
-    void operator()(Colour* p) const;
+    std::size_t mapped;  // as allocateZeroed gave it
+    void operator()(Colour* p) const noexcept;
   };
   void growTo(Int32 width, Int32 height);
 

@@ -5,6 +5,10 @@
 #include <cstring>
 #include <string>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace quern {
 
 namespace {
@@ -52,6 +56,24 @@ Int32 seek(const std::uint8_t* line, Int32 pos, Int32 stop, std::uint8_t v) {
   static_assert(std::endian::native == std::endian::little);
   const std::uint64_t flip = v ? 0 : 0x0101010101010101ULL;
   std::uint64_t word = 0;
+#ifdef __SSE2__
+  // Sixteen at a time where the vector unit is there for it: one compare gives
+  // a bit for every cell that holds v.
+  const __m128i want = _mm_set1_epi8(static_cast<char>(v));
+  if constexpr (Backward) {
+    for (; pos - 15 > stop; pos -= 16) {
+      const __m128i cells = _mm_loadu_si128(reinterpret_cast<const __m128i*>(line + pos - 15));
+      const auto hits = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(cells, want)));
+      if (hits) return pos - 15 + (31 - std::countl_zero(hits));
+    }
+  } else {
+    for (; pos + 16 <= stop; pos += 16) {
+      const __m128i cells = _mm_loadu_si128(reinterpret_cast<const __m128i*>(line + pos));
+      const auto hits = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(cells, want)));
+      if (hits) return pos + std::countr_zero(hits);
+    }
+  }
+#endif
   if constexpr (Backward) {
     for (; pos - 7 > stop; pos -= 8) {
       std::memcpy(&word, line + pos - 7, sizeof word);
@@ -150,18 +172,35 @@ ThinOutcome ThinGrid::loadgrid(PictureBox& picture, Int16 width, Int16 height, R
   const Int32 pw = picture.pixelWidth();
   const Int32 ph = picture.pixelHeight();
   const std::size_t rowStride = static_cast<std::size_t>(width) + 1;
-  for (Int32 y = 0; y < std::min<Int32>(height, ph); ++y) {
+  // Counted in a local: a store through the byte pointer could alias the
+  // member, which would keep the loop from being vectorised.
+  const Int32 rows = std::min<Int32>(height, ph);
+  const Int32 cols = std::min<Int32>(width, pw);
+  Int32 found = 0;
+  for (Int32 y = 0; y < rows; ++y) {
     const Colour* pixels = bits + static_cast<std::size_t>(y) * pw;
     std::uint8_t* cells = byRow_.data() + static_cast<std::size_t>(y) * rowStride;
-    for (Int32 x = 0; x < std::min<Int32>(width, pw); ++x) {
-      cells[x] = redOf(pixels[x]) == 0 ? 1 : 0;
-      foreground_ += cells[x];
+    for (Int32 x = 0; x < cols; ++x) {
+      const std::uint8_t cell = redOf(pixels[x]) == 0 ? 1 : 0;
+      cells[x] = cell;
+      found += cell;
     }
   }
-  for (Int32 x = 0; x < width; ++x) {
-    std::uint8_t* column = byColumn_.data() + index(x, 0);
-    for (Int32 y = 0; y < height; ++y) column[y] = byRow_[static_cast<std::size_t>(y) * rowStride + x];
-    host.DoEvents();
+  foreground_ = found;
+  // The column copy is made in tiles: a whole column at a time would touch
+  // one cache line per cell on a large picture.
+  constexpr Int32 kTile = 64;
+  for (Int32 x0 = 0; x0 < width; x0 += kTile) {
+    const Int32 x1 = std::min<Int32>(x0 + kTile, width);
+    for (Int32 y0 = 0; y0 < height; y0 += kTile) {
+      const Int32 y1 = std::min<Int32>(y0 + kTile, height);
+      for (Int32 x = x0; x < x1; ++x) {
+        std::uint8_t* column = byColumn_.data() + index(x, 0);
+        const std::uint8_t* from = byRow_.data() + x;
+        for (Int32 y = y0; y < y1; ++y) column[y] = from[static_cast<std::size_t>(y) * rowStride];
+      }
+    }
+    for (Int32 x = x0; x < x1; ++x) host.DoEvents();
   }
   return thingrid(picture, LineTable, host);
 }
@@ -215,17 +254,26 @@ bool ThinGrid::peelPass(Side side, Host& host) {
 
   bool armed = true;  // once per pass: a removal late in one line disarms the start of the next
   bool peeled = false;
+  bool scannedLast = false;  // whether line l - 1 was just scanned, so in cache
   for (Int32 l = 1; l < lines; ++l) {
     const auto at = static_cast<std::size_t>(l);
     Memo& m = memo[at];
     if (m.scannedAt > changed[at] && m.armedIn == armed) {
       armed = m.armedOut;
+      scannedLast = false;
       host.DoEvents();
       continue;
     }
     const std::int64_t now = ++tick_;
     const bool armedIn = armed;
     const std::uint8_t* line = grid + at * stride;
+    // The ring tests read the lines on both sides at scattered places; on a
+    // large grid those lines are out of cache unless asked for ahead.
+    for (std::size_t b = 0; b < stride; b += 64) {
+      __builtin_prefetch(line + stride + b);
+      if (!scannedLast) __builtin_prefetch(line - stride + b);
+    }
+    scannedLast = true;
     const auto tryPeel = [&](Int32 pos) {
       if (!mayGo(line + pos, stride)) return false;
       clear(byColumns ? l : pos, byColumns ? pos : l);

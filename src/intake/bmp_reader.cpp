@@ -1,0 +1,108 @@
+#include "intake/bmp_reader.h"
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+
+namespace quern {
+
+namespace {
+
+std::uint32_t le16(const unsigned char* p) {
+  return static_cast<std::uint32_t>(p[0]) | static_cast<std::uint32_t>(p[1]) << 8;
+}
+
+std::uint32_t le32(const unsigned char* p) {
+  return le16(p) | le16(p + 2) << 16;
+}
+
+// A byte at a time: the pixels of all whole bytes, then those of the last.
+template <int Bits>
+void unpackIndexed(const unsigned char* in, Colour* out, std::int64_t w, const std::array<Colour, 256>& palette) {
+  constexpr int perByte = 8 / Bits;
+  constexpr unsigned mask = (1U << Bits) - 1;
+  const std::int64_t whole = w / perByte;
+  for (std::int64_t i = 0; i < whole; ++i, out += perByte) {
+    const unsigned byte = in[i];
+    for (int k = 0; k < perByte; ++k) out[k] = palette[(byte >> (8 - Bits * (k + 1))) & mask];
+  }
+  for (int k = 0; k < w % perByte; ++k) out[k] = palette[(in[whole] >> (8 - Bits * (k + 1))) & mask];
+}
+
+// Line drawings are mostly one-bit files: the eight pixels of each byte value
+// are worked out once a picture and copied whole.
+using EightPixels = std::array<std::array<Colour, 8>, 256>;
+
+EightPixels eightPixels(Colour clear, Colour set) {
+  EightPixels eight{};
+  for (unsigned byte = 0; byte < 256; ++byte) {
+    for (unsigned k = 0; k < 8; ++k) eight[byte][k] = (byte << k & 0x80U) != 0 ? set : clear;
+  }
+  return eight;
+}
+
+void unpackOneBit(const unsigned char* in, Colour* out, std::int64_t w, const EightPixels& eight) {
+  const std::int64_t whole = w / 8;
+  for (std::int64_t i = 0; i < whole; ++i, out += 8) std::memcpy(out, eight[in[i]].data(), sizeof eight[0]);
+  for (int k = 0; k < w % 8; ++k) out[k] = eight[in[whole]][static_cast<std::size_t>(k)];
+}
+
+}  // namespace
+
+std::optional<Picture> readPlainBmp(const unsigned char* data, std::size_t size) {
+  if (size < 54 || data[0] != 'B' || data[1] != 'M') return std::nullopt;
+  const std::uint32_t offBits = le32(data + 10);
+  const std::uint32_t dibSize = le32(data + 14);
+  if (dibSize < 40 || dibSize > size - 14) return std::nullopt;
+  const auto w = static_cast<std::int64_t>(static_cast<std::int32_t>(le32(data + 18)));
+  const auto rawHeight = static_cast<std::int64_t>(static_cast<std::int32_t>(le32(data + 22)));
+  const std::uint32_t planes = le16(data + 26);
+  const std::uint32_t bpp = le16(data + 28);
+  const std::uint32_t compression = le32(data + 30);
+  const std::uint32_t used = le32(data + 46);
+  const bool topDown = rawHeight < 0;
+  const std::int64_t h = topDown ? -rawHeight : rawHeight;
+  if (planes != 1 || compression != 0 || w <= 0 || h <= 0 || w > 0x7fff'ffff || h > 0x7fff'ffff) return std::nullopt;
+  if (bpp != 1 && bpp != 4 && bpp != 8 && bpp != 24) return std::nullopt;
+
+  std::array<Colour, 256> palette{};
+  if (bpp <= 8) {
+    // A short palette leaves indices without a colour: the general reader decides those.
+    const std::uint32_t colours = 1U << bpp;
+    if (used != 0 && used != colours) return std::nullopt;
+    const std::size_t at = 14 + static_cast<std::size_t>(dibSize);
+    if (at + 4 * static_cast<std::size_t>(colours) > offBits) return std::nullopt;
+    for (std::uint32_t i = 0; i < colours; ++i) {
+      const unsigned char* c = data + at + 4 * i;
+      palette[i] = rgb(c[2], c[1], c[0]);
+    }
+  }
+  const std::int64_t stride = (w * bpp + 31) / 32 * 4;
+  if (offBits > size || stride * h > static_cast<std::int64_t>(size - offBits)) return std::nullopt;
+
+  const std::int64_t area = w * h;
+  PixelBuffer pixels = allocatePixels(area, area);
+  const auto eight = bpp == 1 ? std::make_unique<EightPixels>(eightPixels(palette[0], palette[1])) : nullptr;
+  for (std::int64_t row = 0; row < h; ++row) {
+    const unsigned char* in = data + offBits + row * stride;
+    Colour* out = pixels.get() + (topDown ? row : h - 1 - row) * w;
+    switch (bpp) {
+      case 1:
+        unpackOneBit(in, out, w, *eight);
+        break;
+      case 4:
+        unpackIndexed<4>(in, out, w, palette);
+        break;
+      case 8:
+        for (std::int64_t x = 0; x < w; ++x) out[x] = palette[in[x]];
+        break;
+      default:
+        for (std::int64_t x = 0; x < w; ++x) out[x] = rgb(in[3 * x + 2], in[3 * x + 1], in[3 * x]);
+        break;
+    }
+  }
+  return makePicture(static_cast<Int32>(w), static_cast<Int32>(h), std::move(pixels));
+}
+
+}  // namespace quern

@@ -1,0 +1,100 @@
+#include "intake/bmp_reader.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <vector>
+
+#include "intake/picture_loader.h"
+
+namespace quern {
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+void put16(Bytes& b, unsigned v) {
+  b.push_back(static_cast<unsigned char>(v & 0xFF));
+  b.push_back(static_cast<unsigned char>(v >> 8 & 0xFF));
+}
+void put32(Bytes& b, std::uint32_t v) {
+  put16(b, v & 0xFFFF);
+  put16(b, v >> 16);
+}
+
+struct BmpCase {
+  const char* name;
+  unsigned bpp;
+  std::int32_t w;
+  std::int32_t h;  // negative: rows from the top
+  std::uint32_t compression = 0;
+  std::uint32_t used = 0;  // palette colours claimed, 0 for all
+  unsigned dibSize = 40;
+};
+
+// A BMP of random pixels and a random palette whose spare byte is not zero.
+Bytes makeBmp(const BmpCase& c, unsigned seed) {
+  std::mt19937 random(seed);
+  const unsigned colours = c.bpp <= 8 ? (c.used != 0 ? c.used : 1U << c.bpp) : 0;
+  const std::uint32_t offBits = 14 + c.dibSize + 4 * colours;
+  const std::int64_t stride = (static_cast<std::int64_t>(c.w) * c.bpp + 31) / 32 * 4;
+  const auto pixelBytes = static_cast<std::uint32_t>(stride * (c.h < 0 ? -c.h : c.h));
+  Bytes b = {'B', 'M'};
+  put32(b, offBits + pixelBytes);
+  put32(b, 0);
+  put32(b, offBits);
+  put32(b, c.dibSize);
+  put32(b, static_cast<std::uint32_t>(c.w));
+  put32(b, static_cast<std::uint32_t>(c.h));
+  put16(b, 1);
+  put16(b, c.bpp);
+  put32(b, c.compression);
+  put32(b, pixelBytes);
+  put32(b, 2835);
+  put32(b, 2835);
+  put32(b, c.used);
+  put32(b, 0);
+  b.resize(14 + c.dibSize, 0);
+  for (unsigned i = 0; i < 4 * colours + pixelBytes; ++i) b.push_back(static_cast<unsigned char>(random()));
+  return b;
+}
+
+// The general reader is the reference: the quick path must give its pixels.
+TEST(PlainBmp, GivesTheGeneralReadersPixels) {
+  const BmpCase cases[] = {
+      {"1 bit, padded rows", 1, 37, 5},
+      {"1 bit, from the top", 1, 64, -3},
+      {"4 bit, odd width", 4, 13, 7},
+      {"4 bit, from the top", 4, 8, -4},
+      {"8 bit", 8, 31, 9},
+      {"8 bit, from the top", 8, 5, -6},
+      {"24 bit, padded rows", 24, 7, 4},
+      {"24 bit, from the top", 24, 9, -5},
+      {"1 pixel", 24, 1, 1},
+      {"version 5 header", 8, 11, 3, 0, 0, 124},
+  };
+  for (const BmpCase& c : cases) {
+    const Bytes file = makeBmp(c, static_cast<unsigned>(c.w * 131 + c.h));
+    const std::optional<Picture> quick = readPlainBmp(file.data(), file.size());
+    ASSERT_TRUE(quick.has_value()) << c.name;
+    const Picture general = decodePicture(file.data(), file.size(), c.name);
+    ASSERT_EQ((*quick)->pixelWidth(), general->pixelWidth()) << c.name;
+    ASSERT_EQ((*quick)->pixelHeight(), general->pixelHeight()) << c.name;
+    EXPECT_TRUE((*quick)->pixels() == general->pixels()) << c.name;
+  }
+}
+
+TEST(PlainBmp, LeavesOtherKindsToTheGeneralReader) {
+  const BmpCase cases[] = {
+      {"bit fields", 24, 4, 4, 3}, {"run lengths", 8, 4, 4, 1}, {"short palette", 8, 4, 4, 0, 16},
+      {"16 bit", 16, 4, 4},        {"32 bit", 32, 4, 4},        {"core header", 24, 4, 4, 0, 0, 12},
+  };
+  for (const BmpCase& c : cases) {
+    const Bytes file = makeBmp(c, 7);
+    EXPECT_FALSE(readPlainBmp(file.data(), file.size()).has_value()) << c.name;
+  }
+  const Bytes whole = makeBmp({"cut", 24, 8, 8}, 7);
+  EXPECT_FALSE(readPlainBmp(whole.data(), whole.size() - 1).has_value());
+}
+
+}  // namespace
+}  // namespace quern
