@@ -10,8 +10,6 @@ if(TARGET quern)
   install(FILES ${QUERN_DIST}/quernline.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 endif()
 install(TARGETS quern_batch_exe RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-# quernline-batch hands pictures it does not read itself to this one.
-install(TARGETS quern_batch_full_exe RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/quernline)
 install(FILES ${QUERN_DIST}/quernline-batch.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 
 set(CPACK_GENERATOR DEB)

@@ -1,34 +1,11 @@
 // quernline-batch: the six stages on pictures, without a window.
 #include <malloc.h>
-#include <unistd.h>
 
-#include <filesystem>
 #include <iostream>
 
 #include "batch/batch_args.h"
 #include "batch/batch_run.h"
 #include "batch/progress.h"
-#include "intake/picture_file.h"
-
-namespace {
-
-#ifdef QUERN_LEAN_BATCH
-// Runs the full driver in this process, with the same words: beside this
-// program in the build folder, under libexec when installed.
-int runFullDriver(char** argv) {
-  std::error_code failed;
-  const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe", failed);
-  const std::filesystem::path dir = self.parent_path();
-  for (const std::filesystem::path& full :
-       {dir / "quernline-batch-full", dir / ".." / "libexec" / "quernline" / "quernline-batch-full"}) {
-    if (!failed && ::access(full.c_str(), X_OK) == 0) ::execv(full.c_str(), argv);
-  }
-  std::cerr << "quernline-batch: cannot start quernline-batch-full, which reads this kind of picture\n";
-  return 1;
-}
-#endif
-
-}  // namespace
 
 int main(int argc, char** argv) {
   if (argc == 2 && std::string(argv[1]) == "--version") {
@@ -50,10 +27,6 @@ int main(int argc, char** argv) {
     return 2;
   }
   const quern::BatchArgs& args = *parsed.args;
-#ifdef QUERN_LEAN_BATCH
-  // Only one plain BMP file without a preview stays here.
-  if (args.outDir || args.preview || !args.picture) return runFullDriver(argv);
-#endif
   quern::ProgressLine progress(!args.quiet && quern::ProgressLine::onTerminal());
   try {
     if (args.outDir) {
@@ -70,12 +43,6 @@ int main(int argc, char** argv) {
     }
     for (const std::string& line : result.statistics) std::cout << line << "\n";
     return 0;
-  } catch (const quern::NeedsGeneralReader&) {
-#ifdef QUERN_LEAN_BATCH
-    progress.finish();
-    return runFullDriver(argv);
-#endif
-    throw;
   } catch (const std::exception& e) {
     std::cerr << "quernline-batch: " << e.what() << "\n";
     return 1;

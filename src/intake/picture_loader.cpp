@@ -1,5 +1,9 @@
 #include "intake/picture_loader.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <QBuffer>
 #include <QByteArray>
 #include <QImage>
@@ -7,12 +11,14 @@
 #include <QSaveFile>
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <memory>
+#include <system_error>
 #include <vector>
 
-#include "base/errors.h"
-#include "intake/picture_file.h"
+#include "intake/bmp_reader.h"
 #include "intake/picture_format.h"
+#include "base/errors.h"
 #include "surface/picture_box.h"
 
 namespace quern {
@@ -23,6 +29,10 @@ namespace {
 // take at four bytes a pixel, so the reader's limit and ours never disagree.
 int allocationLimitMb(long long maxPixels) {
   return static_cast<int>(std::min<long long>((4 * maxPixels) >> 20, 1 << 30)) + 1;
+}
+
+[[noreturn]] void refuse(const std::string& what, const std::string& why) {
+  throw FileError("cannot load " + what + ": " + why);
 }
 
 // Transparent parts of a GIF or BMP stand on white paper.
@@ -75,13 +85,20 @@ Picture fromImage(const QImage& img) {
   return makePicture(w, h, std::move(pixels));
 }
 
+void checkClaim(const std::string& what, long long w, long long h, long long maxPixels) {
+  if (w * h > maxPixels) {
+    refuse(what, "the picture is " + std::to_string(w) + " by " + std::to_string(h) + " pixels, more than " +
+                     std::to_string(maxPixels) + " pixels in all");
+  }
+}
+
 Picture readWith(QImageReader& reader, const std::string& what, long long maxPixels) {
   reader.setAllocationLimit(allocationLimitMb(maxPixels));
   reader.setAutoTransform(false);
   const QSize claimed = reader.size();
-  if (claimed.isValid()) checkPictureClaim(what, claimed.width(), claimed.height(), maxPixels);
+  if (claimed.isValid()) checkClaim(what, claimed.width(), claimed.height(), maxPixels);
   QImage img;
-  if (!reader.read(&img) || img.isNull()) refuseLoad(what, reader.errorString().toStdString());
+  if (!reader.read(&img) || img.isNull()) refuse(what, reader.errorString().toStdString());
   return fromImage(img);
 }
 
@@ -109,11 +126,67 @@ const char* readerFormat(PictureKind kind) {
   return nullptr;
 }
 
+std::string reason(int error) {
+  return std::generic_category().message(error);
+}
+
 }  // namespace
 
-Picture decodeWithReader(const unsigned char* data, std::size_t size, const std::string& what, PictureKind kind,
-                         long long maxPixels) {
-  return readBytes(data, size, what, readerFormat(kind), maxPixels);
+Picture decodePictureFile(const unsigned char* data, std::size_t size, const std::string& what, long long maxPixels) {
+  const PictureShape shape = inspectPictureFile(data, size);
+  if (shape.kind == PictureKind::Unknown) refuse(what, shape.problem);
+  checkClaim(what, shape.width, shape.height, maxPixels);
+  if (!shape.problem.empty())
+    refuse(what, std::string("not a complete ") + kindName(shape.kind) + " picture: " + shape.problem);
+  if (shape.kind == PictureKind::Bmp) {
+    if (std::optional<Picture> plain = readPlainBmp(data, size)) return *std::move(plain);
+  }
+  return readBytes(data, size, what, readerFormat(shape.kind), maxPixels);
+}
+
+Picture loadPictureFile(const std::string& path, long long maxPixels) {
+  const long long maxFileBytes = 4 * maxPixels + (1 << 20);
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  if (fd < 0) {
+    const int error = errno;
+    if (error == ENOENT) refuse(path, "there is no such file");
+    if (error == EACCES) refuse(path, "no permission to read it");
+    refuse(path, reason(error));
+  }
+  // Read whole before anything is decoded: the structure walk needs the end.
+  std::unique_ptr<unsigned char[]> bytes;
+  std::size_t done = 0;
+  int error = 0;
+  struct stat info {};
+  if (::fstat(fd, &info) != 0) {
+    error = errno;
+  } else if (S_ISDIR(info.st_mode)) {
+    ::close(fd);
+    refuse(path, "it is a folder, not a picture file");
+  } else if (!S_ISREG(info.st_mode)) {
+    ::close(fd);
+    refuse(path, "it is not a regular file");
+  } else if (info.st_size > maxFileBytes) {
+    ::close(fd);
+    refuse(path, "the file is " + std::to_string(info.st_size) + " bytes, more than the " +
+                     std::to_string(maxFileBytes) + " bytes of the largest picture taken");
+  } else {
+    const auto size = static_cast<std::size_t>(info.st_size);
+    bytes = std::make_unique_for_overwrite<unsigned char[]>(size);
+    for (bool more = true; more && error == 0 && done < size;) {
+      const ssize_t n = ::read(fd, bytes.get() + done, size - done);
+      if (n > 0) {
+        done += static_cast<std::size_t>(n);
+      } else if (n == 0) {
+        more = false;  // the file shrank while we read it
+      } else if (errno != EINTR) {
+        error = errno;
+      }
+    }
+  }
+  ::close(fd);
+  if (error != 0) refuse(path, reason(error));
+  return decodePictureFile(bytes.get(), done, path, maxPixels);
 }
 
 Picture decodePicture(const unsigned char* data, std::size_t size, const std::string& what) {
@@ -127,6 +200,19 @@ void saveBitmapPng(const PictureBox& box, const std::string& path) {
   if (!file.open(QIODevice::WriteOnly) || !view.save(&file, "PNG") || !file.commit()) {
     throw FileError("cannot write " + path + ": " + file.errorString().toStdString());
   }
+}
+
+std::optional<std::string> pictureExtension(const std::string& path) {
+  if (path.size() < 3) return std::nullopt;
+  return path.substr(path.size() - 3);
+}
+
+bool isPictureExtension(const std::string& extension) {
+  static constexpr std::array<std::string_view, 6> kAccepted = {"jpg", "JPG", "BMP", "bmp", "gif", "GIF"};
+  for (std::string_view e : kAccepted) {
+    if (extension == e) return true;
+  }
+  return false;
 }
 
 }  // namespace quern
