@@ -20,6 +20,16 @@ std::string decimalText(double value) {
   return ec == std::errc() ? std::string(buf, end) : std::string("0");
 }
 
+void appendDecimal(std::string& out, float value) {
+  if (value == 0.0F) {
+    out += '0';
+    return;
+  }
+  char buffer[128];
+  const auto result = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed);
+  out.append(buffer, result.ptr);
+}
+
 std::optional<Int32> readWhole32(const std::string& text) {
   std::string_view v = trimmed(text);
   if (!v.empty() && v.front() == '+') v.remove_prefix(1);

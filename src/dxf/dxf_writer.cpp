@@ -1,9 +1,9 @@
 #include "dxf/dxf_writer.h"
 
 #include <array>
-#include <charconv>
 #include <string_view>
 
+#include "base/number_text.h"
 #include "base/replace_file.h"
 
 namespace quern {
@@ -47,27 +47,17 @@ constexpr std::string_view kDimensionStyle =
     "1001|ACAD|1000|DSTYLE|1002|{|1070|   287|1070|     3|1070|    40|1040|8.0|1070|   271|1070|     3|1070|   "
     "272|1070|     3|1070|   279|1070|     0|1002|}|  0|";
 
-void appendNumber(std::string& out, float v) {
-  if (v == 0.0F) {
-    out += '0';
-    return;
-  }
-  char buffer[128];
-  const auto result = std::to_chars(buffer, buffer + sizeof buffer, v, std::chars_format::fixed);
-  out.append(buffer, result.ptr);
-}
-
 // The text before a value, then the value.
 void appendField(std::string& out, std::string_view before, float v) {
   out += before;
-  appendNumber(out, v);
+  appendDecimal(out, v);
 }
 
 }  // namespace
 
 std::string dxfNumber(float v) {
   std::string out;
-  appendNumber(out, v);
+  appendDecimal(out, v);
   return out;
 }
 

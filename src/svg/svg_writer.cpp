@@ -1,10 +1,10 @@
 #include "svg/svg_writer.h"
 
 #include <algorithm>
-#include <charconv>
 #include <limits>
 
 #include "base/drawing_paths.h"
+#include "base/number_text.h"
 #include "base/numbers.h"
 #include "base/replace_file.h"
 
@@ -12,24 +12,12 @@ namespace quern {
 
 namespace {
 
-// The shortest decimal that reads back as the same 32-bit float, never in
-// exponent form, and 0 without a sign.
-void appendNumber(std::string& out, float v) {
-  if (v == 0.0F) {
-    out += '0';
-    return;
-  }
-  char buffer[128];
-  const auto result = std::to_chars(buffer, buffer + sizeof buffer, v, std::chars_format::fixed);
-  out.append(buffer, result.ptr);
-}
-
 void appendPoints(std::string& out, const std::vector<PathPoint>& points) {
   for (std::size_t k = 0; k < points.size(); ++k) {
     if (k != 0) out += ' ';
-    appendNumber(out, points[k].x);
+    appendDecimal(out, points[k].x);
     out += ',';
-    appendNumber(out, points[k].y);
+    appendDecimal(out, points[k].y);
   }
 }
 
@@ -73,32 +61,32 @@ std::string svgDrawing(const RecordTable& ChainTable, const DrawingOptions& opti
   std::string out =
       "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<svg xmlns=\"http://www.w3.org/2000/svg\" version=\"1.1\"";
   out += " width=\"";
-  appendNumber(out, width);
+  appendDecimal(out, width);
   out += unit + "\" height=\"";
-  appendNumber(out, height);
+  appendDecimal(out, height);
   out += unit + "\" viewBox=\"";
-  appendNumber(out, left);
+  appendDecimal(out, left);
   out += ' ';
-  appendNumber(out, top);
+  appendDecimal(out, top);
   out += ' ';
-  appendNumber(out, width);
+  appendDecimal(out, width);
   out += ' ';
-  appendNumber(out, height);
+  appendDecimal(out, height);
   out += "\">\n<g fill=\"none\" stroke=\"black\" stroke-width=\"";
-  appendNumber(out, pixel);
+  appendDecimal(out, pixel);
   out += "\" stroke-linecap=\"round\" stroke-linejoin=\"round\">\n";
   for (const DrawingPath& path : paths) {
     if (!options.polyline) {
       const PathPoint& a = path.points.front();
       const PathPoint& b = path.points.back();
       out += "<line x1=\"";
-      appendNumber(out, a.x);
+      appendDecimal(out, a.x);
       out += "\" y1=\"";
-      appendNumber(out, a.y);
+      appendDecimal(out, a.y);
       out += "\" x2=\"";
-      appendNumber(out, b.x);
+      appendDecimal(out, b.x);
       out += "\" y2=\"";
-      appendNumber(out, b.y);
+      appendDecimal(out, b.y);
       out += "\"/>\n";
       continue;
     }
