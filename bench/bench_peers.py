@@ -129,8 +129,8 @@ def median_ms(seconds):
     return statistics.median(seconds) * 1000.0 if seconds else None
 
 
-def fmt(value, spec="%.0f", suffix=""):
-    return "n/a" if value is None else (spec % value) + suffix
+def fmt(value, pattern="%.0f", suffix=""):
+    return "n/a" if value is None else (pattern % value) + suffix
 
 
 def last_message(log):

@@ -13,20 +13,14 @@
 #include "../unprivileged.h"
 #include "base/errors.h"
 #include "intake/builtin_pictures.h"
+#include "picture_bytes.h"
 
 namespace quern {
 namespace {
 
-using Bytes = std::vector<unsigned char>;
-
-void put16(Bytes& b, unsigned v) {
-  b.push_back(static_cast<unsigned char>(v & 0xFF));
-  b.push_back(static_cast<unsigned char>(v >> 8 & 0xFF));
-}
-void put32(Bytes& b, std::uint32_t v) {
-  put16(b, v & 0xFFFF);
-  put16(b, v >> 16);
-}
+using testing::Bytes;
+using testing::put16;
+using testing::put32;
 
 // A GIF that claims w x h pixels on a two-colour palette. `lzw` is the image
 // data as one sub-block; with `trailer` the file is complete in its blocks.
