@@ -9,7 +9,6 @@
 
 #include "base/errors.h"
 #include "base/number_text.h"
-#include "base/zeroed_memory.h"
 #include "batch/progress.h"
 #include "dxf/dxf_drawing.h"
 #include "dxf/dxf_writer.h"
@@ -212,9 +211,6 @@ std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) 
   const unsigned cores = std::max(1U, std::thread::hardware_concurrency());
   const std::size_t jobs =
       std::min<std::size_t>(args.jobs > 0 ? static_cast<std::size_t>(args.jobs) : cores, args.pictures.size());
-  // Picture after picture, the heap hands the last one's blocks on without
-  // faulting pages in anew (and without unmapping, which stalls other cores).
-  setMapLargeBlocks(false);
   std::vector<std::thread> workers;
   for (std::size_t j = 1; j < jobs; ++j) workers.emplace_back(work);
   if (progress) {
