@@ -61,8 +61,6 @@ class RecordTable {
   const std::string& name() const { return name_; }
   Int32 lastRecord() const { return lastRecord_; }
   bool holds(Int32 i) const { return i >= 0 && i <= lastRecord_; }
-  // Whether a record number lies in a table of the default size.
-  static bool inRange(Int32 i) { return i >= 0 && i <= kLastRecord; }
 
   // A table that may grow takes more records when a stage needs them, for
   // pictures whose lines are longer than the default tables hold; the

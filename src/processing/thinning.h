@@ -16,7 +16,8 @@ namespace quern {
 inline constexpr Int32 kThinGridLimit = 5600;
 inline constexpr Int16 kThinMinWidth = 10;
 inline constexpr Int16 kThinMaxCycles = 100;
-// The listing must leave one record spare for chain assembly.
+// The listing must leave one record spare for chain assembly: a table of the
+// default size takes this many listed pixels.
 inline constexpr Int32 kThinMaxListed = RecordTable::kLastRecord - 1;
 // However far a table may grow, a count stays a 32-bit number.
 inline constexpr long long kMaxPixelsListed = 2000000000LL;
@@ -57,8 +58,8 @@ class ThinGrid {
                        Int32 limit = kThinGridLimit);
   // Peels, then paints the survivors black on white into `picture` and lists
   // them in LineTable, column by column. A listing that would take the
-  // table's count past kThinMaxListed is refused with a message before
-  // anything is painted or stored.
+  // table's count past its last record but one is refused with a message
+  // before anything is painted or stored, unless the table may grow.
   ThinOutcome thingrid(PictureBox& picture, RecordTable& LineTable, Host& host);
 
   // The last cycle run, 0 before any.
