@@ -5,6 +5,7 @@
 #include "app/layout.h"
 #include "base/errors.h"
 #include "intake/builtin_pictures.h"
+#include "pipeline/preview.h"
 #include "vector/generalize.h"
 
 namespace quern {
@@ -44,15 +45,8 @@ void Form1::Form_Load() {
 // original's control on the form, whatever the picture's own shape.
 void Form1::fitPreview(float boxWidth, float boxHeight) {
   const ControlPlace& ipch = form1Place("IPCH");
-  const float w = static_cast<float>(ipch.width);
-  const float h = static_cast<float>(ipch.height);
-  if (IPCH.picwidth() >= IPCH.picheight()) {
-    Picture1.setWidth(boxWidth);
-    Picture1.setHeight(toFloat32(h / w * Picture1.Width()));
-  } else {
-    Picture1.setHeight(boxHeight);
-    Picture1.setWidth(toFloat32(w / h * Picture1.Height()));
-  }
+  ::quern::fitPreview(Picture1, boxWidth, boxHeight, static_cast<float>(ipch.width), static_cast<float>(ipch.height),
+                      IPCH.picwidth(), IPCH.picheight());
 }
 
 void Form1::paintPreview(const Picture& pic) {

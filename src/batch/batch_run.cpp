@@ -35,8 +35,10 @@ class BatchHost : public Host {
   void MsgBox(const std::string&) override {}
   void follow(Stage stage) {
     static constexpr int kBar[] = {0, 1, 2, 3, 5, 6};
-    bar_ = kBar[static_cast<int>(stage) - 1];
-    if (progress_) progress_->begin(stageName(stage));
+    const int bar = kBar[static_cast<int>(stage) - 1];
+    // Pruning runs as a second step of the chain stage: it keeps its line.
+    if (progress_ && bar != bar_) progress_->begin(stageName(stage));
+    bar_ = bar;
   }
 
  private:

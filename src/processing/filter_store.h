@@ -37,8 +37,6 @@ class FilterStore {
   // Size of the picture loaded last.
   Int16 width() const { return width_; }
   Int16 height() const { return height_; }
-  Int32 frameWidth() const { return frameWidth_; }
-  Int32 frameHeight() const { return frameHeight_; }
 
   // Record (y, x) of the picture loaded last; both inside it.
   Record at(Int32 y, Int32 x) const { return pack(colours_[static_cast<std::size_t>(y) * frameWidth_ + x]); }
