@@ -57,7 +57,7 @@ template <bool Literal>
 void chains(benchmark::State& state, std::vector<Pixel> (*drawing)(int)) {
   const std::vector<Pixel> pixels = drawing(static_cast<int>(state.range(0)));
   Session s;
-  QuietHost host;
+  FractionProgress progress;
   for (auto _ : state) {
     state.PauseTiming();
     listInto(s.LineTable, pixels);
@@ -65,7 +65,7 @@ void chains(benchmark::State& state, std::vector<Pixel> (*drawing)(int)) {
     if constexpr (Literal) {
       testing::literalBuildChains(s.LineTable, s.ChainTable);
     } else {
-      BuildChains(s, host);
+      BuildChains(s, progress);
     }
     benchmark::DoNotOptimize(s.LineTable.count());
   }
@@ -177,12 +177,12 @@ std::vector<Pixel> spurredStrokes(int count) {
 void BM_PruneSpurs(benchmark::State& state) {
   const std::vector<Pixel> pixels = spurredStrokes(static_cast<int>(state.range(0)));
   Session s;
-  QuietHost host;
+  FractionProgress progress;
   listInto(s.LineTable,
            std::vector<Pixel>(
                pixels.begin(),
                pixels.begin() + std::min<std::size_t>(pixels.size(), static_cast<std::size_t>(state.range(0)))));
-  BuildChains(s, host);
+  BuildChains(s, progress);
   const std::vector<LineRecord> chained = [&] {
     std::vector<LineRecord> out;
     for (Int32 i = 1; i <= s.LineTable.count(); ++i) out.push_back(s.LineTable[i]);

@@ -13,12 +13,12 @@
 #include <utility>
 #include <vector>
 
-#include "base/host.h"
+#include "base/progress.h"
 #include "dxf/dxf_writer.h"
 #include "literal_passes.h"
 #include "vector/chains.h"
-#include "vector/reorder.h"
 #include "vector/normalize.h"
+#include "vector/reorder.h"
 #include "vector/session.h"
 
 namespace {
@@ -69,7 +69,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     pixels.emplace_back(data[i] % 24, data[i + 1] % 24);
   if (flags & 1) std::sort(pixels.begin(), pixels.end());  // as thinning lists them
   quern::Session session;
-  quern::QuietHost host;
+  quern::FractionProgress progress;
   RecordTable& lt = session.LineTable;
   for (std::size_t k = 0; k < pixels.size(); ++k) {
     lt[static_cast<Int32>(k + 1)] = {static_cast<float>(pixels[k].first), static_cast<float>(pixels[k].second), 0, 0,
@@ -82,7 +82,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   RecordTable literalLines = prefixCopy(lt, lt.count() + 2);
   RecordTable literalChains = prefixCopy(session.ChainTable, lt.count() + 2);
-  quern::BuildChains(session, host);
+  quern::BuildChains(session, progress);
   quern::testing::literalBuildChains(literalLines, literalChains);
   if (!sameRecords(session.LineTable, literalLines) || !sameRecords(session.ChainTable, literalChains)) {
     __builtin_trap();

@@ -9,8 +9,8 @@
 
 namespace quern {
 
-// The controls of a form as plain values; a window shows them, a batch run
-// and the tests read and set them directly.
+// The controls of a form as plain values; the Qt window shows them, the tests
+// read and set them directly.
 
 struct TextBox {
   std::string Text;

@@ -6,6 +6,7 @@
 #include "base/errors.h"
 #include "intake/builtin_pictures.h"
 #include "pipeline/preview.h"
+#include "pipeline/statistics.h"
 #include "vector/generalize.h"
 
 namespace quern {
@@ -22,7 +23,11 @@ void placeBox(PictureBox& box, std::string_view name) {
 }
 }  // namespace
 
-Form1::Form1(Platform& platform) : Picture1(kTwips, 0), Picture2(kTwips, 0), platform_(platform) {
+Form1::Form1(Platform& platform)
+    : chain(rasterContext, *this, ChainOptions{Retention::keepAll, platform.TwipsPerPixelX()}),
+      Picture1(kTwips, 0),
+      Picture2(kTwips, 0),
+      platform_(platform) {
   placeBox(Picture1, "Picture1");
   placeBox(Picture2, "Picture2");
   IPCH.setPicture(builtinPicture());
@@ -44,9 +49,8 @@ void Form1::Form_Load() {
 // The picture decides only the branch: the box takes the shape of the
 // original's control on the form, whatever the picture's own shape.
 void Form1::fitPreview(float boxWidth, float boxHeight) {
-  const ControlPlace& ipch = form1Place("IPCH");
-  ::quern::fitPreview(Picture1, boxWidth, boxHeight, static_cast<float>(ipch.width), static_cast<float>(ipch.height),
-                      IPCH.picwidth(), IPCH.picheight());
+  ::quern::fitPreview(Picture1, boxWidth, boxHeight, kPreviewShapeWidth, kPreviewShapeHeight, IPCH.picwidth(),
+                      IPCH.picheight());
 }
 
 void Form1::paintPreview(const Picture& pic) {
@@ -65,8 +69,13 @@ constexpr StageRow kStageTable[] = {
     {1, "nnnnnn", "100000"}, {2, "Xnnnnn", "110000"}, {3, "XXnnnn", "111000"},  {4, "XXXnnn", "111100"},
     {5, "XXXXnn", "111110"}, {6, "XXXXXn", "111111"}, {10, "------", "000000"}, {11, "XXXXXX", "111111"},
 };
+// The bar of each stage's row: PB(0, 1, 2, 3, 5, 6); there is no PB(4).
 constexpr Int16 kBarIndex[] = {0, 1, 2, 3, 5, 6};
 }  // namespace
+
+Progress& Form1::progressOf(Stage stage) {
+  return stageProgress_.emplace(*this, kBarIndex[static_cast<int>(stage) - 1]);
+}
 
 void Form1::SetStage(Int16 stage) {
   for (const StageRow& row : kStageTable) {
@@ -84,12 +93,9 @@ void Form1::SetStage(Int16 stage) {
 }
 
 void Form1::ChangeStats() {
-  Stat[0].Caption = "Filename: ..." + PictureName;
-  Stat[1].Caption = "Original Image X: " + std::to_string(IPCH.picwidth()) + " pixels";
-  Stat[2].Caption = "Original Image Y: " + std::to_string(IPCH.picheight()) + " pixels";
-  Stat[3].Caption = "Adjusted Image X: " + std::to_string(IPC1.picwidth()) + " pixels";
-  Stat[4].Caption = "Adjusted Image Y: " + std::to_string(IPC1.picheight()) + " pixels";
-  Stat[5].Caption = "Lines for output: " + std::to_string(session.ChainTable.count()) + " Normalized Objects";
+  const std::array<std::string, 6> lines = statisticsLines(
+      PictureName, IPCH.picwidth(), IPCH.picheight(), IPC1.picwidth(), IPC1.picheight(), session.ChainTable.count());
+  for (std::size_t i = 0; i < lines.size(); ++i) Stat[i].Caption = lines[i];
 }
 
 // --- Requests ----------------------------------------------------------------

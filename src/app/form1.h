@@ -15,32 +15,35 @@
 
 namespace quern {
 
-// The main window as plain C++: its controls as values, the session it owns
-// and every handler. A window or a batch run shows and drives it; the form
-// reaches them only through the Platform.
+// The main window as plain C++: its controls as values, the chain of stages it
+// owns and every handler. The Qt window shows and drives it, the tests script
+// it; the form reaches the world around it only through the Platform.
 //
 // Requests from outside (clicks, menu entries, the scroll bar that starts
 // stage 1) go through click(), menu() and scroll(): each runs behind one
 // error boundary, and while one is running another that would start a stage,
 // load or export is refused, since the running one must finish with the
 // surfaces and tables it began with.
-class Form1 : public Host {
+class Form1 : public Host, public StageReport {
  public:
   explicit Form1(Platform& platform);
   Form1(const Form1&) = delete;
   Form1& operator=(const Form1&) = delete;
 
   // One filter store and one random source for the whole window, shared by
-  // its picture controls.
+  // its chain and its picture controls.
   RasterContext rasterContext;
-  // The stages and their session; the window's names for the surfaces.
-  StageChain chain{rasterContext, *this};
+  // The stages and their session. The window keeps every stage's picture, so
+  // that any stage can run again with a new value.
+  StageChain chain;
   Session& session = chain.session;
-  ImgProc& IPCH = chain.original;
-  ImgProc& IPC1 = chain.rescaled;
-  ImgProc& IPC2 = chain.smoothed;
-  ImgProc& IPC3 = chain.blackWhite;
-  ImgProc& IPCT = chain.thinned;
+  // The window's hidden picture controls: the original, which stage 1 reads,
+  // and the picture each raster stage left, as the chain has them.
+  ImgProc IPCH{rasterContext, this};
+  ImgProc IPC1{rasterContext, this};
+  ImgProc IPC2{rasterContext, this};
+  ImgProc IPC3{rasterContext, this};
+  ImgProc IPCT{rasterContext, this};
   // A sixth surface, of the "Treat" button.
   ImgProc IPCTreat{rasterContext, this};
 
@@ -81,6 +84,8 @@ class Form1 : public Host {
   void MsgBox(const std::string& text) override { platform_.MsgBox(text); }
   Int32 TwipsPerPixelX() const override { return platform_.TwipsPerPixelX(); }
   Int32 TwipsPerPixelY() const override { return platform_.TwipsPerPixelY(); }
+  // --- StageReport: each stage of the chain moves its row's bar ----------
+  Progress& progressOf(Stage stage) override;
 
   // --- Start-up and the stage chain -------------------------------------
   void Form_Load();
@@ -113,7 +118,7 @@ class Form1 : public Host {
   void Command7_Click();
   void DoGeneralize_Click();
 
-  // --- Requests from the window or a batch run --------------------------
+  // --- Requests from the window or a test script ------------------------
   // A click on a button by its control name. False when it was refused
   // (the button is off, or another request is running) or has no handler.
   bool click(std::string_view control);
@@ -143,11 +148,17 @@ class Form1 : public Host {
   // Text3 as a whole number, or a message to the user and nothing.
   std::optional<Int32> readTolerance();
   void beginStage(Int16 stage);
+  // The chain's pictures on the window's picture controls.
+  void showChain();
+  // Stage 4's work, for the stage and the side chain: a refusal is told, the
+  // chain goes on with the picture as it stands.
+  StageOutcome thinStage();
   // Stage 6 and the normalisation passes skip a failing step and go on.
   void skipOnFailure(const std::function<void()>& step);
 
   Platform& platform_;
   ProgressBar bars_[7];
+  std::optional<HostProgress> stageProgress_;
   bool running_ = false;
   Int16 runningStage_ = 0;
   Int16 stage_ = 0;

@@ -3,6 +3,7 @@
 #include "app/form1.h"
 #include "base/errors.h"
 #include "dxf/dxf_writer.h"
+#include "pipeline/preview.h"
 
 namespace quern {
 
@@ -36,7 +37,7 @@ void Form1::Command3_Click() {
 
 void Form1::loadimage_Click() {
   Command3_Click();
-  fitPreview(6000.0F, 6000.0F);
+  fitPreview(kPreviewSide, kPreviewSide);
   Picture1.setScaleWidth(static_cast<float>(IPCH.picwidth()));
   Picture1.setScaleHeight(static_cast<float>(IPCH.picheight()));
   Picture1.PaintPicture(IPCH.picture(), 0.0F, 0.0F, IPCH.Picture1.ScaleWidth(), IPCH.Picture1.ScaleHeight());

@@ -1,14 +1,21 @@
 #include "app/form1.h"
-#include "vector/chains.h"
+#include "base/errors.h"
+#include "pipeline/preview.h"
 #include "vector/generalize.h"
 #include "vector/normalize.h"
 
 namespace quern {
 
+namespace {
+// The side chain has no stage of its own to fall back to: a failure ends it.
+void throwUnlessDone(const StageOutcome& outcome) {
+  if (!outcome.done()) throw QuernError(outcome.reason);
+}
+}  // namespace
+
 void Form1::Command11_Click() {
-  session.LineTable.count() = 0;
-  IPCT.setPicture(IPC3.picture());
-  IPCT.thin(session.LineTable);
+  const StageOutcome thinned = thinStage();
+  if (thinned.kind == StageOutcome::Kind::failed) throwUnlessDone(thinned);
   const auto w = static_cast<float>(IPCT.picwidth());
   const auto h = static_cast<float>(IPCT.picheight());
   Picture1.setScaleWidth(w);
@@ -20,7 +27,7 @@ void Form1::Command11_Click() {
 
 void Form1::Command2_Click() {
   PB(3).Value = 0.0F;
-  BuildChains(session, *this);
+  throwUnlessDone(chain.chain());
   ChangeStats();
   if (Check1.isSet()) Command5_Click();
 }
@@ -30,19 +37,14 @@ void Form1::Command5_Click() {
   if (!tolerance) return;
   Picture1.setPicture(nullptr);
   Picture1.Cls();
-  session.GeneralizeTolerance = *tolerance;
-  session.LastPolyBound = 0;
-  NormalizePass(session, TwipsPerPixelX());
+  throwUnlessDone(chain.simplify(*tolerance));
   Picture1.Cls();
   const auto w = static_cast<float>(IPC2.picwidth());
   const auto h = static_cast<float>(IPC2.picheight());
   Picture1.setScaleWidth(w);
   Picture1.setScaleHeight(h);
   Picture1.PaintPicture(IPCH.picture(), 0.0F, 0.0F, w, h);
-  const RecordTable& table = session.ChainTable;
-  for (Int32 i = 1; i <= table.count(); ++i) {
-    Picture1.Line(table[i].x1, table[i].y1, table[i].x2, table[i].y2, kRed);
-  }
+  drawSegments(chain.segments(), Picture1, 1.0F);
   ChangeStats();
 }
 
@@ -50,10 +52,7 @@ void Form1::Command6_Click() {
   normalizeAsOnePolyline(session, TwipsPerPixelX());
   Picture1.Cls();
   session.GeneralizeTolerance = sub32(session.GeneralizeTolerance, 1);
-  const RecordTable& table = session.ChainTable;
-  for (Int32 i = 1; i <= table.count(); ++i) {
-    Picture1.Line(table[i].x1, table[i].y1, table[i].x2, table[i].y2);
-  }
+  drawSegments(chain.segments(), Picture1, 1.0F, {}, std::nullopt);
 }
 
 void Form1::Command7_Click() {

@@ -1,6 +1,7 @@
 #include "app/form1.h"
 #include "base/errors.h"
 #include "pipeline/preview.h"
+#include "processing/colour_normalise.h"
 
 namespace quern {
 
@@ -38,11 +39,32 @@ std::optional<Int32> Form1::readTolerance() {
   return v;
 }
 
+void Form1::showChain() {
+  IPC1.setPicture(chain.picture(Stage::rescale));
+  IPC2.setPicture(chain.picture(Stage::blur));
+  IPC3.setPicture(chain.picture(Stage::threshold));
+  IPCT.setPicture(chain.picture(Stage::thin));
+}
+
+StageOutcome Form1::thinStage() {
+  const StageOutcome thinned = chain.thin();
+  showChain();
+  if (thinned.kind == StageOutcome::Kind::refused) {
+    const ThinOutcome why = thinned.count > 0 ? ThinOutcome::TooManyPixels : ThinOutcome::TooLarge;
+    MsgBox(thinRefusalMessage(why, thinned.width, thinned.height, thinned.count, thinned.limit));
+  }
+  return thinned;
+}
+
 void Form1::Command8_Click() {
   beginStage(1);
   PB(0).Value = 0.0F;
   for (Int32 scan = 0; scan <= 100; ++scan) PB(0).Value = static_cast<float>(scan);
-  stopUnlessDone(chain.rescale(readScale()));
+  const double factor = readScale();
+  chain.setOriginal(IPCH.picture());
+  const StageOutcome rescaled = chain.rescale(factor);
+  showChain();
+  stopUnlessDone(rescaled);
   PB(0).Value = 0.0F;
   ChangeStats();
   Picture1.Cls();
@@ -53,7 +75,9 @@ void Form1::Command8_Click() {
 
 void Form1::Command9_Click() {
   beginStage(2);
-  stopUnlessDone(chain.blur(readCount(Text4, "Blur Control")));
+  const StageOutcome smoothed = chain.blur(readCount(Text4, "Blur Control"));
+  showChain();
+  stopUnlessDone(smoothed);
   ChangeStats();
   Picture1.Cls();
   paintPreview(IPC2.picture());
@@ -63,7 +87,10 @@ void Form1::Command9_Click() {
 
 void Form1::Command10_Click() {
   beginStage(3);
-  stopIfFailed(chain.threshold(toInt16(readCount(Text2, "Sharpen"))));
+  const StageOutcome blackWhite = chain.threshold(toInt16(readCount(Text2, "Sharpen")));
+  showChain();
+  if (blackWhite.kind == StageOutcome::Kind::refused) MsgBox(kImageTooLarge);
+  stopIfFailed(blackWhite);
   ChangeStats();
   Picture1.Cls();
   paintPreview(IPC3.picture());
@@ -73,7 +100,7 @@ void Form1::Command10_Click() {
 
 void Form1::Command13_Click() {
   beginStage(4);
-  stopIfFailed(chain.thin());
+  stopIfFailed(thinStage());
   // Two more paints ANDed one unit right and one down thicken the black
   // one-pixel lines for the eye; the surface keeps its thin lines.
   const float w = static_cast<float>(IPCH.picwidth());
@@ -116,11 +143,11 @@ void Form1::Command15_Click() {
                             static_cast<float>(IPCH.picheight()));
     });
   }
-  const float factor = chain.previewFactor();
+  const float factor = previewFactor(IPCH.picwidth(), IPCT.picwidth());
   // Eleven chances for the interface after each line make the drawing
   // visible line by line.
   skipOnFailure([this, factor] {
-    drawSegments(session.ChainTable, Picture1, factor, [this] {
+    drawSegments(chain.segments(), Picture1, factor, [this] {
       for (int chance = 0; chance <= 10; ++chance) DoEvents();
     });
   });

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "base/errors.h"
+#include "pipeline/preview.h"
 
 namespace quern {
 
@@ -58,7 +59,7 @@ constexpr std::array kForm1 = {
     ControlPlace{"Command3", K::Button, "Frame4", 120, 390, 615, 345, "get"},
     ControlPlace{"Command4", K::Button, "Frame4", 750, 390, 615, 345, "restart"},
     ControlPlace{"Frame5", K::Frame, "", 4140, 1380, 5385, 2475, "", false},
-    ControlPlace{"IPCH", K::Surface, "Frame5", 30, 300, 2535, 2055, ""},
+    ControlPlace{"IPCH", K::Surface, "Frame5", 30, 300, kPreviewShapeWidthTwips, kPreviewShapeHeightTwips, ""},
     ControlPlace{"IPCT", K::Surface, "Frame5", 2640, 300, 2655, 2055, ""},
     ControlPlace{"Label2", K::Label, "Frame5", 60, 120, 1485, 195, "Original"},
     ControlPlace{"Label3", K::Label, "Frame5", 2670, 120, 1485, 225, "Centerlines"},

@@ -11,8 +11,7 @@ namespace quern {
 
 // What the form needs of the world around it: the file dialogs, a message
 // box, a chance for the interface to run, the picture loader and the screen.
-// The window fills it in with Qt, the batch driver with its arguments and
-// stderr, the tests with scripts.
+// The window fills it in with Qt, the tests with scripts.
 class Platform {
  public:
   virtual ~Platform() = default;

@@ -11,11 +11,11 @@ namespace quern {
 
 namespace {
 
-RecordTable::Records zeroedRecords(Int32 lastRecord) {
+RecordTable::Records zeroedRecords(Int32 lastRecord, bool mapLarge) {
   if (lastRecord < 0) throw IndexError("a line table needs at least its head record");
   const std::size_t bytes = (static_cast<std::size_t>(lastRecord) + 1) * sizeof(LineRecord);
   std::size_t mapped = 0;
-  void* p = allocateZeroed(bytes, mapped);
+  void* p = allocateZeroed(bytes, mapped, mapLarge);
   if (p == nullptr) throw std::bad_alloc();
   return RecordTable::Records(static_cast<LineRecord*>(p), RecordTable::FreeRecords{mapped});
 }
@@ -26,11 +26,18 @@ void RecordTable::FreeRecords::operator()(LineRecord* p) const noexcept {
   freeZeroed(p, mapped);
 }
 
-RecordTable::RecordTable(std::string name, Int32 lastRecord)
-    : name_(std::move(name)), lastRecord_(lastRecord), records_(zeroedRecords(lastRecord)) {}
+RecordTable::RecordTable(std::string name, Int32 lastRecord, bool mapLarge)
+    : name_(std::move(name)),
+      lastRecord_(lastRecord),
+      mapLarge_(mapLarge),
+      records_(zeroedRecords(lastRecord, mapLarge)) {}
 
 RecordTable::RecordTable(const RecordTable& other)
-    : name_(other.name_), lastRecord_(other.lastRecord_), records_(zeroedRecords(other.lastRecord_)) {
+    : name_(other.name_),
+      lastRecord_(other.lastRecord_),
+      growable_(other.growable_),
+      mapLarge_(other.mapLarge_),
+      records_(zeroedRecords(other.lastRecord_, other.mapLarge_)) {
   std::memcpy(records_.get(), other.records_.get(), (static_cast<std::size_t>(lastRecord_) + 1) * sizeof(LineRecord));
 }
 
@@ -42,11 +49,15 @@ RecordTable& RecordTable::operator=(const RecordTable& other) {
 RecordTable::RecordTable(RecordTable&& other) noexcept
     : name_(std::move(other.name_)),
       lastRecord_(std::exchange(other.lastRecord_, -1)),
+      growable_(other.growable_),
+      mapLarge_(other.mapLarge_),
       records_(std::move(other.records_)) {}
 
 RecordTable& RecordTable::operator=(RecordTable&& other) noexcept {
   name_ = std::move(other.name_);
   lastRecord_ = std::exchange(other.lastRecord_, -1);
+  growable_ = other.growable_;
+  mapLarge_ = other.mapLarge_;
   records_ = std::move(other.records_);
   return *this;
 }
@@ -54,7 +65,7 @@ RecordTable& RecordTable::operator=(RecordTable&& other) noexcept {
 bool RecordTable::reserve(Int32 lastRecord) {
   if (lastRecord <= lastRecord_) return true;
   if (!growable_) return false;
-  Records more = zeroedRecords(lastRecord);
+  Records more = zeroedRecords(lastRecord, mapLarge_);
   std::memcpy(more.get(), records_.get(), (static_cast<std::size_t>(lastRecord_) + 1) * sizeof(LineRecord));
   records_ = std::move(more);
   lastRecord_ = lastRecord;

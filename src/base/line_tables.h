@@ -44,7 +44,8 @@ class RecordTable {
  public:
   static constexpr Int32 kLastRecord = 100000;
 
-  explicit RecordTable(std::string name, Int32 lastRecord = kLastRecord);
+  // `mapLarge`: how its records are taken from the system (allocateZeroed).
+  explicit RecordTable(std::string name, Int32 lastRecord = kLastRecord, bool mapLarge = true);
   RecordTable(const RecordTable& other);
   RecordTable& operator=(const RecordTable& other);
   // A table moved from holds no record: every index is out of its range.
@@ -87,6 +88,7 @@ class RecordTable {
   std::string name_;
   Int32 lastRecord_;
   bool growable_ = false;
+  bool mapLarge_ = true;
   Records records_;
 };
 

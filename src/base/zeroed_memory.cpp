@@ -2,7 +2,6 @@
 
 #include <sys/mman.h>
 
-#include <atomic>
 #include <cstdlib>
 
 namespace quern {
@@ -10,15 +9,10 @@ namespace quern {
 namespace {
 
 constexpr std::size_t kMappedFrom = 256 * 1024;
-std::atomic<bool> mapLarge{true};
 
 }  // namespace
 
-void setMapLargeBlocks(bool map) {
-  mapLarge = map;
-}
-
-void* allocateZeroed(std::size_t bytes, std::size_t& mapped) {
+void* allocateZeroed(std::size_t bytes, std::size_t& mapped, bool mapLarge) {
   mapped = 0;
   if (bytes < kMappedFrom || !mapLarge) return std::calloc(bytes == 0 ? 1 : bytes, 1);
   void* p = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);

@@ -1,6 +1,8 @@
 #include "batch/batch_args.h"
 
 #include <cmath>
+#include <optional>
+#include <string_view>
 
 #include "base/number_text.h"
 #include "vector/chains.h"
@@ -42,124 +44,159 @@ const char* const kBatchUsage =
     "2 bad arguments.\n";
 
 namespace {
-struct Range {
-  const char* option;
-  Int32 min;
-  Int32 max;
-  Int32 BatchArgs::*field;
-};
-constexpr Range kWholeOptions[] = {
-    {"--blur", 0, 3, &BatchArgs::blur},
-    {"--threshold", 1, 255, &BatchArgs::threshold},
-    {"--tolerance", 1, 100, &BatchArgs::tolerance},
-    {"--min-branch", 0, kMaxChainPixels, &BatchArgs::minBranch},
-    {"--min-chain", 0, kMaxChainPixels, &BatchArgs::minChain},
-    {"--max-megapixels", 1, 1000, &BatchArgs::maxMegapixels},
-    {"-j", 1, 64, &BatchArgs::jobs},
-    {"--jobs", 1, 64, &BatchArgs::jobs},
-};
+
 constexpr Int32 kMaxDpi = 100000;
+
+// An option's value taken into the arguments, or why it is refused.
+using Take = std::optional<std::string> (*)(BatchArgs& args, const std::string& option, const std::string& value);
+
+struct OptionRow {
+  std::string_view name;
+  bool takesValue;
+  Take take;
+};
+
+template <bool BatchArgs::*Field>
+std::optional<std::string> setFlag(BatchArgs& args, const std::string&, const std::string&) {
+  args.*Field = true;
+  return std::nullopt;
+}
+
+template <Int32 BatchArgs::*Field, Int32 Min, Int32 Max>
+std::optional<std::string> setWhole(BatchArgs& args, const std::string& option, const std::string& value) {
+  const std::optional<Int32> n = readWhole32(value);
+  if (!n || *n < Min || *n > Max) {
+    return option + " " + value + " is refused: it takes a whole number from " + std::to_string(Min) + " to " +
+           std::to_string(Max);
+  }
+  args.*Field = *n;
+  return std::nullopt;
+}
+
+template <std::optional<std::string> BatchArgs::*Field, bool Folder>
+std::optional<std::string> setName(BatchArgs& args, const std::string& option, const std::string& value) {
+  if (value.empty()) return option + (Folder ? " needs a folder" : " needs a file name");
+  args.*Field = value;
+  return std::nullopt;
+}
+
+std::optional<std::string> setScale(BatchArgs& args, const std::string&, const std::string& value) {
+  const std::optional<double> f = readNumber(value);
+  if (!f) return "--scale needs a number from 0.01 to 3";
+  const double hundredths = *f * 100.0;
+  const double whole = std::round(hundredths);
+  if (!(whole >= 1.0 && whole <= 300.0) || std::abs(hundredths - whole) > 1e-6) {
+    return "--scale " + value + " is refused: the scale runs from 0.01 to 3 in steps of 0.01";
+  }
+  args.scale = static_cast<Int32>(whole);
+  return std::nullopt;
+}
+
+std::optional<std::string> setUnits(BatchArgs& args, const std::string&, const std::string& value) {
+  const std::optional<DrawingUnit> unit = drawingUnitNamed(value);
+  if (!unit) return "--units " + value + " is refused: it takes mm, in or px";
+  args.units = *unit;
+  return std::nullopt;
+}
+
+std::optional<std::string> setDpi(BatchArgs& args, const std::string&, const std::string& value) {
+  const std::optional<Int32> n = readWhole32(value);
+  if (!n || *n < 1 || *n > kMaxDpi) {
+    return "--dpi " + value + " is refused: it takes a whole number from 1 to " + std::to_string(kMaxDpi);
+  }
+  args.dpi = *n;
+  return std::nullopt;
+}
+
+constexpr OptionRow kOptions[] = {
+    {"--scale", true, setScale},
+    {"--blur", true, setWhole<&BatchArgs::blur, 0, 3>},
+    {"--threshold", true, setWhole<&BatchArgs::threshold, 1, 255>},
+    {"--tolerance", true, setWhole<&BatchArgs::tolerance, 1, 100>},
+    {"--reorder", false, setFlag<&BatchArgs::reorder>},
+    {"--no-original", false, setFlag<&BatchArgs::noOriginal>},
+    {"--preview", true, setName<&BatchArgs::preview, false>},
+    {"--dpi", true, setDpi},
+    {"--units", true, setUnits},
+    {"--polyline", false, setFlag<&BatchArgs::polyline>},
+    {"--min-branch", true, setWhole<&BatchArgs::minBranch, 0, kMaxChainPixels>},
+    {"--min-chain", true, setWhole<&BatchArgs::minChain, 0, kMaxChainPixels>},
+    {"--svg", true, setName<&BatchArgs::svg, false>},
+    {"--large", false, setFlag<&BatchArgs::large>},
+    {"--max-megapixels", true, setWhole<&BatchArgs::maxMegapixels, 1, 1000>},
+    {"--out-dir", true, setName<&BatchArgs::outDir, true>},
+    {"--preview-dir", true, setName<&BatchArgs::previewDir, true>},
+    {"-j", true, setWhole<&BatchArgs::jobs, 1, 64>},
+    {"--jobs", true, setWhole<&BatchArgs::jobs, 1, 64>},
+    {"--quiet", false, setFlag<&BatchArgs::quiet>},
+};
+
+const OptionRow* optionNamed(std::string_view name) {
+  for (const OptionRow& row : kOptions) {
+    if (row.name == name) return &row;
+  }
+  return nullptr;
+}
+
+// The options taken together: what one needs of another, and the files.
+std::optional<std::string> settle(BatchArgs& args, std::vector<std::string> positional) {
+  const bool paper = args.units != DrawingUnit::Pixel;
+  if (paper && !args.dpi) {
+    return "--units " + std::string(unitName(args.units)) +
+           " needs --dpi N, the scan's resolution, to know how long a pixel is";
+  }
+  if (!paper && args.dpi) return "--dpi needs --units mm or --units in: a drawing in pixels has no use for it";
+  if (args.outDir) {
+    if (args.preview || args.svg)
+      return "with --out-dir, use --preview-dir for previews; --preview and --svg name one file";
+    if (positional.empty()) return "--out-dir needs the pictures to convert";
+    args.pictures = std::move(positional);
+    return std::nullopt;
+  }
+  if (args.previewDir || args.jobs != 0) return "--preview-dir and -j go with --out-dir";
+  if (positional.empty()) return "the DXF drawing to write is missing";
+  if (positional.size() > 2) return "too many files: give at most a picture and a drawing";
+  if (positional.size() == 2) args.picture = positional[0];
+  args.drawing = positional.back();
+  return std::nullopt;
+}
+
 }  // namespace
 
 BatchParse parseBatchArgs(const std::vector<std::string>& argv) {
   BatchParse out;
   BatchArgs args;
   std::vector<std::string> positional;
-  auto fail = [&out](std::string why) {
-    out.error = std::move(why);
-    return out;
-  };
   for (std::size_t i = 0; i < argv.size(); ++i) {
     const std::string& a = argv[i];
-    auto value = [&]() -> std::optional<std::string> {
-      if (i + 1 >= argv.size()) return std::nullopt;
-      return argv[++i];
-    };
     if (a == "--help" || a == "-h") {
       out.help = true;
       return out;
     }
-    if (a == "--reorder") {
-      args.reorder = true;
-    } else if (a == "--large") {
-      args.large = true;
-    } else if (a == "--quiet") {
-      args.quiet = true;
-    } else if (a == "--out-dir" || a == "--preview-dir") {
-      const auto v = value();
-      if (!v || v->empty()) return fail(a + " needs a folder");
-      (a == "--out-dir" ? args.outDir : args.previewDir) = *v;
-    } else if (a == "--no-original") {
-      args.noOriginal = true;
-    } else if (a == "--polyline") {
-      args.polyline = true;
-    } else if (a == "--svg") {
-      const auto v = value();
-      if (!v || v->empty()) return fail("--svg needs a file name");
-      args.svg = *v;
-    } else if (a == "--units") {
-      const auto v = value();
-      const std::optional<DrawingUnit> unit = v ? drawingUnitNamed(*v) : std::nullopt;
-      if (!unit) return fail("--units " + v.value_or("") + " is refused: it takes mm, in or px");
-      args.units = *unit;
-    } else if (a == "--dpi") {
-      const auto v = value();
-      const std::optional<Int32> n = v ? readWhole32(*v) : std::nullopt;
-      if (!n || *n < 1 || *n > kMaxDpi) {
-        return fail("--dpi " + v.value_or("") + " is refused: it takes a whole number from 1 to " +
-                    std::to_string(kMaxDpi));
+    const OptionRow* row = optionNamed(a);
+    if (!row) {
+      if (a.starts_with("--")) {
+        out.error = "unknown option " + a;
+        return out;
       }
-      args.dpi = *n;
-    } else if (a == "--preview") {
-      const auto v = value();
-      if (!v || v->empty()) return fail("--preview needs a file name");
-      args.preview = *v;
-    } else if (a == "--scale") {
-      const auto v = value();
-      const std::optional<double> f = v ? readNumber(*v) : std::nullopt;
-      if (!f) return fail("--scale needs a number from 0.01 to 3");
-      const double hundredths = *f * 100.0;
-      const double whole = std::round(hundredths);
-      if (!(whole >= 1.0 && whole <= 300.0) || std::abs(hundredths - whole) > 1e-6) {
-        return fail("--scale " + *v + " is refused: the scale runs from 0.01 to 3 in steps of 0.01");
-      }
-      args.scale = static_cast<Int32>(whole);
-    } else if (a.starts_with("--") || a == "-j") {
-      const Range* range = nullptr;
-      for (const Range& r : kWholeOptions) {
-        if (a == r.option) range = &r;
-      }
-      if (!range) return fail("unknown option " + a);
-      const auto v = value();
-      const std::optional<Int32> n = v ? readWhole32(*v) : std::nullopt;
-      if (!n || *n < range->min || *n > range->max) {
-        return fail(a + " " + (v ? *v : std::string()) + " is refused: it takes a whole number from " +
-                    std::to_string(range->min) + " to " + std::to_string(range->max));
-      }
-      args.*(range->field) = *n;
-    } else {
       positional.push_back(a);
+      continue;
+    }
+    static const std::string none;
+    if (row->takesValue && i + 1 >= argv.size()) {
+      // The option's own refusal of a missing value says what it wanted.
+      out.error = row->take(args, a, none).value_or(a + " needs a value");
+      return out;
+    }
+    if (const std::optional<std::string> refused = row->take(args, a, row->takesValue ? argv[++i] : none)) {
+      out.error = *refused;
+      return out;
     }
   }
-  const bool paper = args.units != DrawingUnit::Pixel;
-  if (paper && !args.dpi) {
-    return fail("--units " + std::string(unitName(args.units)) +
-                " needs --dpi N, the scan's resolution, to know how long a pixel is");
-  }
-  if (!paper && args.dpi) return fail("--dpi needs --units mm or --units in: a drawing in pixels has no use for it");
-  if (args.outDir) {
-    if (args.preview || args.svg)
-      return fail("with --out-dir, use --preview-dir for previews; --preview and --svg name one file");
-    if (positional.empty()) return fail("--out-dir needs the pictures to convert");
-    args.pictures = std::move(positional);
-    out.args = std::move(args);
+  if (const std::optional<std::string> refused = settle(args, std::move(positional))) {
+    out.error = *refused;
     return out;
   }
-  if (args.previewDir || args.jobs != 0) return fail("--preview-dir and -j go with --out-dir");
-  if (positional.empty()) return fail("the DXF drawing to write is missing");
-  if (positional.size() > 2) return fail("too many files: give at most a picture and a drawing");
-  if (positional.size() == 2) args.picture = positional[0];
-  args.drawing = positional.back();
   out.args = std::move(args);
   return out;
 }

@@ -16,36 +16,23 @@
 #include "intake/picture_loader.h"
 #include "pipeline/preview.h"
 #include "pipeline/stage_chain.h"
+#include "pipeline/statistics.h"
 #include "svg/svg_writer.h"
 
 namespace quern {
 
 namespace {
 
-// The stages report through their host. A batch run has no interface to let
-// run; it tells of refusals through the stage outcomes, so the controls' own
-// messages are not repeated, and it shows the stage's bar on the terminal.
-class BatchHost : public Host {
- public:
-  explicit BatchHost(ProgressLine* progress) : progress_(progress) {}
-  void DoEvents() override {
-    if (progress_ && bar_ >= 0) progress_->update(bars_[bar_].Value, bars_[bar_].Max);
-  }
-  ProgressBar& PB(Int16 index) override { return progressBarAt(bars_, index); }
-  void MsgBox(const std::string&) override {}
-  void follow(Stage stage) {
-    static constexpr int kBar[] = {0, 1, 2, 3, 5, 6};
-    const int bar = kBar[static_cast<int>(stage) - 1];
-    // Pruning runs as a second step of the chain stage: it keeps its line.
-    if (progress_ && bar != bar_) progress_->begin(stageName(stage));
-    bar_ = bar;
-  }
-
- private:
-  ProgressLine* progress_;
-  ProgressBar bars_[7];
-  int bar_ = -1;
-};
+// The terminal's progress line: a line for each stage that reports, its bar
+// at the fraction the stage has done.
+FractionReport progressReport(ProgressLine* progress) {
+  if (!progress) return FractionReport();
+  return FractionReport([progress, shown = Stage::rescale](Stage stage, double fraction) mutable {
+    if (stage != shown) progress->begin(stageName(stage));
+    shown = stage;
+    progress->update(fraction, 1.0);
+  });
+}
 
 long long largestPicture(const BatchArgs& args) {
   return args.large ? static_cast<long long>(args.maxMegapixels) * 1'000'000 : kMaxPicturePixels;
@@ -77,12 +64,13 @@ StageParams paramsOf(const BatchArgs& args) {
 
 // The window's last preview: stage 6 draws on a cleared box, over the
 // original when it is kept.
-void writePreview(const StageChain& chain, Int32 w, Int32 h, float factor, bool keepOriginal, const std::string& path) {
+void writePreview(const StageChain& chain, const Picture& original, bool keepOriginal, const std::string& path) {
+  const Int32 w = pictureWidth(original);
+  const Int32 h = pictureHeight(original);
   PictureBox box(static_cast<float>(kTwipsPerPixel), 0);
   layOutPreview(box, w, h);
-  if (keepOriginal)
-    box.PaintPicture(chain.original.picture(), 0.0F, 0.0F, static_cast<float>(w), static_cast<float>(h));
-  drawSegments(chain.session.ChainTable, box, factor);
+  if (keepOriginal) box.PaintPicture(original, 0.0F, 0.0F, static_cast<float>(w), static_cast<float>(h));
+  drawSegments(chain.segments(), box, chain.previewFactor());
   saveBitmapPng(box, path);
 }
 
@@ -133,58 +121,41 @@ BatchResult convertPicture(const BatchArgs& args, const std::optional<std::strin
     if (progress) progress->finish();
     return result;
   };
-  BatchHost host(progress);
-  RasterContext context(args.large ? RasterLimits::large(largestPicture(args)) : RasterLimits{});
-  StageChain chain(context, host);
+  RasterLimits limits = args.large ? RasterLimits::large(largestPicture(args)) : RasterLimits{};
+  // Several pictures at a time take large blocks from the heap (see allocateZeroed).
+  limits.mapLargeBlocks = !args.outDir;
+  RasterContext context(limits);
+  FractionReport report = progressReport(progress);
+  // A batch run reruns nothing: each picture goes once the next stage has
+  // taken it on, and memory holds about two pictures at a time. The original
+  // stays only while the preview still needs it.
+  StageChain chain(context, report, ChainOptions{Retention::letGo});
   const StageParams params = paramsOf(args);
+  Picture original;
   try {
-    chain.original.setPicture(loadOriginal(args, picture));
+    original = loadOriginal(args, picture);
   } catch (const QuernError& e) {
     return finish(e.what());
   }
-  result.width = chain.original.picwidth();
-  result.height = chain.original.picheight();
-  Int32 rescaledWidth = 0;
-  Int32 rescaledHeight = 0;
-  // A batch run reruns nothing, so each picture is let go once the stage
-  // after it has taken it on: memory holds about two pictures at a time.
-  const std::vector<StageOutcome> outcomes = chain.run(Stage::rescale, params, [&](Stage stage) {
-    host.follow(stage);
-    if (stage == Stage::blur) {
-      rescaledWidth = chain.rescaled.picwidth();
-      rescaledHeight = chain.rescaled.picheight();
-      if (!preview) chain.original.setPicture(nullptr);
-    } else if (stage == Stage::threshold) {
-      chain.rescaled.setPicture(nullptr);
-      context.filterpixels.release();
-    } else if (stage == Stage::thin) {
-      chain.smoothed.setPicture(nullptr);
-    } else if (stage == Stage::chain) {
-      chain.blackWhite.setPicture(nullptr);
-    }
-  });
+  result.width = pictureWidth(original);
+  result.height = pictureHeight(original);
+  chain.setOriginal(original);
+  if (!preview) original = nullptr;
+  const std::vector<StageOutcome> outcomes = chain.run(Stage::rescale, params);
   if (!outcomes.back().done()) return finish(describe(args, outcomes.back()));
   try {
     const DrawingOptions options = drawingOptionsOf(args);
-    writeDxfDrawing(withDxfExtension(drawing), chain.session.ChainTable, options);
-    if (args.svg) writeSvgFile(*args.svg, chain.session.ChainTable, options);
-    if (preview) {
-      const float factor = toFloat32(static_cast<double>(result.width) / chain.thinned.picwidth());
-      writePreview(chain, result.width, result.height, factor, params.keepOriginal, *preview);
-    }
+    writeDxfDrawing(withDxfExtension(drawing), chain.segments(), options);
+    if (args.svg) writeSvgFile(*args.svg, chain.segments(), options);
+    if (preview) writePreview(chain, original, params.keepOriginal, *preview);
   } catch (const QuernError& e) {
     return finish(e.what());
   }
   const std::string name = picture ? std::filesystem::path(*picture).filename().string() : std::string();
-  result.lines = chain.session.ChainTable.count();
-  result.statistics = {
-      "Filename: ..." + name,
-      "Original Image X: " + std::to_string(result.width) + " pixels",
-      "Original Image Y: " + std::to_string(result.height) + " pixels",
-      "Adjusted Image X: " + std::to_string(rescaledWidth) + " pixels",
-      "Adjusted Image Y: " + std::to_string(rescaledHeight) + " pixels",
-      "Lines for output: " + std::to_string(result.lines) + " Normalized Objects",
-  };
+  result.lines = chain.segments().count();
+  const std::array<std::string, 6> lines =
+      statisticsLines(name, result.width, result.height, outcomes.front().width, outcomes.front().height, result.lines);
+  result.statistics.assign(lines.begin(), lines.end());
   return finish("");
 }
 

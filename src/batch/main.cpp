@@ -3,7 +3,6 @@
 
 #include <iostream>
 
-#include "base/zeroed_memory.h"
 #include "batch/batch_args.h"
 #include "batch/batch_run.h"
 #include "batch/progress.h"
@@ -28,9 +27,6 @@ int main(int argc, char** argv) {
     return 2;
   }
   const quern::BatchArgs& args = *parsed.args;
-  // Picture after picture, the heap hands the last one's blocks on without
-  // faulting pages in anew, and without unmapping, which stalls other cores.
-  if (args.outDir) quern::setMapLargeBlocks(false);
   quern::ProgressLine progress(!args.quiet && quern::ProgressLine::onTerminal());
   try {
     if (args.outDir) {

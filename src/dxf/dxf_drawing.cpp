@@ -22,11 +22,7 @@ DxfDocument dxfDrawing(const RecordTable& ChainTable, const DrawingOptions& opti
   DxfAddFixedDimensions(doc);
   const double s = options.unitScale;
   if (!options.polyline) {
-    for (Int32 i = 1; i <= ChainTable.count(); ++i) {
-      const LineRecord& r = ChainTable[i];
-      doc.DxfAddLine(doc.DxfLayer, scaled(r.x1, s), scaledTurned(r.y1, s), 0, scaled(r.x2, s), scaledTurned(r.y2, s),
-                     0);
-    }
+    DxfAddTableLines(doc, ChainTable, s);
     return doc;
   }
   for (DrawingPath& path : drawingPaths(ChainTable, true)) {

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "base/number_text.h"
+#include "base/numbers.h"
 #include "base/replace_file.h"
 
 namespace quern {
@@ -179,13 +180,21 @@ void DxfAddFixedDimensions(DxfDocument& doc) {
   doc.DxfAddDimension(doc.DxfLayer, 50, 80, 55, 80, 55, 85, 52.5F, 85, 0, "Width");
 }
 
+void DxfAddTableLines(DxfDocument& doc, const RecordTable& table, double scale) {
+  // Products in 64 bits, stored in 32 like every table value: a scale of 1
+  // gives each value back unchanged, and y merely turned.
+  const auto scaled = [scale](float v) { return toFloat32(static_cast<double>(v) * scale); };
+  const auto turned = [scale](float v) { return toFloat32(-(static_cast<double>(v) * scale)); };
+  for (Int32 i = 1; i <= table.count(); ++i) {
+    const LineRecord& r = table[i];
+    doc.DxfAddLine(doc.DxfLayer, scaled(r.x1), turned(r.y1), 0, scaled(r.x2), turned(r.y2), 0);
+  }
+}
+
 void WriteDxfFile(const std::string& path, const RecordTable& ChainTable) {
   DxfDocument doc;
   DxfAddFixedDimensions(doc);
-  for (Int32 i = 1; i <= ChainTable.count(); ++i) {
-    const LineRecord& r = ChainTable[i];
-    doc.DxfAddLine(doc.DxfLayer, r.x1, -r.y1, 0, r.x2, -r.y2, 0);
-  }
+  DxfAddTableLines(doc, ChainTable);
   doc.DxfWriteAll(path);
 }
 

@@ -46,6 +46,11 @@ std::string withDxfExtension(const std::string& name);
 // The four fixed dimensions every drawing carries, with their blocks.
 void DxfAddFixedDimensions(DxfDocument& doc);
 
+// A LINE for each record 1 to count of the table, from (x1, -y1, 0) to
+// (x2, -y2, 0), every coordinate multiplied by `scale`; separators and the
+// record past the last one included.
+void DxfAddTableLines(DxfDocument& doc, const RecordTable& table, double scale = 1.0);
+
 // Writes ChainTable, records 1 to its count, as LINE entities from
 // (x1, -y1, 0) to (x2, -y2, 0) after the fixed frame of four dimensions.
 void WriteDxfFile(const std::string& path, const RecordTable& ChainTable);

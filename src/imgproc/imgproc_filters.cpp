@@ -2,12 +2,14 @@
 #include "imgproc/scratch.h"
 #include "processing/colour_normalise.h"
 #include "processing/rank_filters.h"
+#include "processing/raster_stages.h"
 
 namespace quern {
 
 namespace {
 // The frame of every filter: the source into Picture3, the kernel on it, the
-// commit. takeimage False starts from the stored picture alone.
+// commit. takeimage False starts from the stored picture alone. The filters
+// give way through the host; smoothing moves PB(1).
 template <typename Kernel>
 void runFilter(ImgProc& c, bool takeimage, Kernel kernel) {
   ScratchScope scratch(c);
@@ -17,38 +19,44 @@ void runFilter(ImgProc& c, bool takeimage, Kernel kernel) {
     c.Picture3.setPicture(c.Picture1.picture());
     c.Picture3.Cls();
   }
-  kernel(c.Picture3);
+  HostProgress progress(c.host(), 1);
+  kernel(c.Picture3, progress);
   c.commit(c.Picture3);
 }
 }  // namespace
 
 bool ImgProc::colnorm3(Int16 threshold) {
-  ScratchScope scratch(*this);
-  Picture3.setPicture(Picture1.picture());
+  HostProgress progress(host(), 2);
+  const RasterResult result = blackWhitePicture(Picture1.picture(), threshold, context().limits, progress);
   // A refused picture stays the very picture it was.
-  if (!makeblackwhite(Picture3, threshold, host(), context().limits.blackWhite)) return false;
-  commit(Picture3);
+  if (!result.done()) {
+    host().MsgBox(kImageTooLarge);
+    return false;
+  }
+  Picture1.setPicture(result.picture);
   return true;
 }
 
 void ImgProc::filtercust3(const FilterArray& filter, Int16 filternorm, Int16 filterbias, bool takeimage, bool takeabs) {
-  runFilter(*this, takeimage, [&](PictureBox& box) {
-    runcust3(box, context().filterpixels, filter, filternorm, filterbias, takeabs, host());
+  runFilter(*this, takeimage, [&](PictureBox& box, Progress& progress) {
+    runcust3(box, context().filterpixels, filter, filternorm, filterbias, takeabs, progress);
   });
 }
 
 void ImgProc::filtercust5(const FilterArray& filter, Int16 filternorm, Int16 filterbias, bool takeimage, bool takeabs) {
-  runFilter(*this, takeimage, [&](PictureBox& box) {
-    runcust5(box, context().filterpixels, filter, filternorm, filterbias, takeabs, host());
+  runFilter(*this, takeimage, [&](PictureBox& box, Progress& progress) {
+    runcust5(box, context().filterpixels, filter, filternorm, filterbias, takeabs, progress);
   });
 }
 
 void ImgProc::filtersharpen(bool takeimage) {
-  runFilter(*this, takeimage, [&](PictureBox& box) { runsharpen(box, context().filterpixels, host()); });
+  runFilter(*this, takeimage,
+            [&](PictureBox& box, Progress& progress) { runsharpen(box, context().filterpixels, progress); });
 }
 
 void ImgProc::filtersmooth(bool takeimage) {
-  runFilter(*this, takeimage, [&](PictureBox& box) { runsmooth(box, context().filterpixels, host()); });
+  runFilter(*this, takeimage,
+            [&](PictureBox& box, Progress& progress) { runsmooth(box, context().filterpixels, progress); });
 }
 
 FilterArray ImgProc::filtcreatecust3(Int16 f11, Int16 f12, Int16 f13, Int16 f21, Int16 f22, Int16 f23, Int16 f31,
@@ -65,33 +73,37 @@ FilterArray ImgProc::filtcreatecust5(Int16 f11, Int16 f12, Int16 f13, Int16 f14,
 }
 
 void ImgProc::filtermedian(Int16 filterbias, bool takeimage, bool takeabs) {
-  runFilter(*this, takeimage,
-            [&](PictureBox& box) { runmedian(box, context().filterpixels, filterbias, takeabs, host()); });
+  runFilter(*this, takeimage, [&](PictureBox& box, Progress& progress) {
+    runmedian(box, context().filterpixels, filterbias, takeabs, progress);
+  });
 }
 
 void ImgProc::filtermedianKC(Int16 filterbias, bool takeimage, bool takeabs) {
-  runFilter(*this, takeimage,
-            [&](PictureBox& box) { runmedianKC(box, context().filterpixels, filterbias, takeabs, host()); });
+  runFilter(*this, takeimage, [&](PictureBox& box, Progress& progress) {
+    runmedianKC(box, context().filterpixels, filterbias, takeabs, progress);
+  });
 }
 
 void ImgProc::filterdiffuse(Int16 rndinto, Int16 rndminus, bool takeimage) {
-  runFilter(*this, takeimage, [&](PictureBox& box) {
-    rundiffuse(box, context().filterpixels, rndinto, rndminus, randomSource(), host());
+  runFilter(*this, takeimage, [&](PictureBox& box, Progress& progress) {
+    rundiffuse(box, context().filterpixels, rndinto, rndminus, randomSource(), progress);
   });
 }
 
 void ImgProc::filteremboss(Int16 filterbias, bool takeimage) {
-  runFilter(*this, takeimage, [&](PictureBox& box) { runemboss(box, context().filterpixels, filterbias, host()); });
+  runFilter(*this, takeimage,
+            [&](PictureBox& box, Progress& progress) { runemboss(box, context().filterpixels, filterbias, progress); });
 }
 
 void ImgProc::filterpixelize(Int16 rndplus, Int16 rndminus, Int16 intoradius, Int16 minradius, bool takeimage) {
-  runFilter(*this, takeimage, [&](PictureBox& box) {
-    runpixelize(box, context().filterpixels, rndplus, rndminus, intoradius, minradius, randomSource(), host());
+  runFilter(*this, takeimage, [&](PictureBox& box, Progress& progress) {
+    runpixelize(box, context().filterpixels, rndplus, rndminus, intoradius, minradius, randomSource(), progress);
   });
 }
 
 void ImgProc::filtersolarize(Int16 ll, Int16 ul, bool takeimage) {
-  runFilter(*this, takeimage, [&](PictureBox& box) { runsolarize(box, context().filterpixels, ll, ul, host()); });
+  runFilter(*this, takeimage,
+            [&](PictureBox& box, Progress& progress) { runsolarize(box, context().filterpixels, ll, ul, progress); });
 }
 
 }  // namespace quern

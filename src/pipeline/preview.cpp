@@ -24,11 +24,16 @@ void layOutPreview(PictureBox& box, Int32 pictureWidth, Int32 pictureHeight) {
   box.setScaleHeight(static_cast<float>(pictureHeight));
 }
 
-void drawSegments(const RecordTable& table, PictureBox& box, float factor, const std::function<void()>& afterEachLine) {
+float previewFactor(Int32 originalWidth, Int32 thinnedWidth) {
+  return toFloat32(static_cast<double>(originalWidth) / static_cast<double>(thinnedWidth));
+}
+
+void drawSegments(const RecordTable& table, PictureBox& box, float factor, const std::function<void()>& afterEachLine,
+                  std::optional<Colour> colour) {
   const Int32 last = std::min(table.count(), table.lastRecord());
   for (Int32 i = 1; i <= last; ++i) {
     const LineRecord& r = table[i];
-    box.Line(factor * r.x1, factor * r.y1, factor * r.x2, factor * r.y2, kRed);
+    box.Line(factor * r.x1, factor * r.y1, factor * r.x2, factor * r.y2, colour);
     if (afterEachLine) afterEachLine();
   }
 }

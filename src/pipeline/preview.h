@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 
 #include "base/line_tables.h"
 #include "surface/picture_box.h"
@@ -11,9 +12,12 @@ namespace quern {
 // original: a box 6000 twips on its longer side, shaped like the original's
 // picture control on the window (2535 by 2055 twips), whose scale counts in
 // pixels of the original.
-inline constexpr float kPreviewSide = 6000.0F;
-inline constexpr float kPreviewShapeWidth = 2535.0F;
-inline constexpr float kPreviewShapeHeight = 2055.0F;
+inline constexpr Int32 kPreviewSideTwips = 6000;
+inline constexpr Int32 kPreviewShapeWidthTwips = 2535;
+inline constexpr Int32 kPreviewShapeHeightTwips = 2055;
+inline constexpr float kPreviewSide = kPreviewSideTwips;
+inline constexpr float kPreviewShapeWidth = kPreviewShapeWidthTwips;
+inline constexpr float kPreviewShapeHeight = kPreviewShapeHeightTwips;
 
 // Gives `box` the shape of the control for a picture of this size: a picture
 // at least as wide as high keeps the box's width, another its height. The
@@ -25,11 +29,16 @@ void fitPreview(PictureBox& box, float boxWidth, float boxHeight, float shapeWid
 // and scaled to the picture, white, in twips.
 void layOutPreview(PictureBox& box, Int32 pictureWidth, Int32 pictureHeight);
 
+// Pixels of the original per pixel of the thinned picture: the two widths
+// divided in 64 bits, held in 32. One factor serves both axes.
+float previewFactor(Int32 originalWidth, Int32 thinnedWidth);
+
 // Draws each record of the table, separators and the record past the last
-// one included, as a red line scaled by `factor`; `afterEachLine` runs after
-// every line (the window lets its interface run there). Records past the end
-// of the table are lost.
+// one included, as a line scaled by `factor` in `colour` (red by default; no
+// colour draws in the box's ForeColor); `afterEachLine` runs after every line
+// (the window lets its interface run there). Records past the end of the
+// table are lost.
 void drawSegments(const RecordTable& table, PictureBox& box, float factor,
-                  const std::function<void()>& afterEachLine = {});
+                  const std::function<void()>& afterEachLine = {}, std::optional<Colour> colour = kRed);
 
 }  // namespace quern

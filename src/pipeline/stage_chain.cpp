@@ -1,10 +1,8 @@
 #include "pipeline/stage_chain.h"
 
-#include <algorithm>
-#include <cmath>
-
 #include "base/errors.h"
-#include "processing/colour_normalise.h"
+#include "pipeline/preview.h"
+#include "processing/raster_stages.h"
 #include "vector/chains.h"
 #include "vector/normalize.h"
 #include "vector/reorder.h"
@@ -22,12 +20,21 @@ StageOutcome outcome(Stage stage, StageOutcome::Kind kind, std::string reason) {
   return o;
 }
 
-StageOutcome refused(Stage stage, std::string reason, const ImgProc& picture, long long count, long long limit) {
-  StageOutcome o = outcome(stage, StageOutcome::Kind::refused, std::move(reason));
-  o.width = picture.picwidth();
-  o.height = picture.picheight();
-  o.count = count;
-  o.limit = limit;
+// A raster stage's outcome: done, with the size of the picture it made, or
+// refused with what met which limit.
+StageOutcome rasterOutcome(Stage stage, const RasterResult& result) {
+  if (!result.refusal) {
+    StageOutcome o = StageOutcome::ok(stage);
+    o.width = pictureWidth(result.picture);
+    o.height = pictureHeight(result.picture);
+    return o;
+  }
+  const Refusal& r = *result.refusal;
+  StageOutcome o = outcome(stage, StageOutcome::Kind::refused, r.reason);
+  o.width = r.width;
+  o.height = r.height;
+  o.count = r.count;
+  o.limit = r.limit;
   return o;
 }
 
@@ -45,85 +52,93 @@ StageOutcome guarded(Stage stage, Work&& work) {
   }
 }
 
+constexpr std::size_t kRasterStages = 4;
+
 }  // namespace
 
-StageChain::StageChain(RasterContext& context, Host& host)
-    : original(context, &host),
-      rescaled(context, &host),
-      smoothed(context, &host),
-      blackWhite(context, &host),
-      thinned(context, &host),
-      context_(context),
-      host_(host) {
+Progress& FractionReport::progressOf(Stage stage) {
+  current_.emplace([this, stage](double fraction) {
+    if (report_) report_(stage, fraction);
+  });
+  return *current_;
+}
+
+StageChain::StageChain(RasterContext& context, StageReport& report, ChainOptions options)
+    : session(context.limits.mapLargeBlocks), context_(context), report_(report), options_(options) {
   if (context.limits.tablesGrow) session.allowGrowth();
 }
 
-StageOutcome StageChain::rescale(double factor) {
-  StageOutcome o = guarded(Stage::rescale, [&] {
-    rescaled.setPicture(original.picture());
-    rescaled.scalesign(factor);
-    return StageOutcome::ok(Stage::rescale);
-  });
-  if (o.kind == StageOutcome::Kind::refused) {
-    // The size the stretch would have made, and the surface limit it met.
-    o.width = static_cast<Int32>(std::min(2e9, std::round(original.picwidth() * factor)));
-    o.height = static_cast<Int32>(std::min(2e9, std::round(original.picheight() * factor)));
-    o.limit = context_.limits.surfacePixels;
+void StageChain::setOriginal(Picture picture) {
+  originalWidth_ = pictureWidth(picture);
+  original_ = std::move(picture);
+}
+
+const Picture& StageChain::picture(Stage stage) const {
+  static const Picture none;
+  const auto i = static_cast<std::size_t>(stage);
+  return i >= 1 && i <= kRasterStages ? pictures_[i - 1] : none;
+}
+
+const Picture& StageChain::input(Stage stage) const {
+  return stage == Stage::rescale ? original_ : picture(static_cast<Stage>(static_cast<Int16>(stage) - 1));
+}
+
+void StageChain::handedOn(Stage stage) {
+  if (options_.retention != Retention::letGo) return;
+  if (stage == Stage::rescale) {
+    original_ = nullptr;
+  } else {
+    slot(static_cast<Stage>(static_cast<Int16>(stage) - 1)) = nullptr;
   }
-  return o;
+  // Nothing after the blur reads the filter store.
+  if (stage == Stage::blur) context_.filterpixels.release();
+}
+
+StageOutcome StageChain::rescale(double factor) {
+  const RasterResult result =
+      rescalePicture(original_, static_cast<float>(pictureWidth(original_)),
+                     static_cast<float>(pictureHeight(original_)), factor, factor, context_.limits.surfacePixels);
+  // A refused stage leaves its surface with the picture it was given.
+  slot(Stage::rescale) = result.picture;
+  if (result.done()) handedOn(Stage::rescale);
+  return rasterOutcome(Stage::rescale, result);
 }
 
 StageOutcome StageChain::blur(Int32 runs) {
-  StageOutcome o = guarded(Stage::blur, [&] {
-    smoothed.setPicture(rescaled.picture());
-    for (Int32 i = 1; i <= runs; ++i) smoothed.filtersmooth();
-    return StageOutcome::ok(Stage::blur);
+  return guarded(Stage::blur, [&] {
+    const RasterResult result = smoothPicture(input(Stage::blur), runs, context_, report_.progressOf(Stage::blur));
+    slot(Stage::blur) = result.picture;
+    if (result.done()) handedOn(Stage::blur);
+    return rasterOutcome(Stage::blur, result);
   });
-  if (o.kind == StageOutcome::Kind::refused) {
-    o.width = smoothed.picwidth();
-    o.height = smoothed.picheight();
-    o.limit = context_.limits.filterFrame;
-  }
-  return o;
 }
 
 StageOutcome StageChain::threshold(Int16 threshold) {
   return guarded(Stage::threshold, [&] {
-    blackWhite.setPicture(smoothed.picture());
-    if (blackWhite.colnorm3(threshold)) return StageOutcome::ok(Stage::threshold);
-    const Int32 limit = context_.limits.blackWhite;
-    return refused(Stage::threshold,
-                   "the black-and-white stage takes pictures of up to " + std::to_string(limit) + " by " +
-                       std::to_string(limit) + " pixels",
-                   blackWhite, 0, limit);
+    // A refused picture goes on as it came.
+    const RasterResult result =
+        blackWhitePicture(input(Stage::threshold), threshold, context_.limits, report_.progressOf(Stage::threshold));
+    slot(Stage::threshold) = result.picture;
+    handedOn(Stage::threshold);
+    return rasterOutcome(Stage::threshold, result);
   });
 }
 
 StageOutcome StageChain::thin() {
   return guarded(Stage::thin, [&] {
     session.LineTable.count() = 0;
-    thinned.setPicture(blackWhite.picture());
-    const ThinResult result = thinned.thin(session.LineTable);
-    switch (result.outcome) {
-      case ThinOutcome::TooLarge:
-        return refused(Stage::thin,
-                       "thinning takes pictures of up to " + std::to_string(context_.limits.thinGrid) + " by " +
-                           std::to_string(context_.limits.thinGrid) + " pixels",
-                       thinned, 0, context_.limits.thinGrid);
-      case ThinOutcome::TooManyPixels:
-        return refused(Stage::thin,
-                       "thinning left " + std::to_string(result.linePixels) + " line pixels and the line table takes " +
-                           std::to_string(session.LineTable.lastRecord() - 1),
-                       thinned, result.linePixels, session.LineTable.lastRecord() - 1);
-      default:
-        return StageOutcome::ok(Stage::thin);
-    }
+    const ThinPictureResult result =
+        thinPicture(input(Stage::thin), session.LineTable, context_.limits, report_.progressOf(Stage::thin));
+    slot(Stage::thin) = result.picture;
+    thinnedWidth_ = pictureWidth(result.picture);
+    if (result.done()) handedOn(Stage::thin);
+    return rasterOutcome(Stage::thin, result);
   });
 }
 
 StageOutcome StageChain::chain() {
   return guarded(Stage::chain, [&] {
-    BuildChains(session, host_);
+    BuildChains(session, report_.progressOf(Stage::chain));
     return StageOutcome::ok(Stage::chain);
   });
 }
@@ -139,7 +154,7 @@ StageOutcome StageChain::simplify(Int32 tolerance) {
   session.GeneralizeTolerance = tolerance;
   session.LastPolyBound = 0;
   return guarded(Stage::simplify, [&] {
-    NormalizePass(session, host_.TwipsPerPixelX());
+    NormalizePass(session, options_.twipsPerPixel);
     return StageOutcome::ok(Stage::simplify);
   });
 }
@@ -151,12 +166,10 @@ StageOutcome StageChain::reorder() {
   });
 }
 
-std::vector<StageOutcome> StageChain::run(Stage from, const StageParams& params,
-                                          const std::function<void(Stage)>& beforeStage) {
+std::vector<StageOutcome> StageChain::run(Stage from, const StageParams& params) {
   std::vector<StageOutcome> outcomes;
   auto step = [&](Stage stage, auto&& work) {
     if (from > stage || (!outcomes.empty() && !outcomes.back().done())) return;
-    if (beforeStage) beforeStage(stage);
     outcomes.push_back(work());
   };
   step(Stage::rescale, [&] { return rescale(params.scale); });
@@ -173,7 +186,7 @@ std::vector<StageOutcome> StageChain::run(Stage from, const StageParams& params,
 }
 
 float StageChain::previewFactor() const {
-  return toFloat32(static_cast<double>(original.picwidth()) / static_cast<double>(thinned.picwidth()));
+  return ::quern::previewFactor(originalWidth_, thinnedWidth_);
 }
 
 }  // namespace quern

@@ -1,34 +1,72 @@
 #pragma once
 
+#include <array>
 #include <functional>
+#include <optional>
 #include <vector>
 
-#include "base/host.h"
-#include "imgproc/imgproc.h"
+#include "base/progress.h"
 #include "pipeline/stage.h"
 #include "processing/raster_context.h"
+#include "surface/picture.h"
 #include "vector/session.h"
 
 namespace quern {
 
-// One chain of the six stages: the original picture, the result of each raster
-// stage on a picture control of its own, and the session of line tables that
-// the vector stages work in. A stage hands on by giving its surface the
-// picture of the surface before it, so any stage can run again with a new
-// value without the ones before it. Progress, yields and the controls'
-// messages go to `host`; what the chain shares with other controls (filter
-// store, random source) is `context`.
+// What a chain tells while its stages run: each stage keeps a bar of its own
+// on the Progress it is given here (blur, threshold, thin and chain do; the
+// others run in one go) and gives its chances to run through it.
+class StageReport {
+ public:
+  virtual ~StageReport() = default;
+  virtual Progress& progressOf(Stage stage) = 0;
+};
+
+// A report that hands (stage, fraction done) to a function at every chance
+// to run; without a function the stages run quietly.
+class FractionReport : public StageReport {
+ public:
+  explicit FractionReport(std::function<void(Stage, double)> report = {}) : report_(std::move(report)) {}
+  Progress& progressOf(Stage stage) override;
+
+ private:
+  std::function<void(Stage, double)> report_;
+  std::optional<FractionProgress> current_;
+};
+
+// Whether a chain keeps every stage's picture, so that any stage can run
+// again with a new value (the window), or lets each picture go once the next
+// stage has taken it on (a run that goes through once, holding about two
+// pictures at a time). A caller that still wants a picture keeps its own
+// reference to it: pictures are shared.
+enum class Retention { keepAll, letGo };
+
+struct ChainOptions {
+  Retention retention = Retention::keepAll;
+  // The simplification tolerance counts in twips of a screen with this many
+  // twips to the pixel.
+  Int32 twipsPerPixel = kDefaultTwipsPerPixel;
+};
+
+// One chain of the six stages: the original picture, the picture each raster
+// stage made from the one before, and the session of line tables that the
+// vector stages work in. Any stage can run alone, starting from what the
+// stage before it left. What the chain shares with other work of its process
+// (filter store, random source, limits) is `context`.
 class StageChain {
  public:
-  StageChain(RasterContext& context, Host& host);
+  StageChain(RasterContext& context, StageReport& report, ChainOptions options = {});
   StageChain(const StageChain&) = delete;
   StageChain& operator=(const StageChain&) = delete;
 
-  ImgProc original;
-  ImgProc rescaled;
-  ImgProc smoothed;
-  ImgProc blackWhite;
-  ImgProc thinned;
+  void setOriginal(Picture picture);
+  const Picture& original() const { return original_; }
+  // The picture that stage (rescale, blur, threshold or thin) made when it
+  // last ran; null before, or once let go.
+  const Picture& picture(Stage stage) const;
+  // The final segments, for the preview and the drawing.
+  const RecordTable& segments() const { return session.ChainTable; }
+
   Session session;
 
   // Stage 1: the original stretched by `factor`. Refused when the result
@@ -38,7 +76,7 @@ class StageChain {
   // picture is larger than the filters take.
   StageOutcome blur(Int32 runs);
   // Stage 3: black and white at a luminance threshold. Refused when the
-  // picture is larger than the stage takes; it then stays as it came.
+  // picture is larger than the stage takes; it then goes on as it came.
   StageOutcome threshold(Int16 threshold);
   // Stage 4: thinned to lines one pixel wide, every line pixel listed in
   // LineTable. Refused for a picture beyond the grid or a listing beyond
@@ -57,17 +95,26 @@ class StageChain {
 
   // Runs the stages from `from` to the last with `params`, stopping after
   // the first that is not done. Gives the outcomes of the stages that ran.
-  // `beforeStage`, when given, is told of each stage before it starts.
-  std::vector<StageOutcome> run(Stage from, const StageParams& params,
-                                const std::function<void(Stage)>& beforeStage = {});
+  std::vector<StageOutcome> run(Stage from, const StageParams& params);
 
   // Pixels of the original per pixel of the thinned picture, for drawing
   // the segments over the original.
   float previewFactor() const;
 
  private:
+  Picture& slot(Stage stage) { return pictures_[static_cast<std::size_t>(stage) - 1]; }
+  // The picture a raster stage starts from; with letGo, the chain lets it
+  // go once the stage is done.
+  const Picture& input(Stage stage) const;
+  void handedOn(Stage stage);
+
   RasterContext& context_;
-  Host& host_;
+  StageReport& report_;
+  ChainOptions options_;
+  Picture original_;
+  Int32 originalWidth_ = 1;
+  Int32 thinnedWidth_ = 1;
+  std::array<Picture, 4> pictures_;  // rescale, blur, threshold, thin
 };
 
 }  // namespace quern

@@ -18,20 +18,17 @@ void skipOnError(Step&& step) {
 }
 }  // namespace
 
-bool makeblackwhite(PictureBox& picture, Int16 threshold, Host& host, Int32 limit) {
+bool makeblackwhite(PictureBox& picture, Int16 threshold, Progress& progress, Int32 limit) {
   float width = 0.0F;
   float height = 0.0F;
   skipOnError([&] { width = picture.ScaleWidth(); });
   skipOnError([&] { height = picture.ScaleHeight(); });
   skipOnError([&] {
-    ProgressBar& bar = host.PB(2);
+    ProgressBar& bar = progress.bar();
     bar.Max = height;
     bar.Value = 0.0F;
   });
-  if (width > limit || height > limit) {
-    skipOnError([&] { host.MsgBox(kImageTooLarge); });
-    return false;
-  }
+  if (width > limit || height > limit) return false;
 
   // In pixel scale Point reads the bitmap itself; under a user scale it is asked.
   const bool direct = picture.ScaleMode() == kScalePixels;
@@ -61,11 +58,11 @@ bool makeblackwhite(PictureBox& picture, Int16 threshold, Host& host, Int32 limi
       }
     }
     skipOnError([&] {
-      host.DoEvents();
-      host.PB(2).Value = y;
+      progress.yield();
+      progress.bar().Value = y;
     });
   }
-  skipOnError([&] { host.PB(2).Value = 0.0F; });
+  skipOnError([&] { progress.bar().Value = 0.0F; });
   return true;
 }
 

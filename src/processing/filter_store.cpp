@@ -15,7 +15,8 @@ void FilterStore::Free::operator()(Colour* p) const noexcept {
   freeZeroed(p, mapped);
 }
 
-FilterStore::FilterStore(Int32 frame, bool grows) : frameWidth_(frame), frameHeight_(frame), grows_(grows) {}
+FilterStore::FilterStore(Int32 frame, bool grows, bool mapLarge)
+    : frameWidth_(frame), frameHeight_(frame), grows_(grows), mapLarge_(mapLarge) {}
 
 FilterStore::Record FilterStore::atChecked(Int32 y, Int32 x) const {
   if (y < 0 || x < 0 || y >= frameHeight_ || x >= frameWidth_) {
@@ -30,7 +31,7 @@ void FilterStore::growTo(Int32 width, Int32 height) {
   // Zeroed memory from the system costs nothing until a load writes to it.
   const std::size_t bytes = static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * sizeof(Colour);
   std::size_t mapped = 0;
-  auto* block = static_cast<Colour*>(allocateZeroed(bytes, mapped));
+  auto* block = static_cast<Colour*>(allocateZeroed(bytes, mapped, mapLarge_));
   std::unique_ptr<Colour[], Free> fresh(block, Free{mapped});
   if (!fresh) {
     throw LimitError("Out of memory: the filter store cannot take " + std::to_string(width) + " by " +
@@ -52,7 +53,7 @@ void FilterStore::release() {
   height_ = 0;
 }
 
-void FilterStore::load(const PictureBox& picture, Host& host) {
+void FilterStore::load(const PictureBox& picture, Progress& progress) {
   const Int16 w = roundToInt16(picture.ScaleWidth());
   const Int16 h = roundToInt16(picture.ScaleHeight());
   const bool beyond = w > frameWidth_ || h > frameHeight_;
@@ -79,7 +80,7 @@ void FilterStore::load(const PictureBox& picture, Host& host) {
     // bitmap, whose bytes are all 255.
     for (Int32 x = 0; x < inside; ++x) out[x] = in[x] & 0xFFFFFF;
     std::fill(out + inside, out + width_, 0xFFFFFF);
-    host.DoEvents();
+    progress.yield();
   }
 }
 

@@ -4,8 +4,8 @@
 #include <memory>
 #include <vector>
 
-#include "base/host.h"
 #include "base/numbers.h"
+#include "base/progress.h"
 #include "surface/picture_box.h"
 
 namespace quern {
@@ -30,7 +30,8 @@ class FilterStore {
 
   // `frame`: records per side. With `grows`, a larger picture widens or
   // heightens the frame instead of being refused.
-  explicit FilterStore(Int32 frame = kFilterLimit, bool grows = false);
+  // `mapLarge`: how the frame is taken from the system (allocateZeroed).
+  explicit FilterStore(Int32 frame = kFilterLimit, bool grows = false, bool mapLarge = true);
   FilterStore(const FilterStore&) = delete;
   FilterStore& operator=(const FilterStore&) = delete;
 
@@ -49,7 +50,7 @@ class FilterStore {
   // Reads the drawing area of `picture` (its ScaleWidth by ScaleHeight,
   // rounded) through device pixels, giving the interface a chance to run
   // after each row. A picture beyond the frame is refused with a LimitError.
-  void load(const PictureBox& picture, Host& host);
+  void load(const PictureBox& picture, Progress& progress);
   // Gives the memory back; the next load starts from an empty frame.
   void release();
 
@@ -73,14 +74,15 @@ class FilterStore {
   Int32 frameWidth_;
   Int32 frameHeight_;
   bool grows_;
+  bool mapLarge_;
   Int16 width_ = 0;
   Int16 height_ = 0;
   std::unique_ptr<Colour[], Free> colours_;  // allocated zeroed at the first load
 };
 
 // Loads `picture` into `store` and gives the store back, for the kernels.
-inline const FilterStore& loadfilterpixels(FilterStore& store, const PictureBox& picture, Host& host) {
-  store.load(picture, host);
+inline const FilterStore& loadfilterpixels(FilterStore& store, const PictureBox& picture, Progress& progress) {
+  store.load(picture, progress);
   return store;
 }
 
@@ -112,11 +114,11 @@ class Canvas {
 // from each edge; `colourAt(y, x)` gives the colour painted at (x, y). The
 // interface gets a chance to run after each row.
 template <typename ColourAt>
-void paintInner(const FilterStore& store, Int32 margin, PictureBox& picture, Host& host, ColourAt colourAt) {
+void paintInner(const FilterStore& store, Int32 margin, PictureBox& picture, Progress& progress, ColourAt colourAt) {
   Canvas canvas(picture);
   for (Int32 y = margin; y < store.height() - margin; ++y) {
     for (Int32 x = margin; x < store.width() - margin; ++x) canvas.set(x, y, colourAt(y, x));
-    host.DoEvents();
+    progress.yield();
   }
 }
 

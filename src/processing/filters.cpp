@@ -21,19 +21,19 @@ namespace {
 using Record = FilterStore::Record;
 
 void runcust(PictureBox& picture, FilterStore& filterpixels, const FilterArray& filter, Int16 filternorm,
-             Int16 filterbias, bool takeabs, Int16 radius, Host& host) {
+             Int16 filterbias, bool takeabs, Int16 radius, Progress& progress) {
   const Int32 side = 2 * radius + 1;
   if (filter.size() < side) {
     throw IndexError("Subscript out of range: the filter array reaches index " + std::to_string(filter.size() - 1) +
                      ", the kernel needs 0 to " + std::to_string(side - 1));
   }
-  const FilterStore& store = loadfilterpixels(filterpixels, picture, host);
+  const FilterStore& store = loadfilterpixels(filterpixels, picture, progress);
   const Int32 w = store.width();
   const Int32 h = store.height();
   if (filternorm == 0 && w > 2 * radius && h > 2 * radius) {
     throw QuernError("Division by zero: a filter norm of 0 cannot scale the weighted sum");
   }
-  paintInner(store, radius, picture, host, [&](Int32 y, Int32 x) {
+  paintInner(store, radius, picture, progress, [&](Int32 y, Int32 x) {
     std::array<Int32, 3> sum{0, 0, 0};
     for (Int32 i = -radius; i <= radius; ++i) {
       for (Int32 j = -radius; j <= radius; ++j) {
@@ -57,18 +57,18 @@ void runcust(PictureBox& picture, FilterStore& filterpixels, const FilterArray& 
 }  // namespace
 
 void runcust3(PictureBox& picture, FilterStore& filterpixels, const FilterArray& filter, Int16 filternorm,
-              Int16 filterbias, bool takeabs, Host& host) {
-  runcust(picture, filterpixels, filter, filternorm, filterbias, takeabs, 1, host);
+              Int16 filterbias, bool takeabs, Progress& progress) {
+  runcust(picture, filterpixels, filter, filternorm, filterbias, takeabs, 1, progress);
 }
 
 void runcust5(PictureBox& picture, FilterStore& filterpixels, const FilterArray& filter, Int16 filternorm,
-              Int16 filterbias, bool takeabs, Host& host) {
-  runcust(picture, filterpixels, filter, filternorm, filterbias, takeabs, 2, host);
+              Int16 filterbias, bool takeabs, Progress& progress) {
+  runcust(picture, filterpixels, filter, filternorm, filterbias, takeabs, 2, progress);
 }
 
-void runsharpen(PictureBox& picture, FilterStore& filterpixels, Host& host) {
-  const FilterStore& store = loadfilterpixels(filterpixels, picture, host);
-  paintInner(store, 1, picture, host, [&](Int32 y, Int32 x) {
+void runsharpen(PictureBox& picture, FilterStore& filterpixels, Progress& progress) {
+  const FilterStore& store = loadfilterpixels(filterpixels, picture, progress);
+  paintInner(store, 1, picture, progress, [&](Int32 y, Int32 x) {
     const Record c = store.at(y, x);
     const Record d = store.at(y - 1, x - 1);
     std::array<Int32, 3> out{};
@@ -80,12 +80,12 @@ void runsharpen(PictureBox& picture, FilterStore& filterpixels, Host& host) {
   });
 }
 
-void runsmooth(PictureBox& picture, FilterStore& filterpixels, Host& host) {
-  const FilterStore& store = loadfilterpixels(filterpixels, picture, host);
+void runsmooth(PictureBox& picture, FilterStore& filterpixels, Progress& progress) {
+  const FilterStore& store = loadfilterpixels(filterpixels, picture, progress);
   const Int32 w = store.width();
   const Int32 h = store.height();
   if (h < 10) return;
-  ProgressBar& bar = host.PB(1);
+  ProgressBar& bar = progress.bar();
   bar.Value = 0.0F;
   bar.Max = static_cast<float>(h - 1);
 
@@ -126,7 +126,7 @@ void runsmooth(PictureBox& picture, FilterStore& filterpixels, Host& host) {
       out[x] = rgb(mean(s & 0xFFFF), mean(s >> 16 & 0xFFFF), mean(s >> 32 & 0xFFFF));
     }
     bar.Value = static_cast<float>(y);
-    host.DoEvents();
+    progress.yield();
   }
   bar.Value = 0.0F;
 }

@@ -3,8 +3,8 @@
 #include <initializer_list>
 #include <vector>
 
-#include "base/host.h"
 #include "base/numbers.h"
+#include "base/progress.h"
 #include "processing/filter_store.h"
 #include "surface/picture_box.h"
 
@@ -34,15 +34,15 @@ class FilterArray {
 // 16 bits (an OverflowError otherwise); a `filternorm` of 0 is refused with a
 // QuernError before anything is painted, as is a kernel smaller than the window.
 void runcust3(PictureBox& picture, FilterStore& filterpixels, const FilterArray& filter, Int16 filternorm,
-              Int16 filterbias, bool takeabs, Host& host);
+              Int16 filterbias, bool takeabs, Progress& progress);
 void runcust5(PictureBox& picture, FilterStore& filterpixels, const FilterArray& filter, Int16 filternorm,
-              Int16 filterbias, bool takeabs, Host& host);
+              Int16 filterbias, bool takeabs, Progress& progress);
 
 // Each channel pushed away from its upper-left neighbour: 0.5 (c - d) + c.
-void runsharpen(PictureBox& picture, FilterStore& filterpixels, Host& host);
+void runsharpen(PictureBox& picture, FilterStore& filterpixels, Progress& progress);
 
 // The mean of the 3 by 3 window. Pictures under 10 pixels high are left as
 // they are; otherwise PB(1) follows the rows.
-void runsmooth(PictureBox& picture, FilterStore& filterpixels, Host& host);
+void runsmooth(PictureBox& picture, FilterStore& filterpixels, Progress& progress);
 
 }  // namespace quern

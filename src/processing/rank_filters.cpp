@@ -31,9 +31,9 @@ Int16 randomOffset(float u, Int16 scale, Int16 plus, Int16 minus) {
 
 }  // namespace
 
-void runmedian(PictureBox& picture, FilterStore& filterpixels, Int16 filterbias, bool takeabs, Host& host) {
-  const FilterStore& store = loadfilterpixels(filterpixels, picture, host);
-  paintInner(store, 1, picture, host, [&](Int32 y, Int32 x) {
+void runmedian(PictureBox& picture, FilterStore& filterpixels, Int16 filterbias, bool takeabs, Progress& progress) {
+  const FilterStore& store = loadfilterpixels(filterpixels, picture, progress);
+  paintInner(store, 1, picture, progress, [&](Int32 y, Int32 x) {
     Record window[9];
     fillWindow(store, y, x, window);
     Int32 out[3];
@@ -47,13 +47,13 @@ void runmedian(PictureBox& picture, FilterStore& filterpixels, Int16 filterbias,
   });
 }
 
-void runmedianKC(PictureBox& picture, FilterStore& filterpixels, Int16 filterbias, bool takeabs, Host& host) {
+void runmedianKC(PictureBox& picture, FilterStore& filterpixels, Int16 filterbias, bool takeabs, Progress& progress) {
   struct Ranked {
     Int16 sum;
     Int16 position;
   };
-  const FilterStore& store = loadfilterpixels(filterpixels, picture, host);
-  paintInner(store, 1, picture, host, [&](Int32 y, Int32 x) {
+  const FilterStore& store = loadfilterpixels(filterpixels, picture, progress);
+  paintInner(store, 1, picture, progress, [&](Int32 y, Int32 x) {
     Record window[9];
     fillWindow(store, y, x, window);
     Ranked ranked[9];
@@ -70,18 +70,18 @@ void runmedianKC(PictureBox& picture, FilterStore& filterpixels, Int16 filterbia
 }
 
 void rundiffuse(PictureBox& picture, FilterStore& filterpixels, Int16 rndinto, Int16 rndminus, RandomSource& random,
-                Host& host) {
-  const FilterStore& store = loadfilterpixels(filterpixels, picture, host);
-  paintInner(store, 2, picture, host, [&](Int32 y, Int32 x) {
+                Progress& progress) {
+  const FilterStore& store = loadfilterpixels(filterpixels, picture, progress);
+  paintInner(store, 2, picture, progress, [&](Int32 y, Int32 x) {
     const Int16 a = randomOffset(random.next(), rndinto, 0, rndminus);
     const Int16 b = randomOffset(random.next(), rndinto, 0, rndminus);
     return FilterStore::colour(store.atChecked(y + a, x + b));
   });
 }
 
-void runemboss(PictureBox& picture, FilterStore& filterpixels, Int16 filterbias, Host& host) {
-  const FilterStore& store = loadfilterpixels(filterpixels, picture, host);
-  paintInner(store, 1, picture, host, [&](Int32 y, Int32 x) {
+void runemboss(PictureBox& picture, FilterStore& filterpixels, Int16 filterbias, Progress& progress) {
+  const FilterStore& store = loadfilterpixels(filterpixels, picture, progress);
+  paintInner(store, 1, picture, progress, [&](Int32 y, Int32 x) {
     const Record c = store.at(y, x);
     const Record d = store.at(y + 1, x + 1);
     Int32 out[3];
@@ -94,8 +94,8 @@ void runemboss(PictureBox& picture, FilterStore& filterpixels, Int16 filterbias,
 }
 
 void runpixelize(PictureBox& picture, FilterStore& filterpixels, Int16 rndplus, Int16 rndminus, Int16 intoradius,
-                 Int16 minradius, RandomSource& random, Host& host) {
-  const FilterStore& store = loadfilterpixels(filterpixels, picture, host);
+                 Int16 minradius, RandomSource& random, Progress& progress) {
+  const FilterStore& store = loadfilterpixels(filterpixels, picture, progress);
   const Int16 w = store.width();
   const Int16 h = store.height();
   picture.FillStyle = 0;
@@ -110,13 +110,13 @@ void runpixelize(PictureBox& picture, FilterStore& filterpixels, Int16 rndplus, 
       picture.FillColor = colour;
       picture.Circle(a, b, radius, colour);
     }
-    host.DoEvents();
+    progress.yield();
   }
 }
 
-void runsolarize(PictureBox& picture, FilterStore& filterpixels, Int16 ll, Int16 ul, Host& host) {
-  const FilterStore& store = loadfilterpixels(filterpixels, picture, host);
-  paintInner(store, 1, picture, host, [&](Int32 y, Int32 x) {
+void runsolarize(PictureBox& picture, FilterStore& filterpixels, Int16 ll, Int16 ul, Progress& progress) {
+  const FilterStore& store = loadfilterpixels(filterpixels, picture, progress);
+  paintInner(store, 1, picture, progress, [&](Int32 y, Int32 x) {
     const Record r = store.at(y, x);
     Int32 out[3];
     for (int k = 0; k < 3; ++k) {

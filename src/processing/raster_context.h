@@ -18,6 +18,9 @@ struct RasterLimits {
   Int32 thinGrid = kThinGridLimit;
   long long surfacePixels = kDefaultSurfacePixelLimit;
   bool tablesGrow = false;  // line tables past their 100000 records
+  // Large tables and stores mapped from the system, or taken from the heap
+  // where several chains run on several cores (see allocateZeroed).
+  bool mapLargeBlocks = true;
 
   static RasterLimits large(long long surfacePixels) {
     RasterLimits l;
@@ -38,7 +41,7 @@ struct RasterLimits {
 class RasterContext {
  public:
   explicit RasterContext(const RasterLimits& limits = {})
-      : limits(limits), filterpixels(limits.filterFrame, limits.filterFrameGrows) {}
+      : limits(limits), filterpixels(limits.filterFrame, limits.filterFrameGrows, limits.mapLargeBlocks) {}
   RasterContext(const RasterContext&) = delete;
   RasterContext& operator=(const RasterContext&) = delete;
 

@@ -143,17 +143,23 @@ Int16 ringtest(RingCells ringcells) {
   return ringOf(ringcells);
 }
 
-bool refuseOversizeForThinning(Int32 width, Int32 height, Host& host, Int32 limit) {
-  if (width <= limit && height <= limit) return false;
-  host.MsgBox("Image too large to thin: " + std::to_string(width) + " by " + std::to_string(height) +
-              " pixels. Thinning takes images of up to " + std::to_string(limit) + " by " + std::to_string(limit) +
-              " pixels.");
-  return true;
+bool tooLargeForThinning(Int32 width, Int32 height, Int32 limit) {
+  return width > limit || height > limit;
 }
 
-ThinOutcome ThinGrid::loadgrid(PictureBox& picture, Int16 width, Int16 height, RecordTable& LineTable, Host& host,
-                               Int32 limit) {
-  if (refuseOversizeForThinning(width, height, host, limit)) return ThinOutcome::TooLarge;
+std::string thinRefusalMessage(ThinOutcome outcome, Int32 width, Int32 height, long long linePixels, long long limit) {
+  if (outcome == ThinOutcome::TooLarge) {
+    return "Image too large to thin: " + std::to_string(width) + " by " + std::to_string(height) +
+           " pixels. Thinning takes images of up to " + std::to_string(limit) + " by " + std::to_string(limit) +
+           " pixels.";
+  }
+  return "Too many line pixels to list: thinning left " + std::to_string(linePixels) + ", and the line table takes " +
+         std::to_string(limit) + ". Please try a smaller scale or a smaller image.";
+}
+
+ThinOutcome ThinGrid::loadgrid(PictureBox& picture, Int16 width, Int16 height, RecordTable& LineTable,
+                               Progress& progress, Int32 limit) {
+  if (tooLargeForThinning(width, height, limit)) return ThinOutcome::TooLarge;
   if (width < 0 || height < 0) throw SurfaceError("Invalid picture size for thinning");
   gridwidth_ = width;
   gridheight_ = height;
@@ -200,13 +206,13 @@ ThinOutcome ThinGrid::loadgrid(PictureBox& picture, Int16 width, Int16 height, R
         for (Int32 y = y0; y < y1; ++y) column[y] = from[static_cast<std::size_t>(y) * rowStride];
       }
     }
-    for (Int32 x = x0; x < x1; ++x) host.DoEvents();
+    for (Int32 x = x0; x < x1; ++x) progress.yield();
   }
-  return thingrid(picture, LineTable, host);
+  return thingrid(picture, LineTable, progress);
 }
 
-ThinOutcome ThinGrid::thingrid(PictureBox& picture, RecordTable& LineTable, Host& host) {
-  host.PB(3).Value = 0.0F;
+ThinOutcome ThinGrid::thingrid(PictureBox& picture, RecordTable& LineTable, Progress& progress) {
+  progress.bar().Value = 0.0F;
   thincycle_ = 0;
   if (gridwidth_ < kThinMinWidth) return ThinOutcome::TooNarrow;
 
@@ -215,11 +221,11 @@ ThinOutcome ThinGrid::thingrid(PictureBox& picture, RecordTable& LineTable, Host
     thincycle_ = cycle;
     bool peeled[4] = {false, false, false, false};
     for (Side side : {kTop, kBottom, kLeft, kRight}) {
-      ProgressBar& bar = host.PB(3);
+      ProgressBar& bar = progress.bar();
       progressStep(bar, side == kLeft ? bar.Max : 100.0F);
-      if (live[side]) peeled[side] = peelPass(side, host);
+      if (live[side]) peeled[side] = peelPass(side, progress);
     }
-    progressStep(host.PB(3), 100.0F);
+    progressStep(progress.bar(), 100.0F);
     // A side that took nothing this cycle is retired for the rest of the run.
     bool anyLive = false;
     for (int side = 0; side < 4; ++side) {
@@ -233,17 +239,14 @@ ThinOutcome ThinGrid::thingrid(PictureBox& picture, RecordTable& LineTable, Host
   const long long listed = static_cast<long long>(LineTable.count()) + foreground_;
   const Int32 most = LineTable.lastRecord() - 1;
   if (listed > most && !(listed < kMaxPixelsListed && LineTable.reserve(static_cast<Int32>(listed) + 1))) {
-    host.PB(3).Value = 0.0F;
-    host.MsgBox("Too many line pixels to list: thinning left " + std::to_string(foreground_) +
-                ", and the line table takes " + std::to_string(most) +
-                ". Please try a smaller scale or a smaller image.");
+    progress.bar().Value = 0.0F;
     return ThinOutcome::TooManyPixels;
   }
-  paintAndList(picture, LineTable, host);
+  paintAndList(picture, LineTable, progress);
   return ThinOutcome::Listed;
 }
 
-bool ThinGrid::peelPass(Side side, Host& host) {
+bool ThinGrid::peelPass(Side side, Progress& progress) {
   const bool byColumns = side == kTop || side == kBottom;
   const Int32 lines = byColumns ? gridwidth_ : gridheight_;
   const Int32 length = byColumns ? gridheight_ : gridwidth_;
@@ -261,7 +264,7 @@ bool ThinGrid::peelPass(Side side, Host& host) {
     if (m.scannedAt > changed[at] && m.armedIn == armed) {
       armed = m.armedOut;
       scannedLast = false;
-      host.DoEvents();
+      progress.yield();
       continue;
     }
     const std::int64_t now = ++tick_;
@@ -283,7 +286,7 @@ bool ThinGrid::peelPass(Side side, Host& host) {
                                                     : scanLine<true>(line, length, armed, tryPeel);
     m = took ? Memo{} : Memo{now, armedIn, armed};
     peeled = peeled || took;
-    host.DoEvents();
+    progress.yield();
   }
   return peeled;
 }
@@ -306,8 +309,8 @@ void ThinGrid::clear(Int32 x, Int32 y) {
   --foreground_;
 }
 
-void ThinGrid::paintAndList(PictureBox& picture, RecordTable& LineTable, Host& host) const {
-  host.PB(3).Max = static_cast<float>(gridwidth_ - 1);
+void ThinGrid::paintAndList(PictureBox& picture, RecordTable& LineTable, Progress& progress) const {
+  progress.bar().Max = static_cast<float>(gridwidth_ - 1);
   // The box is the scratch copy that nobody shows before the commit, so it is
   // painted row by row, straight into its bitmap, ahead of the listing.
   const Int32 pw = picture.pixelWidth();
@@ -332,10 +335,10 @@ void ThinGrid::paintAndList(PictureBox& picture, RecordTable& LineTable, Host& h
         LineTable[n].y1 = toFloat32(y);
       }
     }
-    host.PB(3).Value = static_cast<float>(x);
-    host.DoEvents();
+    progress.bar().Value = static_cast<float>(x);
+    progress.yield();
   }
-  host.PB(3).Value = 0.0F;
+  progress.bar().Value = 0.0F;
 }
 
 }  // namespace quern

@@ -2,11 +2,12 @@
 
 #include <array>
 #include <cstdint>
+#include <string>
 #include <vector>
 
-#include "base/host.h"
 #include "base/line_tables.h"
 #include "base/numbers.h"
+#include "base/progress.h"
 #include "surface/picture_box.h"
 
 namespace quern {
@@ -30,8 +31,8 @@ using RingCells = std::array<std::array<Int16, 3>, 3>;
 // are not counted, so a cell between two separate pairs may go.
 Int16 ringtest(RingCells ringcells);
 
-// Tells the user when a picture is above the grid limit; true then.
-bool refuseOversizeForThinning(Int32 width, Int32 height, Host& host, Int32 limit = kThinGridLimit);
+// A picture above the grid limit is refused before its cells are loaded.
+bool tooLargeForThinning(Int32 width, Int32 height, Int32 limit = kThinGridLimit);
 
 enum class ThinOutcome {
   Listed,         // peeled, painted and listed
@@ -47,20 +48,25 @@ struct ThinResult {
   Int32 linePixels = 0;
 };
 
+// What the user is told of a refused run: a picture of width by height
+// beyond the grid limit, or a listing of linePixels beyond the records the
+// line table takes; `limit` is the one that was met.
+std::string thinRefusalMessage(ThinOutcome outcome, Int32 width, Int32 height, long long linePixels, long long limit);
+
 // The working store of one thinning run: the cells of the picture plus one
 // column and one row beyond it, which read as background. It is held twice,
 // column by column and row by row, so that every pass scans memory in order.
 class ThinGrid {
  public:
   // Reads the picture (red byte 0 is foreground) and calls thingrid. A
-  // picture above the grid limit is refused with a message, nothing touched.
-  ThinOutcome loadgrid(PictureBox& picture, Int16 width, Int16 height, RecordTable& LineTable, Host& host,
+  // picture above the grid limit is refused, nothing touched.
+  ThinOutcome loadgrid(PictureBox& picture, Int16 width, Int16 height, RecordTable& LineTable, Progress& progress,
                        Int32 limit = kThinGridLimit);
   // Peels, then paints the survivors black on white into `picture` and lists
   // them in LineTable, column by column. A listing that would take the
-  // table's count past its last record but one is refused with a message
-  // before anything is painted or stored, unless the table may grow.
-  ThinOutcome thingrid(PictureBox& picture, RecordTable& LineTable, Host& host);
+  // table's count past its last record but one is refused before anything
+  // is painted or stored, unless the table may grow.
+  ThinOutcome thingrid(PictureBox& picture, RecordTable& LineTable, Progress& progress);
 
   // The last cycle run, 0 before any.
   Int16 thincycle() const { return thincycle_; }
@@ -73,10 +79,10 @@ class ThinGrid {
   std::size_t index(Int32 x, Int32 y) const {
     return static_cast<std::size_t>(x) * static_cast<std::size_t>(gridheight_ + 1) + static_cast<std::size_t>(y);
   }
-  bool peelPass(Side side, Host& host);
+  bool peelPass(Side side, Progress& progress);
   static bool mayGo(const std::uint8_t* centre, std::size_t stride);
   void clear(Int32 x, Int32 y);
-  void paintAndList(PictureBox& picture, RecordTable& LineTable, Host& host) const;
+  void paintAndList(PictureBox& picture, RecordTable& LineTable, Progress& progress) const;
 
   Int16 gridwidth_ = 0;
   Int16 gridheight_ = 0;

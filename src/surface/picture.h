@@ -86,5 +86,12 @@ Picture makeFilledPicture(Int32 width, Int32 height, Colour colour);
 inline Int32 handleOf(const Picture& p) {
   return p ? p->Handle() : 0;
 }
+// The size a box takes for a picture: 1 by 1 without one.
+inline Int32 pictureWidth(const Picture& p) {
+  return p ? p->pixelWidth() : 1;
+}
+inline Int32 pictureHeight(const Picture& p) {
+  return p ? p->pixelHeight() : 1;
+}
 
 }  // namespace quern

@@ -173,7 +173,7 @@ void useUp(LineRecord& r) {
 
 }  // namespace
 
-void BuildChains(Session& session, Host& host) {
+void BuildChains(Session& session, Progress& progress) {
   RecordTable& lines = session.LineTable;
   RecordTable& chains = session.ChainTable;
   const Int32 n = lines.count();
@@ -182,7 +182,7 @@ void BuildChains(Session& session, Host& host) {
     throw LimitError("Too many line pixels to chain: " + std::to_string(n) + " are listed, the tables hold " +
                      std::to_string(chains.lastRecord() - 1));
   }
-  ProgressBar& bar = host.PB(5);
+  ProgressBar& bar = progress.bar();
   bar.Value = 0.0F;
 
   Int32& count = chains.count();

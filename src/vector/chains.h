@@ -1,7 +1,7 @@
 #pragma once
 
-#include "base/host.h"
 #include "base/numbers.h"
+#include "base/progress.h"
 
 namespace quern {
 
@@ -19,6 +19,6 @@ bool IsNeighbour(float ax, float ay, float bx, float by);
 // each closed by a separator, in ChainTable and then over LineTable. Moves
 // PB(5). Throws LimitError, changing nothing, for more than the tables hold
 // (kMaxChainPixels unless they may grow).
-void BuildChains(Session& session, Host& host);
+void BuildChains(Session& session, Progress& progress);
 
 }  // namespace quern

@@ -13,7 +13,13 @@ namespace quern {
 // simplifier with its tolerance. A chain of stages owns one and hands it down
 // by reference; a test makes a fresh one in one line.
 struct Session {
-  RecordTable LineTable{"LineTable"}, ChainTable{"ChainTable"}, OrderTable{"OrderTable"};
+  // `mapLargeBlocks`: how the tables take their records from the system.
+  explicit Session(bool mapLargeBlocks = true)
+      : LineTable("LineTable", RecordTable::kLastRecord, mapLargeBlocks),
+        ChainTable("ChainTable", RecordTable::kLastRecord, mapLargeBlocks),
+        OrderTable("OrderTable", RecordTable::kLastRecord, mapLargeBlocks) {}
+
+  RecordTable LineTable, ChainTable, OrderTable;
   PolyBuffer polyBuffer;
   // Made at the first simplification when nobody made it before.
   std::unique_ptr<clsGeneralize> GeneralizeObject;

@@ -43,7 +43,7 @@ int main(int argc, char** argv) {
   options.unitScale = quern::unitsPerPixel(options.unit, dpi, rescale);
 
   quern::Session s;
-  quern::QuietHost host;
+  quern::FractionProgress progress;
   // A few strokes, a ring and a pixel on row 0 (y = 0 gives -0 in the file).
   quern::Int32 n = 0;
   for (int x = 1; x < 120; ++x) {
@@ -57,7 +57,7 @@ int main(int argc, char** argv) {
     }
   }
   s.LineTable.count() = n;
-  quern::BuildChains(s, host);
+  quern::BuildChains(s, progress);
   s.GeneralizeTolerance = 1;
   quern::NormalizePass(s, 15);
   // Chains never close on themselves, so a square is added by hand to have a

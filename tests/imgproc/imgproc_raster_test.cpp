@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <string>
 #include <tuple>
 #include <vector>
 
@@ -12,6 +13,29 @@ namespace quern {
 namespace {
 
 using testing::scratchEmpty;
+
+// The control tells its host of a picture it refuses, and keeps the picture.
+TEST(ImgProcRefusals, BlackAndWhiteAndThinningTellTheHostAndKeepThePicture) {
+  const std::string thinTooLarge =
+      "Image too large to thin: 5601 by 11 pixels. Thinning takes images of up to 5600 by 5600 pixels.";
+  for (const auto& [w, h, thin, message] :
+       {std::tuple{1501, 4, false, std::string("Image too large to process. Please try loading a smaller image.")},
+        {5601, 11, true, thinTooLarge}}) {
+    QuietHost host;
+    ImgProc ipc(&host);
+    const Picture before = makeFilledPicture(w, h, rgb(10, 10, 10));
+    ipc.setPicture(before);
+    RecordTable table("LineTable");
+    if (thin) {
+      EXPECT_EQ(ipc.thin(table).outcome, ThinOutcome::TooLarge);
+    } else {
+      EXPECT_FALSE(ipc.colnorm3(200));
+    }
+    EXPECT_EQ(host.messages, std::vector<std::string>{message});
+    EXPECT_EQ(ipc.picture(), before);
+    EXPECT_EQ(table.count(), 0);
+  }
+}
 
 TEST(Scalesign, SizesComeFromFloatProductsRoundedToEvenPixels) {
   // 0 both ways, 1 width, 2 height.
@@ -77,12 +101,16 @@ TEST(Filters, MembersPassTheirDefaultsToTheirKernels) {
   for (std::size_t i = 0; i < px.size(); ++i) px[i] = static_cast<Colour>((i * 2654435761U) & 0xFFFFFF);
   const Picture src = makePicture(16, 14, px);
   const FilterArray edge = ImgProc::filtcreatecust3(-1, -1, -1, -1, 8, -1, -1, -1, -1);
-  using Kernel = std::function<void(PictureBox&, FilterStore&, Host&, RandomSource&)>;
+  using Kernel = std::function<void(PictureBox&, FilterStore&, Progress&, RandomSource&)>;
   const std::tuple<const char*, std::function<void(ImgProc&)>, Kernel> cases[] = {
       {"cust3", [&](ImgProc& c) { c.filtercust3(edge); },
-       [&](PictureBox& b, FilterStore& store, Host& h, RandomSource&) { runcust3(b, store, edge, 9, 0, false, h); }},
+       [&](PictureBox& b, FilterStore& store, Progress& h, RandomSource&) {
+         runcust3(b, store, edge, 9, 0, false, h);
+       }},
       {"pixelize", [](ImgProc& c) { c.filterpixelize(); },
-       [](PictureBox& b, FilterStore& store, Host& h, RandomSource& r) { runpixelize(b, store, 4, 2, 3, 2, r, h); }},
+       [](PictureBox& b, FilterStore& store, Progress& h, RandomSource& r) {
+         runpixelize(b, store, 4, 2, 3, 2, r, h);
+       }},
   };
   for (const auto& [name, member, kernel] : cases) {
     ImgProc ipc;
@@ -92,9 +120,10 @@ TEST(Filters, MembersPassTheirDefaultsToTheirKernels) {
     direct.AutoSize = true;
     direct.setPicture(src);
     QuietHost host;
+    HostProgress hostProgress(host, 1);
     FilterStore store;
     RandomSource fresh;
-    kernel(direct, store, host, fresh);
+    kernel(direct, store, hostProgress, fresh);
     EXPECT_EQ(ipc.picture()->pixels(), direct.Image()->pixels()) << name;
     EXPECT_NE(ipc.picture()->pixels(), src->pixels()) << name;
   }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <thread>
 #include <vector>
@@ -41,7 +42,7 @@ Picture combOfLines(Int32 w, Int32 h) {
   return makePicture(w, h, px);
 }
 
-struct Refusal {
+struct RefusalCase {
   const char* name;
   Picture picture;
   std::function<StageOutcome(StageChain&)> run;
@@ -54,7 +55,7 @@ struct Refusal {
 // table it would have changed.
 TEST(StageChain, EachRefusalIsReportedWithItsStageAndReason) {
   const StageParams noBlur{.blurRuns = 0};
-  const std::vector<Refusal> cases = {
+  const std::vector<RefusalCase> cases = {
       {"rescale past the surface limit", drawing(100, 80, 1), [](StageChain& c) { return c.rescale(3.0); },
        Stage::rescale, StageOutcome::Kind::refused, "over the limit"},
       {"black and white past 1500", makeFilledPicture(12, 1501, kWhite),
@@ -64,19 +65,17 @@ TEST(StageChain, EachRefusalIsReportedWithItsStageAndReason) {
        [&](StageChain& c) { return c.run(Stage::rescale, noBlur).back(); }, Stage::thin, StageOutcome::Kind::refused,
        "line table"},
       {"thinning past the grid", makeFilledPicture(5601, 11, kWhite),
-       [](StageChain& c) {
-         c.blackWhite.setPicture(c.original.picture());
-         return c.thin();
-       },
-       Stage::thin, StageOutcome::Kind::refused, "5600"},
+       [&](StageChain& c) { return c.run(Stage::rescale, noBlur).back(); }, Stage::thin, StageOutcome::Kind::refused,
+       "5600"},
   };
-  for (const Refusal& r : cases) {
-    QuietHost host;
+  for (const RefusalCase& r : cases) {
     RasterLimits limits;
     if (r.stage == Stage::rescale) limits.surfacePixels = 50000;
+    if (r.picture->pixelWidth() > 5600) limits.blackWhite = 6000;
     RasterContext context(limits);
-    StageChain chain(context, host);
-    chain.original.setPicture(r.picture);
+    FractionReport report;
+    StageChain chain(context, report);
+    chain.setOriginal(r.picture);
     const StageOutcome outcome = r.run(chain);
     EXPECT_EQ(outcome.stage, r.stage) << r.name;
     EXPECT_EQ(outcome.kind, r.kind) << r.name;
@@ -87,19 +86,52 @@ TEST(StageChain, EachRefusalIsReportedWithItsStageAndReason) {
 
 // Where a refusal stops the run is in the refusal test and the batch tests.
 TEST(StageChain, RunRunsEveryStageAndRerunsFromTheStageGiven) {
-  QuietHost host;
   RasterContext context;
-  StageChain chain(context, host);
-  chain.original.setPicture(drawing(200, 150, 7));
+  std::vector<std::pair<Stage, double>> reported;
+  FractionReport report([&](Stage stage, double fraction) { reported.emplace_back(stage, fraction); });
+  StageChain chain(context, report);
+  chain.setOriginal(drawing(200, 150, 7));
   StageParams params;
+  params.scale = 0.5;
   params.tolerance = 20;
   const std::vector<StageOutcome> all = chain.run(Stage::rescale, params);
   ASSERT_EQ(all.size(), 6U);
   for (const StageOutcome& o : all) EXPECT_TRUE(o.done()) << stageName(o.stage) << ": " << o.reason;
-  const Int32 coarse = chain.session.ChainTable.count();
+  EXPECT_EQ(all.front().width, 100);
+  EXPECT_EQ(all.front().height, 75);
+  for (const Stage s : {Stage::rescale, Stage::blur, Stage::threshold, Stage::thin}) {
+    EXPECT_EQ(pictureWidth(chain.picture(s)), 100) << stageName(s) << ": every picture is kept";
+  }
+  for (const Stage s : {Stage::blur, Stage::threshold, Stage::thin}) {
+    EXPECT_TRUE(std::any_of(reported.begin(), reported.end(), [s](const auto& r) { return r.first == s; }))
+        << stageName(s) << " reports";
+  }
+  for (const auto& [stage, fraction] : reported) ASSERT_TRUE(fraction >= 0.0 && fraction <= 1.0) << stageName(stage);
+  const Int32 coarse = chain.segments().count();
   params.tolerance = 1;
   ASSERT_EQ(chain.run(Stage::simplify, params).size(), 1U);
-  EXPECT_GT(chain.session.ChainTable.count(), coarse) << "a finer tolerance keeps more";
+  EXPECT_GT(chain.segments().count(), coarse) << "a finer tolerance keeps more";
+}
+
+// A chain that lets go holds only the last picture once the run is through,
+// and gives the drawing of one that keeps them all.
+TEST(StageChain, LettingPicturesGoGivesTheSameDrawing) {
+  const Picture picture = drawing(220, 160, 5);
+  auto run = [&](Retention retention) {
+    RasterContext context;
+    FractionReport report;
+    StageChain chain(context, report, ChainOptions{retention});
+    chain.setOriginal(picture);
+    chain.run(Stage::rescale, StageParams{});
+    const bool held = chain.original() && chain.picture(Stage::rescale) && chain.picture(Stage::blur) &&
+                      chain.picture(Stage::threshold);
+    EXPECT_EQ(held, retention == Retention::keepAll);
+    EXPECT_TRUE(chain.picture(Stage::thin));
+    std::vector<LineRecord> out;
+    for (Int32 i = 1; i <= chain.segments().count(); ++i) out.push_back(chain.segments()[i]);
+    return out;
+  };
+  EXPECT_EQ(run(Retention::letGo), run(Retention::keepAll));
 }
 
 std::vector<LineRecord> segments(const Session& s) {
@@ -116,10 +148,10 @@ TEST(StageChain, ChainsOnTwoThreadsGiveTheDrawingsOfOneChainRunTwice) {
   params.blurRuns = 2;
   params.reorder = true;
   auto drawingOf = [&](const Picture& picture) {
-    QuietHost host;
     RasterContext context;
-    StageChain chain(context, host);
-    chain.original.setPicture(picture);
+    FractionReport report;
+    StageChain chain(context, report);
+    chain.setOriginal(picture);
     for (int i = 0; i < 2; ++i) chain.run(Stage::rescale, params);  // the second run meets a used store
     return segments(chain.session);
   };

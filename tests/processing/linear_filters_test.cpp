@@ -49,15 +49,16 @@ TEST(Cust, MatchesTheLiteralKernelWithItsNormBiasAndAbsAndKeepsTheOuterBand) {
     const Int32 width = src->pixelWidth();
     PictureBox box = boxWith(src);
     QuietHost host;
+    HostProgress hostProgress(host, 1);
     FilterStore store;
     if (r == 1) {
       runcust3(box, store, FilterArray(3, {w[0], w[1], w[2], w[3], w[4], w[5], w[6], w[7], w[8]}), norm, bias, takeabs,
-               host);
+               hostProgress);
     } else {
       runcust5(box, store, FilterArray(5, {w[0],  w[1],  w[2],  w[3],  w[4],  w[5],  w[6],  w[7],  w[8],
                                            w[9],  w[10], w[11], w[12], w[13], w[14], w[15], w[16], w[17],
                                            w[18], w[19], w[20], w[21], w[22], w[23], w[24]}),
-               norm, bias, takeabs, host);
+               norm, bias, takeabs, hostProgress);
     }
     for (Int32 y = 0; y < 8; ++y) {
       for (Int32 x = 0; x < width; ++x) {
@@ -71,14 +72,16 @@ TEST(Cust, MatchesTheLiteralKernelWithItsNormBiasAndAbsAndKeepsTheOuterBand) {
 
 TEST(Cust3, SumsAreCheckedAfterEveryTermNotOnlyAtTheEnd) {
   QuietHost host;
+  HostProgress hostProgress(host, 1);
   FilterStore store;
   PictureBox box = boxWith(makeFilledPicture(3, 3, kWhite));
   // 255 * 200 leaves 16 bits at the first term, though the kernel sums to 0.
-  EXPECT_THROW(runcust3(box, store, FilterArray(3, {200, -200, 0, 0, 0, 0, 0, 0, 0}), 1, 0, false, host),
+  EXPECT_THROW(runcust3(box, store, FilterArray(3, {200, -200, 0, 0, 0, 0, 0, 0, 0}), 1, 0, false, hostProgress),
                OverflowError);
   // 128 * 255 = 32640 stays inside; one more unit does not.
-  EXPECT_NO_THROW(runcust3(box, store, FilterArray(3, {128, 0, 0, 0, 0, 0, 0, 0, 0}), 1, 0, false, host));
-  EXPECT_THROW(runcust3(box, store, FilterArray(3, {128, 1, 0, 0, 0, 0, 0, 0, 0}), 1, 0, false, host), OverflowError);
+  EXPECT_NO_THROW(runcust3(box, store, FilterArray(3, {128, 0, 0, 0, 0, 0, 0, 0, 0}), 1, 0, false, hostProgress));
+  EXPECT_THROW(runcust3(box, store, FilterArray(3, {128, 1, 0, 0, 0, 0, 0, 0, 0}), 1, 0, false, hostProgress),
+               OverflowError);
 }
 
 // Records PB(1).Value at each chance the interface gets.
@@ -91,16 +94,18 @@ TEST(Smooth, IsTheMeanOfNineFromTenHighMovingTheBarRowByRowAndLeavesLowerPicture
   const FilterArray ones(3, {1, 1, 1, 1, 1, 1, 1, 1, 1});
   for (const auto& [w, h] : {std::pair{20, 9}, {23, 10}, {2, 100}}) {
     BarWatcher host;
+    HostProgress hostProgress(host, 1);
     FilterStore store;
     host.bars[1] = {0.0F, 100.0F, 55.0F};
     const Picture src = testing::noisePicture(w, h);
     PictureBox box = boxWith(src);
-    runsmooth(box, store, host);
+    runsmooth(box, store, hostProgress);
     const bool works = h >= 10;
     PictureBox mean = boxWith(src);
     QuietHost quiet;
+    HostProgress quietProgress(quiet, 1);
     FilterStore other;
-    runcust3(mean, other, ones, 9, 0, false, quiet);
+    runcust3(mean, other, ones, 9, 0, false, quietProgress);
     EXPECT_EQ(box.Image()->pixels(), works ? mean.Image()->pixels() : src->pixels()) << w << "x" << h;
     EXPECT_EQ(host.bars[1].Max, works ? static_cast<float>(h - 1) : 100.0F);
     EXPECT_EQ(host.bars[1].Value, works ? 0.0F : 55.0F);
@@ -115,9 +120,10 @@ TEST(Sharpen, ComparesWithTheUpperLeftNeighbourOnlyAndRoundsTiesToEven) {
   for (const auto& [c, d, out] :
        {std::array{11, 10, 12}, {10, 9, 10}, {100, 100, 100}, {250, 100, 255}, {20, 100, 0}}) {
     QuietHost host;
+    HostProgress hostProgress(host, 1);
     FilterStore store;
     PictureBox box = boxWith(testing::greys3({d, 77, 77, 77, c, 77, 77, 77, 77}));
-    runsharpen(box, store, host);
+    runsharpen(box, store, hostProgress);
     EXPECT_EQ(at(box, 1, 1), grey(out)) << c << " after " << d;
   }
 }

@@ -16,7 +16,7 @@ using testing::boxWith;
 using testing::grey;
 using testing::greys3;
 
-using Median = void (*)(PictureBox&, FilterStore&, Int16, bool, Host&);
+using Median = void (*)(PictureBox&, FilterStore&, Int16, bool, Progress&);
 const std::pair<const char*, Median> kMedians[] = {{"median", runmedian}, {"medianKC", runmedianKC}};
 
 TEST(RankPasses, LeaveSomeListsUnsortedAndPositionFourAsItStands) {
@@ -27,9 +27,10 @@ TEST(RankPasses, LeaveSomeListsUnsortedAndPositionFourAsItStands) {
     for (const auto& [window, want] :
          {std::pair{std::array{1, 2, 3, 4, 5, 6, 7, 8, 9}, 5}, {std::array{9, 8, 7, 6, 5, 4, 3, 2, 1}, 1}}) {
       QuietHost host;
+      HostProgress hostProgress(host, 1);
       FilterStore store;
       PictureBox box = boxWith(greys3(window));
-      median(box, store, 0, false, host);
+      median(box, store, 0, false, hostProgress);
       EXPECT_EQ(at(box, 1, 1), grey(want)) << name;
     }
   }
@@ -48,9 +49,10 @@ TEST(RankFilters, OneColourWindowGivesThatColourPlusBias) {
                        {-50, true, rgb(20, 150, 40)}}) {
     for (const auto& [name, median] : kMedians) {
       QuietHost host;
+      HostProgress hostProgress(host, 1);
       FilterStore store;
       PictureBox box = boxWith(makeFilledPicture(4, 4, rgb(30, 200, 90)));
-      median(box, store, c.bias, c.takeabs, host);
+      median(box, store, c.bias, c.takeabs, hostProgress);
       EXPECT_EQ(at(box, 1, 2), c.out) << name << " bias " << c.bias << " abs " << c.takeabs;
       EXPECT_EQ(at(box, 0, 0), rgb(30, 200, 90));
     }
@@ -59,17 +61,18 @@ TEST(RankFilters, OneColourWindowGivesThatColourPlusBias) {
 
 TEST(PointFilters, ZeroRangesLeaveThePictureAndEmbossAndSolarizeFollowTheirRules) {
   QuietHost host;
+  HostProgress hostProgress(host, 1);
   FilterStore store;
   RandomSource random;
   const Picture src = testing::noisePicture(12, 10);
   PictureBox still = boxWith(src);
-  rundiffuse(still, store, 0, 0, random, host);
-  runsolarize(still, store, 0, 255, host);
+  rundiffuse(still, store, 0, 0, random, hostProgress);
+  runsolarize(still, store, 0, 255, hostProgress);
   EXPECT_EQ(still.Image()->pixels(), src->pixels());
-  EXPECT_THROW(rundiffuse(still, store, 0, 100, random, host), IndexError) << "offsets leaving the store";
+  EXPECT_THROW(rundiffuse(still, store, 0, 100, random, hostProgress), IndexError) << "offsets leaving the store";
 
   PictureBox solar = boxWith(src);
-  runsolarize(solar, store, 128, 255, host);
+  runsolarize(solar, store, 128, 255, hostProgress);
   for (Int32 y = 1; y < 9; ++y) {
     for (Int32 x = 1; x < 11; ++x) {
       const Colour c = at(solar, x, y);
@@ -88,7 +91,7 @@ TEST(PointFilters, ZeroRangesLeaveThePictureAndEmbossAndSolarizeFollowTheirRules
     px[4] = k.centre;
     px[8] = k.lowerRight;
     PictureBox box = boxWith(makePicture(3, 3, px));
-    runemboss(box, store, 128, host);
+    runemboss(box, store, 128, hostProgress);
     EXPECT_EQ(at(box, 1, 1), k.want);
   }
 }

@@ -31,11 +31,11 @@ TEST(IsNeighbour, TouchesOnlyTheEightSurroundingLivePixels) {
 
 TEST(BuildChains, RefusesAListingPastTheTablesWithoutTouchingThem) {
   Session s;
-  QuietHost host;
+  FractionProgress progress;
   s.LineTable.count() = kMaxChainPixels + 1;
   s.LineTable[1] = segment(7, 7);
   s.ChainTable.count() = 42;
-  EXPECT_THROW(BuildChains(s, host), LimitError);
+  EXPECT_THROW(BuildChains(s, progress), LimitError);
   EXPECT_EQ(s.LineTable[1], segment(7, 7));
   EXPECT_EQ(s.ChainTable.count(), 42);
 }
@@ -66,7 +66,7 @@ TEST(BuildChains, MatchesTheLiteralWalkRecordForRecord) {
   std::mt19937 rng(20261122);
   Session fast;  // reused from trial to trial: a fresh one costs three full tables
   Session slow;
-  QuietHost host;
+  FractionProgress progress;
   for (int trial = 0; trial < 4000; ++trial) {
     SCOPED_TRACE(trial);
     const std::vector<LineRecord> start = listingFor(trial, rng);
@@ -79,11 +79,11 @@ TEST(BuildChains, MatchesTheLiteralWalkRecordForRecord) {
     fast.LineTable.count() = slow.LineTable.count() = n;
     for (int run = 0; run < (trial % 2 == 0 ? 2 : 1); ++run) {
       const Int32 listed = fast.LineTable.count();
-      host.bars[5].Max = 100.0F;
-      host.bars[5].Value = 55.0F;
-      BuildChains(fast, host);
-      ASSERT_EQ(host.bars[5].Max, listed == 0 ? 100.0F : static_cast<float>(listed));
-      ASSERT_EQ(host.bars[5].Value, 0.0F);
+      progress.bar().Max = 100.0F;
+      progress.bar().Value = 55.0F;
+      BuildChains(fast, progress);
+      ASSERT_EQ(progress.bar().Max, listed == 0 ? 100.0F : static_cast<float>(listed));
+      ASSERT_EQ(progress.bar().Value, 0.0F);
       testing::literalBuildChains(slow.LineTable, slow.ChainTable);
       ASSERT_EQ(fast.LineTable.count(), slow.LineTable.count());
       ASSERT_EQ(fast.ChainTable.count(), slow.ChainTable.count());

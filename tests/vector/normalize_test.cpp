@@ -20,9 +20,9 @@ constexpr Int32 kTwips = 15;
 struct Chained {
   Session s;
   explicit Chained(const std::vector<testing::Pixel>& pixels) {
-    QuietHost host;
+    FractionProgress progress;
     testing::put(s.LineTable, testing::listing(pixels));
-    BuildChains(s, host);
+    BuildChains(s, progress);
     s.GeneralizeTolerance = 1;
   }
 };

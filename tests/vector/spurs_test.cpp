@@ -56,9 +56,9 @@ struct Pruned {
   Session s;
   Int32 removed = 0;
   Pruned(const Picture& picture, Int32 minBranch, Int32 minChain) {
-    QuietHost host;
+    FractionProgress progress;
     testing::put(s.LineTable, testing::listing(pixelsOf(picture)));
-    BuildChains(s, host);
+    BuildChains(s, progress);
     removed = pruneSpurs(s.LineTable, minBranch, minChain);
   }
 };
@@ -122,10 +122,10 @@ TEST(PruneSpurs, LeavesTheTableBitForBitWhenNothingGoes) {
   std::mt19937 rng(7);
   for (const auto& [minBranch, minChain] : {std::pair{0, 0}, std::pair{1, 1}}) {
     Session s;
-    QuietHost host;
+    FractionProgress progress;
     testing::fillLeftovers(s.LineTable, 60, rng);
     testing::put(s.LineTable, testing::listing(pixelsOf(picture)));
-    BuildChains(s, host);
+    BuildChains(s, progress);
     const auto before = testing::records(s.LineTable, 0, 60);
     EXPECT_EQ(pruneSpurs(s.LineTable, minBranch, minChain), 0);
     EXPECT_EQ(testing::records(s.LineTable, 0, 60), before);
@@ -135,10 +135,10 @@ TEST(PruneSpurs, LeavesTheTableBitForBitWhenNothingGoes) {
 TEST(PruneSpurs, KeepsTheEmptyFirstPolylineAndTheRecordPastTheLastSeparator) {
   // A lone first pixel leaves a separator in record 1; the speck on the right goes.
   Session s;
-  QuietHost host;
+  FractionProgress progress;
   testing::put(s.LineTable, testing::listing(pixelsOf({"#.........", "..........", "..#####..#", ".........#"})));
   s.ChainTable[9] = testing::segment(7, 7, 8, 8);  // chain assembly carries it over
-  BuildChains(s, host);
+  BuildChains(s, progress);
   ASSERT_EQ(s.LineTable.count(), 9);
   EXPECT_EQ(pruneSpurs(s.LineTable, 0, 3), 2);
   EXPECT_EQ(s.LineTable.count(), 7);

@@ -1,0 +1,123 @@
+#include "processing/raster_stages.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "base/errors.h"
+#include "processing/colour_normalise.h"
+#include "processing/filters.h"
+
+namespace quern {
+
+namespace {
+
+// A box for one kernel run: pixel scale, no border, the source's size.
+struct Scratch {
+  explicit Scratch(const Picture& source, long long pixelLimit) {
+    box.AutoSize = true;
+    box.setPixelLimit(pixelLimit);
+    box.setPicture(source);
+  }
+  PictureBox box{1.0F, 0};
+};
+
+Refusal sizeRefusal(std::string reason, Int32 width, Int32 height, long long limit) {
+  Refusal r;
+  r.reason = std::move(reason);
+  r.width = width;
+  r.height = height;
+  r.limit = limit;
+  return r;
+}
+
+}  // namespace
+
+RasterResult rescalePicture(const Picture& source, float width, float height, double factorX, double factorY,
+                            long long pixelLimit) {
+  const float outWidth = toFloat32(width * factorX);
+  const float outHeight = toFloat32(height * factorY);
+  try {
+    PictureBox from(1.0F, 0);
+    from.AutoSize = true;
+    from.setPixelLimit(pixelLimit);
+    from.setWidth(width);
+    from.setHeight(height);
+    from.setPicture(source);
+    PictureBox to(1.0F, 0);
+    to.AutoSize = true;
+    to.setPixelLimit(pixelLimit);
+    to.setWidth(outWidth);
+    to.setHeight(outHeight);
+    to.PaintPicture(source ? source : from.Image(), 0.0F, 0.0F, to.Width(), to.Height());
+    return {to.takeImage(), std::nullopt};
+  } catch (const LimitError& e) {
+    const auto whole = [](float v) { return static_cast<Int32>(std::min(2e9, std::round(static_cast<double>(v)))); };
+    return {source, sizeRefusal(e.what(), whole(outWidth), whole(outHeight), pixelLimit)};
+  }
+}
+
+RasterResult smoothPicture(const Picture& source, Int32 runs, RasterContext& context, Progress& progress) {
+  Picture picture = source;
+  for (Int32 i = 1; i <= runs; ++i) {
+    Scratch scratch(picture, context.limits.surfacePixels);
+    try {
+      runsmooth(scratch.box, context.filterpixels, progress);
+    } catch (const LimitError& e) {
+      return {source, sizeRefusal(e.what(), pictureWidth(picture), pictureHeight(picture), context.limits.filterFrame)};
+    }
+    picture = scratch.box.takeImage();
+  }
+  return {picture, std::nullopt};
+}
+
+RasterResult blackWhitePicture(const Picture& source, Int16 threshold, const RasterLimits& limits, Progress& progress) {
+  Scratch scratch(source, limits.surfacePixels);
+  if (!makeblackwhite(scratch.box, threshold, progress, limits.blackWhite)) {
+    const Int32 limit = limits.blackWhite;
+    return {source, sizeRefusal("the black-and-white stage takes pictures of up to " + std::to_string(limit) + " by " +
+                                    std::to_string(limit) + " pixels",
+                                pictureWidth(source), pictureHeight(source), limit)};
+  }
+  return {scratch.box.takeImage(), std::nullopt};
+}
+
+ThinPictureResult thinPicture(const Picture& source, RecordTable& LineTable, const RasterLimits& limits,
+                              Progress& progress) {
+  ThinPictureResult out;
+  out.picture = source;
+  // With no picture there is nothing to peel, and nothing to give back either.
+  if (!source) {
+    progress.bar().Value = 0.0F;
+    return out;
+  }
+  Scratch scratch(source, limits.surfacePixels);
+  // The native size, in hundredths of a millimetre, back to pixels. Checked
+  // before the 16-bit rounding so that a huge picture gets the plain refusal.
+  const Int32 width =
+      roundToInt32(scratch.box.ScaleX(static_cast<float>(source->Width()), kScaleHimetric, kScalePixels));
+  const Int32 height =
+      roundToInt32(scratch.box.ScaleY(static_cast<float>(source->Height()), kScaleHimetric, kScalePixels));
+  const Int32 grid = limits.thinGrid;
+  if (tooLargeForThinning(width, height, grid)) {
+    out.thin = {ThinOutcome::TooLarge, 0};
+    out.refusal = sizeRefusal(
+        "thinning takes pictures of up to " + std::to_string(grid) + " by " + std::to_string(grid) + " pixels", width,
+        height, grid);
+    return out;
+  }
+  ThinGrid cells;
+  const ThinOutcome outcome = cells.loadgrid(scratch.box, toInt16(width), toInt16(height), LineTable, progress, grid);
+  out.thin = {outcome, cells.foreground()};
+  if (outcome == ThinOutcome::TooManyPixels) {
+    const Int32 most = LineTable.lastRecord() - 1;
+    out.refusal = sizeRefusal("thinning left " + std::to_string(cells.foreground()) +
+                                  " line pixels and the line table takes " + std::to_string(most),
+                              width, height, most);
+    out.refusal->count = cells.foreground();
+  } else if (outcome == ThinOutcome::Listed || outcome == ThinOutcome::TooNarrow) {
+    out.picture = scratch.box.takeImage();
+  }
+  return out;
+}
+
+}  // namespace quern

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "base/line_tables.h"
+#include "base/progress.h"
+#include "processing/raster_context.h"
+#include "processing/thinning.h"
+#include "surface/picture.h"
+
+namespace quern {
+
+// The four raster stages as functions of a picture: each gives a new picture
+// and leaves its source as it was, reports on a bar it keeps as its control
+// defines it, and meets a limit with a refusal that says which, instead of a
+// message to the user (telling the user is the caller's business).
+
+// Why a stage left its picture as it came: a limit met, and what met it.
+struct Refusal {
+  std::string reason;
+  Int32 width = 0;  // the picture's size in pixels, or the size it would have had
+  Int32 height = 0;
+  long long count = 0;  // pixels, where a count mattered
+  long long limit = 0;  // the limit that was met
+};
+
+// A stage's picture, or the refusal that kept it from its work; a refused
+// stage gives back the picture it was given.
+struct RasterResult {
+  Picture picture;
+  std::optional<Refusal> refusal;
+  bool done() const { return !refusal; }
+};
+
+// Stretches `source`, shown on a box of `width` by `height` pixels, by the
+// factors. A shrink ANDs the pixels it drops into those it keeps, so dark
+// line work survives; an enlargement repeats pixels; 1 is an exact copy.
+// Refused when the result would hold more pixels than `pixelLimit`.
+RasterResult rescalePicture(const Picture& source, float width, float height, double factorX, double factorY,
+                            long long pixelLimit);
+
+// `runs` smoothings, each the mean of the 3 by 3 window, through the
+// context's filter store. The bar follows the rows of each run. Refused for
+// a picture beyond the store; 0 runs give the source back.
+RasterResult smoothPicture(const Picture& source, Int32 runs, RasterContext& context, Progress& progress);
+
+// Black and white at a luminance threshold. The bar follows the rows.
+// Refused for a picture beyond the stage's limit.
+RasterResult blackWhitePicture(const Picture& source, Int16 threshold, const RasterLimits& limits, Progress& progress);
+
+// Thinning to lines one pixel wide: the lines black on white, every line
+// pixel added to LineTable by x, then y. Nothing is painted for a picture
+// under 10 pixels wide (the picture comes back as it was) and nothing at all
+// is done without a picture. Refused, with picture and table as they were,
+// for a picture beyond the grid or a listing beyond the table.
+struct ThinPictureResult : RasterResult {
+  ThinResult thin;
+};
+ThinPictureResult thinPicture(const Picture& source, RecordTable& LineTable, const RasterLimits& limits,
+                              Progress& progress);
+
+}  // namespace quern
