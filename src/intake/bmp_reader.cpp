@@ -1,5 +1,6 @@
 #include "intake/bmp_reader.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -48,6 +49,47 @@ void unpackOneBit(const unsigned char* in, Colour* out, std::int64_t w, const Ei
   for (int k = 0; k < w % 8; ++k) out[k] = eight[in[whole]][static_cast<std::size_t>(k)];
 }
 
+// Run-length coded rows, from the bottom row up. Pixels the runs skip keep
+// the first palette colour, as they always showed in the window; runs past
+// the right edge are dropped.
+Picture readRle(const unsigned char* data, std::size_t size, std::size_t pos, std::int64_t w, std::int64_t h,
+                bool fourBit, const std::array<Colour, 256>& palette) {
+  const std::int64_t area = w * h;
+  PixelBuffer pixels = allocatePixels(area, area);
+  std::fill(pixels.get(), pixels.get() + area, palette[0]);
+  std::int64_t x = 0;
+  std::int64_t y = 0;
+  auto put = [&](unsigned index) {
+    if (x < w && y < h) pixels[static_cast<std::size_t>((h - 1 - y) * w + x)] = palette[index];
+    ++x;
+  };
+  while (pos + 2 <= size && y < h) {
+    const unsigned n = data[pos];
+    const unsigned v = data[pos + 1];
+    pos += 2;
+    if (n > 0) {
+      for (unsigned i = 0; i < n; ++i) put(fourBit ? (i % 2 == 0 ? v >> 4 : v & 15) : v);
+    } else if (v == 0) {
+      x = 0;
+      ++y;
+    } else if (v == 1) {
+      break;
+    } else if (v == 2) {
+      if (pos + 2 > size) break;
+      x += data[pos];
+      y += data[pos + 1];
+      pos += 2;
+    } else {
+      const std::size_t bytes = fourBit ? (v + 1) / 2 : v;
+      if (pos + bytes > size) break;
+      for (unsigned i = 0; i < v; ++i)
+        put(fourBit ? (i % 2 == 0 ? data[pos + i / 2] >> 4 : data[pos + i / 2] & 15) : data[pos + i]);
+      pos += (bytes + 1) & ~std::size_t{1};
+    }
+  }
+  return makePicture(static_cast<Int32>(w), static_cast<Int32>(h), std::move(pixels));
+}
+
 }  // namespace
 
 std::optional<Picture> readPlainBmp(const unsigned char* data, std::size_t size) {
@@ -63,20 +105,27 @@ std::optional<Picture> readPlainBmp(const unsigned char* data, std::size_t size)
   const std::uint32_t used = le32(data + 46);
   const bool topDown = rawHeight < 0;
   const std::int64_t h = topDown ? -rawHeight : rawHeight;
-  if (planes != 1 || compression != 0 || w <= 0 || h <= 0 || w > 0x7fff'ffff || h > 0x7fff'ffff) return std::nullopt;
+  const bool rle = (compression == 1 && bpp == 8) || (compression == 2 && bpp == 4);
+  if (planes != 1 || (compression != 0 && !rle) || (rle && topDown) || w <= 0 || h <= 0 || w > 0x7fff'ffff ||
+      h > 0x7fff'ffff)
+    return std::nullopt;
   if (bpp != 1 && bpp != 4 && bpp != 8 && bpp != 24) return std::nullopt;
 
   std::array<Colour, 256> palette{};
   if (bpp <= 8) {
-    // A short palette leaves indices without a colour: the general reader decides those.
-    const std::uint32_t colours = 1U << bpp;
-    if (used != 0 && used != colours) return std::nullopt;
+    // Indices past a short palette show black, as they always did.
+    const std::uint32_t colours = used != 0 ? used : 1U << bpp;
+    if (colours > 1U << bpp) return std::nullopt;
     const std::size_t at = 14 + static_cast<std::size_t>(dibSize);
     if (at + 4 * static_cast<std::size_t>(colours) > offBits) return std::nullopt;
     for (std::uint32_t i = 0; i < colours; ++i) {
       const unsigned char* c = data + at + 4 * i;
       palette[i] = rgb(c[2], c[1], c[0]);
     }
+  }
+  if (rle) {
+    if (offBits > size) return std::nullopt;
+    return readRle(data, size, offBits, w, h, compression == 2, palette);
   }
   const std::int64_t stride = (w * bpp + 31) / 32 * 4;
   if (offBits > size || stride * h > static_cast<std::int64_t>(size - offBits)) return std::nullopt;

@@ -1,0 +1,125 @@
+#!/usr/bin/python3
+"""Writes the PNG, TIFF and extra JPEG/GIF fixtures of the intake tests from
+mono.bmp (a 40 x 30 black drawing on white). Run with Debian's python3 (PIL)."""
+import os
+from PIL import Image
+
+here = os.path.join(os.path.dirname(os.path.abspath(__file__)), "fixtures")
+mono = Image.open(os.path.join(here, "mono.bmp")).convert("1")
+grey = mono.convert("L")
+rgb = mono.convert("RGB")
+
+
+def out(name):
+    return os.path.join(here, name)
+
+
+# PNG: every colour type the drawing can be stored as; each decodes to it.
+mono.save(out("mono.png"))
+grey.save(out("grey.png"))
+grey.save(out("interlaced.png"), interlace=1)
+rgb.save(out("rgb.png"))
+rgb.convert("P").save(out("palette.png"))
+grey.convert("LA").save(out("grey_alpha.png"))
+rgb.convert("RGBA").save(out("rgba.png"))
+grey.point(lambda v: v * 257, "I").convert("I;16").save(out("grey16.png"))
+
+# Alpha and 16-bit rounding, in pixels whose outcome is written in the test.
+alpha = Image.new("RGBA", (4, 1))
+alpha.putdata([(0, 0, 0, 128), (255, 0, 0, 0), (100, 200, 50, 255), (10, 20, 30, 1)])
+alpha.save(out("alpha.png"))
+trns = Image.new("P", (3, 1))
+trns.putpalette([0, 0, 0, 255, 0, 0, 0, 0, 255])
+trns.putdata([0, 1, 2])
+trns.save(out("trns.png"), transparency=1)
+deep = Image.new("I;16", (6, 1))
+deep.putdata([0, 128, 129, 385, 65407, 65535])
+deep.save(out("deep16.png"))
+
+# TIFF: compressions, photometrics, depths; a two-page file.
+mono.save(out("g4.tif"), compression="group4")
+mono.save(out("g3.tif"), compression="group3")
+mono.save(out("mono_raw.tif"))
+mono.save(out("mono_packbits.tif"), compression="packbits")
+grey.save(out("grey_lzw.tif"), compression="tiff_lzw")
+grey.save(out("grey_deflate.tif"), compression="tiff_adobe_deflate")
+rgb.save(out("rgb_lzw.tif"), compression="tiff_lzw")
+rgb.convert("P").save(out("palette.tif"))
+grey.point(lambda v: v * 257, "I").convert("I;16").save(out("grey16.tif"))
+deep.save(out("deep16.tif"))
+blank = Image.new("L", (20, 10), 255)
+mono.save(out("pages.tif"), compression="group4", save_all=True, append_images=[blank.convert("1")])
+
+# JPEG and GIF kinds the window's pixels must match exactly.
+Image.open(os.path.join(here, "colour.bmp")).convert("CMYK").save(out("cmyk.jpg"))
+Image.open(os.path.join(here, "colour.bmp")).convert("RGB").save(out("colour420.jpg"), quality=80)
+g = rgb.convert("P")
+g.save(out("transparent.gif"), transparency=0)
+
+# Min-is-white: mono_raw.tif with its bits inverted and photometric 0 is the same drawing.
+raw = Image.open(out("mono_raw.tif"))
+start, length = raw.tag_v2[273][0], raw.tag_v2[279][0]
+data = bytearray(open(out("mono_raw.tif"), "rb").read())
+data[start:start + length] = bytes(255 - v for v in data[start:start + length])
+ifd = int.from_bytes(data[4:8], "little")
+for i in range(int.from_bytes(data[ifd:ifd + 2], "little")):
+    e = ifd + 2 + 12 * i
+    if int.from_bytes(data[e:e + 2], "little") == 262:
+        data[e + 8:e + 10] = (0).to_bytes(2, "little")
+open(out("min_is_white.tif"), "wb").write(bytes(data))
+
+import struct
+import zlib
+
+
+def interlaced_png(img, path):
+    """An Adam7-interlaced 8-bit grey PNG, written by hand: PIL writes none."""
+    w, h = img.size
+    px = img.load()
+    raw = b""
+    for x0, y0, dx, dy in [(0, 0, 8, 8), (4, 0, 8, 8), (0, 4, 4, 8), (2, 0, 4, 4), (0, 2, 2, 4), (1, 0, 2, 2), (0, 1, 1, 2)]:
+        for y in range(y0, h, dy):
+            row = bytes(px[x, y] for x in range(x0, w, dx))
+            if row:
+                raw += b"\0" + row
+
+    def chunk(kind, data):
+        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
+
+    ihdr = struct.pack(">IIBBBBB", w, h, 8, 0, 0, 0, 1)
+    with open(path, "wb") as f:
+        f.write(b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", ihdr) + chunk(b"IDAT", zlib.compress(raw)) + chunk(b"IEND", b""))
+
+
+interlaced_png(grey, out("interlaced.png"))
+
+
+def tiled_tiff(img, path, tile=16):
+    """An uncompressed 8-bit grey TIFF in 16 x 16 tiles, written by hand: PIL writes strips only."""
+    w, h = img.size
+    px = img.load()
+    across, down = (w + tile - 1) // tile, (h + tile - 1) // tile
+    tiles = []
+    for ty in range(down):
+        for tx in range(across):
+            tiles.append(bytes(px[min(tx * tile + x, w - 1), min(ty * tile + y, h - 1)]
+                               for y in range(tile) for x in range(tile)))
+    entries = 10
+    ifd = 8
+    offsets_at = ifd + 2 + 12 * entries + 4
+    counts_at = offsets_at + 4 * len(tiles)
+    data_at = counts_at + 4 * len(tiles)
+    tags = [(256, 4, 1, w), (257, 4, 1, h), (258, 3, 1, 8), (259, 3, 1, 1), (262, 3, 1, 1), (277, 3, 1, 1),
+            (322, 4, 1, tile), (323, 4, 1, tile), (324, 4, len(tiles), offsets_at), (325, 4, len(tiles), counts_at)]
+    b = b"II*\0" + struct.pack("<I", ifd) + struct.pack("<H", entries)
+    for tag, kind, count, value in tags:
+        b += struct.pack("<HHII", tag, kind, count, value) if kind == 4 else struct.pack("<HHIHH", tag, kind, count, value, 0)
+    b += struct.pack("<I", 0)
+    b += b"".join(struct.pack("<I", data_at + i * tile * tile) for i in range(len(tiles)))
+    b += b"".join(struct.pack("<I", tile * tile) for _ in tiles)
+    b += b"".join(tiles)
+    with open(path, "wb") as f:
+        f.write(b)
+
+
+tiled_tiff(grey, out("tiled.tif"))
