@@ -83,29 +83,51 @@ struct TiffClose {
   throw FileError(std::string(what) + (s.error.empty() ? "" : ": " + s.error));
 }
 
-// libtiff's RGBA reader keeps only the high byte of 16-bit grey; in strips
-// we round as PNG does, v * 255 / 65535 to the nearest, (v + 128) / 257.
-bool isDeepGreyInStrips(TIFF* tiff) {
+// libtiff's RGBA reader keeps only the high byte of 16-bit grey; here it is
+// rounded as PNG's is, v * 255 / 65535 to the nearest: (v + 128) / 257.
+bool isDeepGrey(TIFF* tiff) {
   std::uint16_t bits = 0;
   std::uint16_t samples = 0;
   std::uint16_t photometric = 0;
   TIFFGetFieldDefaulted(tiff, TIFFTAG_BITSPERSAMPLE, &bits);
   TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLESPERPIXEL, &samples);
   const bool known = TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &photometric) != 0;
-  return bits == 16 && samples == 1 && known && photometric <= PHOTOMETRIC_MINISBLACK && TIFFIsTiled(tiff) == 0;
+  return bits == 16 && samples == 1 && known && photometric <= PHOTOMETRIC_MINISBLACK;
+}
+
+// `count` samples from `in` into the picture's pixels at `out`.
+void putDeepGrey(const std::uint16_t* in, std::uint32_t count, bool minIsWhite, Colour* out) {
+  for (std::uint32_t i = 0; i < count; ++i) {
+    const int v = (in[i] + 128) / 257;
+    out[i] = minIsWhite ? rgb(255 - v, 255 - v, 255 - v) : rgb(v, v, v);
+  }
 }
 
 void readDeepGrey(TIFF* tiff, const Source& source, Colour* pixels, std::uint32_t w, std::uint32_t h) {
   std::uint16_t photometric = 0;
   TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &photometric);
-  std::vector<std::uint16_t> row(static_cast<std::size_t>(TIFFScanlineSize(tiff) / 2 + 1));
-  for (std::uint32_t y = 0; y < h; ++y) {
-    if (TIFFReadScanline(tiff, row.data(), y, 0) < 0) fail(source, "its pixels cannot be read");
-    Colour* out = pixels + static_cast<std::size_t>(y) * w;
-    for (std::uint32_t x = 0; x < w; ++x) {
-      int v = (row[x] + 128) / 257;
-      if (photometric == PHOTOMETRIC_MINISWHITE) v = 255 - v;
-      out[x] = rgb(v, v, v);
+  const bool minIsWhite = photometric == PHOTOMETRIC_MINISWHITE;
+  if (TIFFIsTiled(tiff) == 0) {
+    std::vector<std::uint16_t> row(static_cast<std::size_t>(TIFFScanlineSize(tiff) / 2 + 1));
+    for (std::uint32_t y = 0; y < h; ++y) {
+      if (TIFFReadScanline(tiff, row.data(), y, 0) < 0) fail(source, "its pixels cannot be read");
+      putDeepGrey(row.data(), w, minIsWhite, pixels + static_cast<std::size_t>(y) * w);
+    }
+    return;
+  }
+  std::uint32_t tw = 0;
+  std::uint32_t th = 0;
+  TIFFGetField(tiff, TIFFTAG_TILEWIDTH, &tw);
+  TIFFGetField(tiff, TIFFTAG_TILELENGTH, &th);
+  std::vector<std::uint16_t> tile(static_cast<std::size_t>(TIFFTileSize(tiff) / 2 + 1));
+  if (tw == 0 || th == 0 || tile.size() <= static_cast<std::size_t>(tw) * th) fail(source, "its tiles are not valid");
+  for (std::uint32_t y0 = 0; y0 < h; y0 += th) {
+    for (std::uint32_t x0 = 0; x0 < w; x0 += tw) {
+      if (TIFFReadTile(tiff, tile.data(), x0, y0, 0, 0) < 0) fail(source, "its pixels cannot be read");
+      for (std::uint32_t y = y0; y < std::min(h, y0 + th); ++y) {
+        putDeepGrey(tile.data() + static_cast<std::size_t>(y - y0) * tw, std::min(tw, w - x0), minIsWhite,
+                    pixels + static_cast<std::size_t>(y) * w + x0);
+      }
     }
   }
 }
@@ -142,7 +164,7 @@ Picture readTiff(const unsigned char* data, std::size_t size, long long maxPixel
 
   const long long area = static_cast<long long>(w) * h;
   PixelBuffer pixels = allocatePixels(area, area);
-  if (isDeepGreyInStrips(tiff.get())) {
+  if (isDeepGrey(tiff.get())) {
     readDeepGrey(tiff.get(), source, pixels.get(), w, h);
     if (!source.error.empty()) fail(source, "its pixels cannot be read");
     return makePicture(static_cast<Int32>(w), static_cast<Int32>(h), std::move(pixels));

@@ -94,32 +94,62 @@ def interlaced_png(img, path):
 interlaced_png(grey, out("interlaced.png"))
 
 
-def tiled_tiff(img, path, tile=16):
-    """An uncompressed 8-bit grey TIFF in 16 x 16 tiles, written by hand: PIL writes strips only."""
+def tiled_tiff(img, path, tile=16, bits=8):
+    """An uncompressed grey TIFF in 16 x 16 tiles, written by hand: PIL writes strips only."""
     w, h = img.size
     px = img.load()
+    sample = (lambda v: bytes([v])) if bits == 8 else (lambda v: struct.pack("<H", v))
     across, down = (w + tile - 1) // tile, (h + tile - 1) // tile
     tiles = []
     for ty in range(down):
         for tx in range(across):
-            tiles.append(bytes(px[min(tx * tile + x, w - 1), min(ty * tile + y, h - 1)]
-                               for y in range(tile) for x in range(tile)))
+            tiles.append(b"".join(sample(px[min(tx * tile + x, w - 1), min(ty * tile + y, h - 1)])
+                                  for y in range(tile) for x in range(tile)))
     entries = 10
     ifd = 8
     offsets_at = ifd + 2 + 12 * entries + 4
     counts_at = offsets_at + 4 * len(tiles)
     data_at = counts_at + 4 * len(tiles)
-    tags = [(256, 4, 1, w), (257, 4, 1, h), (258, 3, 1, 8), (259, 3, 1, 1), (262, 3, 1, 1), (277, 3, 1, 1),
+    tags = [(256, 4, 1, w), (257, 4, 1, h), (258, 3, 1, bits), (259, 3, 1, 1), (262, 3, 1, 1), (277, 3, 1, 1),
             (322, 4, 1, tile), (323, 4, 1, tile), (324, 4, len(tiles), offsets_at), (325, 4, len(tiles), counts_at)]
+    if len(tiles) == 1:  # one offset and one count sit in their entries
+        data_at = offsets_at
+        tags[-2:] = [(324, 4, 1, data_at), (325, 4, 1, tile * tile * bits // 8)]
     b = b"II*\0" + struct.pack("<I", ifd) + struct.pack("<H", entries)
     for tag, kind, count, value in tags:
         b += struct.pack("<HHII", tag, kind, count, value) if kind == 4 else struct.pack("<HHIHH", tag, kind, count, value, 0)
     b += struct.pack("<I", 0)
-    b += b"".join(struct.pack("<I", data_at + i * tile * tile) for i in range(len(tiles)))
-    b += b"".join(struct.pack("<I", tile * tile) for _ in tiles)
+    size = tile * tile * bits // 8
+    if len(tiles) > 1:
+        b += b"".join(struct.pack("<I", data_at + i * size) for i in range(len(tiles)))
+        b += b"".join(struct.pack("<I", size) for _ in tiles)
     b += b"".join(tiles)
     with open(path, "wb") as f:
         f.write(b)
 
 
 tiled_tiff(grey, out("tiled.tif"))
+tiled_tiff(deep, out("deep16_tiled.tif"), bits=16)
+
+# The alpha pixels as an RGBA TIFF, and 16-bit RGB samples on the rounding edges.
+alpha.save(out("alpha.tif"))
+
+
+def rgb16_tiff(path, pixels):
+    data = b"".join(struct.pack("<HHH", *p) for p in pixels)
+    entries = [(256, 3, 1, len(pixels)), (257, 3, 1, 1), (258, 3, 3, 0), (259, 3, 1, 1), (262, 3, 1, 2),
+               (273, 4, 1, 0), (277, 3, 1, 3), (279, 4, 1, len(data))]
+    ifd = 8
+    bits_at = ifd + 2 + 12 * len(entries) + 4
+    data_at = bits_at + 6
+    b = b"II*\0" + struct.pack("<I", ifd) + struct.pack("<H", len(entries))
+    for tag, kind, count, value in entries:
+        value = {258: bits_at, 273: data_at}.get(tag, value)
+        b += struct.pack("<HHII", tag, kind, count, value) if kind == 4 or tag == 258 else \
+            struct.pack("<HHIHH", tag, kind, count, value, 0)
+    b += struct.pack("<I", 0) + struct.pack("<HHH", 16, 16, 16) + data
+    with open(path, "wb") as f:
+        f.write(b)
+
+
+rgb16_tiff(out("rgb16.tif"), [(0, 128, 129), (385, 65407, 65535)])

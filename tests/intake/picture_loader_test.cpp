@@ -85,6 +85,19 @@ Bytes firstHalf(Bytes b) {
   return b;
 }
 
+// A JPEG whose frame header claims `rows` rows: its scan ends too soon.
+Bytes jpegClaiming(const char* name, unsigned rows) {
+  Bytes b = fixture(name);
+  for (std::size_t i = 2; i + 9 < b.size(); ++i) {
+    if (b[i] == 0xFF && (b[i + 1] == 0xC0 || b[i + 1] == 0xC2)) {
+      b[i + 5] = static_cast<unsigned char>(rows >> 8);
+      b[i + 6] = static_cast<unsigned char>(rows & 0xFF);
+      break;
+    }
+  }
+  return b;
+}
+
 // A file of a kind the intake does not read.
 const Bytes kPdf = {'%', 'P', 'D', 'F', '-', '1', '.', '4', '\n'};
 
@@ -118,6 +131,9 @@ TEST(PictureLoader, IncompleteLyingOrForeignFilesAreRefusedWithTheReason) {
       {"BMP cut in half", firstHalf(fixture("colour.bmp")), "not a complete BMP picture"},
       {"JPEG cut in half", firstHalf(fixture("grey.jpg")), "not a complete JPEG picture: the file ends before its end"},
       {"progressive JPEG cut in half", firstHalf(fixture("progressive.jpg")), "not a complete JPEG picture"},
+      {"JPEG claiming more rows than its scan", jpegClaiming("colour420.jpg", 300),
+       "the JPEG decoder stopped: Corrupt JPEG data: premature end of data segment"},
+      {"progressive JPEG claiming more rows", jpegClaiming("progressive.jpg", 300), "the JPEG decoder stopped"},
       {"PDF bytes", kPdf, "it is not a JPEG, BMP, GIF, PNG or TIFF picture"},
       {"text", Bytes{'G', 'I', 'F', '8', '9', 'b'}, "it is not a JPEG, BMP, GIF, PNG or TIFF picture"},
   };

@@ -64,8 +64,12 @@ TEST(ScanFormats, SixteenBitsRoundAndAlphaLiesOnWhite) {
       // 0, 128, 129, 385, 65407, 65535
       {"deep16.png", {grey(0), grey(0), grey(1), grey(1), grey(255), grey(255)}},
       {"deep16.tif", {grey(0), grey(0), grey(1), grey(1), grey(255), grey(255)}},
+      {"deep16_tiled.tif", {grey(0), grey(0), grey(1), grey(1), grey(255), grey(255)}},
       // (0,0,0,128) (255,0,0,0) (100,200,50,255) (10,20,30,1)
       {"alpha.png", {grey(127), kWhite, rgb(100, 200, 50), rgb(254, 254, 254)}},
+      {"alpha.tif", {grey(127), kWhite, rgb(100, 200, 50), rgb(254, 254, 254)}},
+      // (0,128,129) (385,65407,65535)
+      {"rgb16.tif", {rgb(0, 0, 1), rgb(1, 255, 255)}},
       // palette black, red (transparent by tRNS), blue
       {"trns.png", {kBlack, kWhite, rgb(0, 0, 255)}},
   };
@@ -90,12 +94,20 @@ Bytes cut(Bytes b, std::size_t keep) {
   return b;
 }
 // The header's width and height set to `w` by `h`, at their places in the file.
-Bytes pngClaiming(std::uint32_t w, std::uint32_t h) {
-  Bytes b = fixture("grey.png");
-  for (int i = 0; i < 4; ++i) {
-    b[16 + i] = static_cast<unsigned char>(w >> (24 - 8 * i));
-    b[20 + i] = static_cast<unsigned char>(h >> (24 - 8 * i));
+// with the header chunk's CRC made right again, so that only the size lies.
+Bytes pngClaiming(std::uint32_t w, std::uint32_t h, const char* name = "grey.png") {
+  Bytes b = fixture(name);
+  auto put = [&b](std::size_t at, std::uint32_t v) {
+    for (int i = 0; i < 4; ++i) b[at + i] = static_cast<unsigned char>(v >> (24 - 8 * i));
+  };
+  put(16, w);
+  put(20, h);
+  std::uint32_t crc = 0xFFFFFFFF;
+  for (std::size_t i = 12; i < 29; ++i) {
+    crc ^= b[i];
+    for (int k = 0; k < 8; ++k) crc = (crc >> 1) ^ (0xEDB88320U & (0U - (crc & 1)));
   }
+  put(29, ~crc);
   return b;
 }
 // mono_raw.tif with the value of tag `tag` (a LONG or SHORT held in its entry) replaced.
@@ -151,6 +163,21 @@ TEST(ScanFormats, CutLyingOrHugeFilesAreRefusedWithTheReason) {
     const std::string expected =
         std::string(c.reason) == "loaded" ? "loaded" : std::string("cannot load x: ") + c.reason;
     EXPECT_TRUE(message.starts_with(expected)) << c.name << ": " << message;
+  }
+}
+
+// Every kind, cut short or claiming twice its rows, is refused with a reason
+// (and without a crash, which the sanitizer builds of this test would see).
+TEST(ScanFormats, EveryKindCutShortOrClaimingMoreRowsIsRefused) {
+  for (const char* name : kDrawings) {
+    const Bytes whole = fixture(name);
+    const bool png = std::string(name).ends_with(".png");
+    for (std::size_t keep : {whole.size() / 3, whole.size() * 2 / 3}) {
+      const std::string message = failure(cut(whole, keep));
+      EXPECT_TRUE(message.starts_with("cannot load x: ")) << name << " cut to " << keep << ": " << message;
+    }
+    const std::string message = failure(png ? pngClaiming(40, 60, name) : tiffWith(name, 257, 60));
+    EXPECT_TRUE(message.starts_with("cannot load x: ")) << name << " claiming 60 rows: " << message;
   }
 }
 
