@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <random>
 #include <vector>
 
@@ -24,13 +25,15 @@ struct BmpCase {
   std::uint32_t compression = 0;
   std::uint32_t used = 0;  // palette colours claimed, 0 for all
   unsigned dibSize = 40;
+  std::array<std::uint32_t, 4> masks{};  // red, green, blue, alpha of bit fields
 };
 
 // A BMP of random pixels and a random palette whose spare byte is not zero.
 Bytes makeBmp(const BmpCase& c, unsigned seed) {
   std::mt19937 random(seed);
   const unsigned colours = c.bpp <= 8 ? (c.used != 0 ? c.used : 1U << c.bpp) : 0;
-  const std::uint32_t offBits = 14 + c.dibSize + 4 * colours;
+  const bool fields = c.compression == 3;
+  const std::uint32_t offBits = 14 + c.dibSize + 4 * colours + (fields && c.dibSize == 40 ? 12 : 0);
   const std::int64_t stride = (static_cast<std::int64_t>(c.w) * c.bpp + 31) / 32 * 4;
   const auto pixelBytes = static_cast<std::uint32_t>(stride * (c.h < 0 ? -c.h : c.h));
   Bytes b = {'B', 'M'};
@@ -49,6 +52,14 @@ Bytes makeBmp(const BmpCase& c, unsigned seed) {
   put32(b, c.used);
   put32(b, 0);
   b.resize(14 + c.dibSize, 0);
+  if (fields) {
+    b.resize(offBits, 0);
+    for (std::size_t i = 0; i < 4; ++i) {
+      if (i < 3 || c.dibSize >= 108) {
+        for (int k = 0; k < 4; ++k) b[54 + 4 * i + k] = static_cast<unsigned char>(c.masks[i] >> (8 * k));
+      }
+    }
+  }
   for (unsigned i = 0; i < 4 * colours + pixelBytes; ++i) b.push_back(static_cast<unsigned char>(random()));
   return b;
 }
@@ -67,6 +78,13 @@ TEST(PlainBmp, GivesTheWindowsFormerReadersPixels) {
       {"1 pixel", 24, 1, 1},
       {"version 5 header", 8, 11, 3, 0, 0, 124},
       {"short palette", 8, 6, 5, 0, 16},
+      {"16 bit", 16, 5, 4},
+      {"16 bit, from the top", 16, 6, -3},
+      {"32 bit", 32, 5, 4},
+      {"32 bit, from the top", 32, 3, -6},
+      {"16-bit fields 5-6-5", 16, 7, 3, 3, 0, 40, {0xF800, 0x7E0, 0x1F, 0}},
+      {"32-bit fields, blue and red swapped", 32, 5, 2, 3, 0, 40, {0xFF, 0xFF00, 0xFF0000, 0}},
+      {"32-bit fields with alpha", 32, 5, 4, 3, 0, 124, {0xFF0000, 0xFF00, 0xFF, 0xFF000000}},
   };
   for (const BmpCase& c : cases) {
     const Bytes file = makeBmp(c, static_cast<unsigned>(c.w * 131 + c.h));
@@ -81,9 +99,7 @@ TEST(PlainBmp, GivesTheWindowsFormerReadersPixels) {
 
 TEST(PlainBmp, RefusesTheRareKinds) {
   const BmpCase cases[] = {
-      {"bit fields", 24, 4, 4, 3},
-      {"16 bit", 16, 4, 4},
-      {"32 bit", 32, 4, 4},
+      {"ten-bit fields", 32, 4, 4, 3, 0, 40, {0x3FF00000, 0xFFC00, 0x3FF, 0}},
       {"core header", 24, 4, 4, 0, 0, 12},
   };
   for (const BmpCase& c : cases) {
