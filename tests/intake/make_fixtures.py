@@ -153,3 +153,37 @@ def rgb16_tiff(path, pixels):
 
 
 rgb16_tiff(out("rgb16.tif"), [(0, 128, 129), (385, 65407, 65535)])
+
+
+def small_frame_gif(path, transparent):
+    """An 8 x 6 screen with a 4 x 3 image at (2, 1): the screen around it
+    shows whatever the reader puts there. LZW written by hand, cleared every
+    three codes so that every code stays three bits."""
+    pixels = [0, 1, 2, 3, 1, 1, 2, 2, 3, 0, 1, 2]
+    codes = []
+    for i in range(0, len(pixels), 2):
+        codes += [4] + pixels[i:i + 2]
+    codes.append(5)
+    bits = 0
+    value = 0
+    data = bytearray()
+    for c in codes:
+        value |= c << bits
+        bits += 3
+        while bits >= 8:
+            data.append(value & 255)
+            value >>= 8
+            bits -= 8
+    if bits:
+        data.append(value & 255)
+    b = b"GIF89a" + struct.pack("<HHBBB", 8, 6, 0x81, 0, 0)
+    b += bytes([0, 0, 0, 255, 255, 255, 255, 0, 0, 0, 0, 255])
+    if transparent:
+        b += bytes([0x21, 0xF9, 4, 1, 0, 0, 1, 0])
+    b += b"\x2c" + struct.pack("<HHHHB", 2, 1, 4, 3, 0) + bytes([2, len(data)]) + bytes(data) + b"\0;"
+    with open(path, "wb") as f:
+        f.write(b)
+
+
+small_frame_gif(out("small_frame.gif"), False)
+small_frame_gif(out("small_frame_transparent.gif"), True)
