@@ -71,7 +71,8 @@ Picture decodePictureFile(const unsigned char* data, std::size_t size, const std
 }
 
 Picture loadPictureFile(const std::string& path, long long maxPixels, int page) {
-  const long long maxFileBytes = 4 * maxPixels + (1 << 20);
+  // Eight bytes a pixel: an uncompressed 16-bit RGBA TIFF of the largest picture.
+  const long long maxFileBytes = 8 * maxPixels + (1 << 20);
   const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (fd < 0) {
     const int error = errno;

@@ -31,8 +31,8 @@ inline constexpr long long kMaxPicturePixels = 40'000'000;
 // file, not readable, too large, of another format, or not complete (cut
 // short, or a header that promises more than the file holds) is refused with
 // a FileError naming the file and the reason. Transparent pixels come out
-// white. `maxPixels` is the largest picture taken (and, at four bytes a pixel
-// plus its headers, the largest file read). `page` counts the pages of a TIFF
+// white. `maxPixels` is the largest picture taken (and, at eight bytes a
+// pixel plus its headers, the largest file read). `page` counts the pages of a TIFF
 // file from 1; every other format has one page.
 Picture loadPictureFile(const std::string& path, long long maxPixels = kMaxPicturePixels, int page = 1);
 // The same for a file's bytes in memory; `what` names them in an error.

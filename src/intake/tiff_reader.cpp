@@ -141,7 +141,7 @@ Picture readTiff(const unsigned char* data, std::size_t size, long long maxPixel
   TIFFOpenOptionsSetWarningHandlerExtR(options.get(), onWarning, &source);
   // No single allocation of libtiff's beyond what the largest picture takes.
   TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(),
-                                      static_cast<tmsize_t>(std::min<long long>(4 * maxPixels + 65536, 1LL << 40)));
+                                      static_cast<tmsize_t>(std::min<long long>(8 * maxPixels + 65536, 1LL << 40)));
   std::unique_ptr<TIFF, TiffClose> tiff(TIFFClientOpenExt("TIFF", "r", &source, readFrom, writeNothing, seekIn,
                                                           closeNothing, sizeOf, mapIn, unmapNothing, options.get()));
   if (!tiff) fail(source, "the TIFF decoder could not open it");
