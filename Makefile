@@ -11,6 +11,7 @@ CMAKE_GEN  := -G Ninja
 
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 PACKAGES := cmake ninja-build g++ make pkg-config qt6-base-dev libgl-dev \
+            libjpeg62-turbo-dev libpng-dev libgif-dev libtiff-dev \
             libgtest-dev libgmock-dev libbenchmark-dev \
             python3 python3-ezdxf python3-pil xvfb xauth fonts-dejavu-extra desktop-file-utils
 # What `make package` needs beyond the build: dpkg-shlibdeps reads the programs' libraries.

@@ -13,7 +13,7 @@ const char* const kBatchUsage =
     "usage: quernline-batch [--scale F] [--blur N] [--threshold T] [--tolerance K] [--reorder]\n"
     "                       [--no-original] [--preview FILE.png] [--dpi N --units mm|in] [--polyline]\n"
     "                       [--min-branch N] [--min-chain N] [--svg FILE.svg] [--large [--max-megapixels N]]\n"
-    "                       [--quiet] [PICTURE] DRAWING.dxf\n"
+    "                       [--page N] [--quiet] [PICTURE] DRAWING.dxf\n"
     "       quernline-batch [options] --out-dir DIR [--preview-dir DIR] [-j N] PICTURE...\n"
     "       quernline-batch --version\n"
     "  --scale F       rescale factor, 0.01 to 3 in steps of 0.01 (default 1)\n"
@@ -38,8 +38,10 @@ const char* const kBatchUsage =
     "  --out-dir DIR   many pictures: write DIR/NAME.dxf for each PICTURE, a summary table follows\n"
     "  --preview-dir DIR  with --out-dir, also write DIR/NAME.png, the preview of each\n"
     "  -j N            with --out-dir, pictures at a time, 1 to 64 (default: one per core)\n"
+    "  --page N        of a multi-page TIFF, page N, 1 to 65535 (default 1)\n"
     "  --quiet         no progress bars on the terminal\n"
-    "  PICTURE         a .jpg, .JPG, .bmp, .BMP, .gif or .GIF file (default: the built-in picture)\n"
+    "  PICTURE         a .jpg, .jpeg, .bmp, .gif, .png, .tif or .tiff file, in any case\n"
+    "                  (default: the built-in picture)\n"
     "Exit status: 0 every drawing written, 1 a picture or a stage failed (nothing written for it),\n"
     "2 bad arguments.\n";
 
@@ -124,6 +126,7 @@ constexpr OptionRow kOptions[] = {
     {"--svg", true, setName<&BatchArgs::svg, false>},
     {"--large", false, setFlag<&BatchArgs::large>},
     {"--max-megapixels", true, setWhole<&BatchArgs::maxMegapixels, 1, 1000>},
+    {"--page", true, setWhole<&BatchArgs::page, 1, 65535>},
     {"--out-dir", true, setName<&BatchArgs::outDir, true>},
     {"--preview-dir", true, setName<&BatchArgs::previewDir, true>},
     {"-j", true, setWhole<&BatchArgs::jobs, 1, 64>},

@@ -40,12 +40,10 @@ long long largestPicture(const BatchArgs& args) {
 
 Picture loadOriginal(const BatchArgs& args, const std::optional<std::string>& picture) {
   if (!picture) return builtinPicture();
-  const std::optional<std::string> extension = pictureExtension(*picture);
-  if (!extension || !isPictureExtension(*extension)) {
-    throw FileError("cannot load " + *picture + ": Not a valid File___" + extension.value_or(*picture) +
-                    " (the name must end in jpg, JPG, bmp, BMP, gif or GIF)");
+  if (!isBatchPictureName(*picture)) {
+    throw FileError("cannot load " + *picture + ": the name must end in " + kBatchPictureEndings + " (in any case)");
   }
-  return loadPictureFile(*picture, largestPicture(args));
+  return loadPictureFile(*picture, largestPicture(args), args.page);
 }
 
 // The values exactly as the window's value boxes hand them to the stages.

@@ -2,27 +2,20 @@
 
 #include <array>
 
+#include "intake/byte_reader.h"
+#include "intake/scan_formats.h"
+
 namespace quern {
 
 namespace {
 
-class Bytes {
- public:
-  Bytes(const unsigned char* data, std::size_t size) : data_(data), size_(size) {}
-  std::size_t size() const { return size_; }
-  bool has(std::size_t pos, std::size_t n) const { return pos <= size_ && n <= size_ - pos; }
-  unsigned at(std::size_t pos) const { return data_[pos]; }
-  unsigned le16(std::size_t pos) const { return at(pos) | at(pos + 1) << 8; }
-  unsigned be16(std::size_t pos) const { return at(pos) << 8 | at(pos + 1); }
-  std::uint32_t le32(std::size_t pos) const { return le16(pos) | static_cast<std::uint32_t>(le16(pos + 2)) << 16; }
-
- private:
-  const unsigned char* data_;
-  std::size_t size_;
-};
-
 PictureShape shape(PictureKind kind, std::int64_t w, std::int64_t h, std::string problem = {}) {
-  return PictureShape{kind, w, h, std::move(problem)};
+  PictureShape s;
+  s.kind = kind;
+  s.width = w;
+  s.height = h;
+  s.problem = std::move(problem);
+  return s;
 }
 
 // --- GIF -------------------------------------------------------------------
@@ -253,7 +246,12 @@ PictureShape inspectPictureFile(const unsigned char* data, std::size_t size) {
       (b.at(4) == '7' || b.at(4) == '9') && b.at(5) == 'a') {
     return inspectGif(b);
   }
-  return shape(PictureKind::Unknown, 0, 0, "it is not a JPEG, BMP or GIF picture");
+  if (b.has(0, 4) && b.at(0) == 0x89 && b.at(1) == 'P' && b.at(2) == 'N' && b.at(3) == 'G') return inspectPng(b);
+  if (b.has(0, 4) && ((b.at(0) == 'I' && b.at(1) == 'I' && b.at(2) == 42 && b.at(3) == 0) ||
+                      (b.at(0) == 'M' && b.at(1) == 'M' && b.at(2) == 0 && b.at(3) == 42))) {
+    return inspectTiff(b);
+  }
+  return shape(PictureKind::Unknown, 0, 0, "it is not a JPEG, BMP, GIF, PNG or TIFF picture");
 }
 
 const char* kindName(PictureKind kind) {
@@ -264,10 +262,14 @@ const char* kindName(PictureKind kind) {
       return "BMP";
     case PictureKind::Gif:
       return "GIF";
+    case PictureKind::Png:
+      return "PNG";
+    case PictureKind::Tiff:
+      return "TIFF";
     case PictureKind::Unknown:
       break;
   }
-  return "JPEG, BMP or GIF";
+  return "JPEG, BMP, GIF, PNG or TIFF";
 }
 
 }  // namespace quern

@@ -4,126 +4,25 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <QBuffer>
-#include <QByteArray>
-#include <QImage>
-#include <QImageReader>
-#include <QSaveFile>
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cerrno>
 #include <memory>
 #include <system_error>
 #include <vector>
 
-#include "intake/bmp_reader.h"
-#include "intake/picture_format.h"
 #include "base/errors.h"
-#include "surface/picture_box.h"
+#include "intake/bmp_reader.h"
+#include "intake/format_readers.h"
+#include "intake/picture_format.h"
 
 namespace quern {
 
 namespace {
 
-// Megabytes the reader may allocate for one picture: the largest picture we
-// take at four bytes a pixel, so the reader's limit and ours never disagree.
-int allocationLimitMb(long long maxPixels) {
-  return static_cast<int>(std::min<long long>((4 * maxPixels) >> 20, 1 << 30)) + 1;
-}
-
 [[noreturn]] void refuse(const std::string& what, const std::string& why) {
   throw FileError("cannot load " + what + ": " + why);
-}
-
-// Transparent parts of a GIF or BMP stand on white paper.
-Colour overWhite(QRgb c) {
-  const int a = qAlpha(c);
-  auto mix = [a](int v) { return (v * a + 255 * (255 - a) + 127) / 255; };
-  return rgb(mix(qRed(c)), mix(qGreen(c)), mix(qBlue(c)));
-}
-
-// One pass from the reader's own format into the picture's pixels, with no
-// converted copy of the whole image in between.
-Picture fromImage(const QImage& img) {
-  const Int32 w = img.width();
-  const Int32 h = img.height();
-  const long long area = static_cast<long long>(w) * h;
-  PixelBuffer pixels = allocatePixels(area, area);
-  const QImage::Format format = img.format();
-  std::array<Colour, 256> palette{};
-  const QList<QRgb> table = img.colorTable();
-  for (qsizetype i = 0; i < table.size() && i < 256; ++i) palette[static_cast<std::size_t>(i)] = overWhite(table[i]);
-  for (Int32 y = 0; y < h; ++y) {
-    const uchar* line = img.constScanLine(y);
-    Colour* out = pixels.get() + static_cast<std::size_t>(y) * w;
-    switch (format) {
-      case QImage::Format_Indexed8:
-        for (Int32 x = 0; x < w; ++x) out[x] = palette[line[x]];
-        break;
-      case QImage::Format_Mono:
-        for (Int32 x = 0; x < w; ++x) out[x] = palette[(line[x >> 3] >> (7 - (x & 7))) & 1];
-        break;
-      case QImage::Format_Grayscale8:
-        for (Int32 x = 0; x < w; ++x) out[x] = rgb(line[x], line[x], line[x]);
-        break;
-      case QImage::Format_RGB32: {
-        const auto* px = reinterpret_cast<const QRgb*>(line);
-        for (Int32 x = 0; x < w; ++x) out[x] = rgb(qRed(px[x]), qGreen(px[x]), qBlue(px[x]));
-        break;
-      }
-      case QImage::Format_ARGB32: {
-        const auto* px = reinterpret_cast<const QRgb*>(line);
-        for (Int32 x = 0; x < w; ++x) out[x] = overWhite(px[x]);
-        break;
-      }
-      default:
-        // Formats no reader of ours gives today: slower, still no copy.
-        for (Int32 x = 0; x < w; ++x) out[x] = overWhite(img.pixel(x, y));
-        break;
-    }
-  }
-  return makePicture(w, h, std::move(pixels));
-}
-
-void checkClaim(const std::string& what, long long w, long long h, long long maxPixels) {
-  if (w * h > maxPixels) {
-    refuse(what, "the picture is " + std::to_string(w) + " by " + std::to_string(h) + " pixels, more than " +
-                     std::to_string(maxPixels) + " pixels in all");
-  }
-}
-
-Picture readWith(QImageReader& reader, const std::string& what, long long maxPixels) {
-  reader.setAllocationLimit(allocationLimitMb(maxPixels));
-  reader.setAutoTransform(false);
-  const QSize claimed = reader.size();
-  if (claimed.isValid()) checkClaim(what, claimed.width(), claimed.height(), maxPixels);
-  QImage img;
-  if (!reader.read(&img) || img.isNull()) refuse(what, reader.errorString().toStdString());
-  return fromImage(img);
-}
-
-Picture readBytes(const unsigned char* data, std::size_t size, const std::string& what, const char* format,
-                  long long maxPixels = kMaxPicturePixels) {
-  QByteArray bytes = QByteArray::fromRawData(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
-  QBuffer buffer(&bytes);
-  buffer.open(QIODevice::ReadOnly);
-  QImageReader reader(&buffer, format);
-  if (format != nullptr) reader.setDecideFormatFromContent(false);
-  return readWith(reader, what, maxPixels);
-}
-
-const char* readerFormat(PictureKind kind) {
-  switch (kind) {
-    case PictureKind::Jpeg:
-      return "jpeg";
-    case PictureKind::Bmp:
-      return "bmp";
-    case PictureKind::Gif:
-      return "gif";
-    case PictureKind::Unknown:
-      break;
-  }
-  return nullptr;
 }
 
 std::string reason(int error) {
@@ -132,20 +31,48 @@ std::string reason(int error) {
 
 }  // namespace
 
-Picture decodePictureFile(const unsigned char* data, std::size_t size, const std::string& what, long long maxPixels) {
-  const PictureShape shape = inspectPictureFile(data, size);
-  if (shape.kind == PictureKind::Unknown) refuse(what, shape.problem);
-  checkClaim(what, shape.width, shape.height, maxPixels);
-  if (!shape.problem.empty())
-    refuse(what, std::string("not a complete ") + kindName(shape.kind) + " picture: " + shape.problem);
-  if (shape.kind == PictureKind::Bmp) {
-    if (std::optional<Picture> plain = readPlainBmp(data, size)) return *std::move(plain);
+void checkPixelLimit(long long width, long long height, long long maxPixels) {
+  if (width * height > maxPixels) {
+    throw FileError("the picture is " + std::to_string(width) + " by " + std::to_string(height) +
+                    " pixels, more than " + std::to_string(maxPixels) + " pixels in all");
   }
-  return readBytes(data, size, what, readerFormat(shape.kind), maxPixels);
 }
 
-Picture loadPictureFile(const std::string& path, long long maxPixels) {
-  const long long maxFileBytes = 4 * maxPixels + (1 << 20);
+Picture decodePictureFile(const unsigned char* data, std::size_t size, const std::string& what, long long maxPixels,
+                          int page) {
+  const PictureShape shape = inspectPictureFile(data, size);
+  if (shape.kind == PictureKind::Unknown) refuse(what, shape.problem);
+  try {
+    checkPixelLimit(shape.width, shape.height, maxPixels);
+    if (!shape.problem.empty())
+      throw FileError(std::string("not a complete ") + kindName(shape.kind) + " picture: " + shape.problem);
+    if (page < 1 || page > shape.pages) {
+      throw FileError("it has " + std::to_string(shape.pages) + (shape.pages == 1 ? " page" : " pages") + ", not " +
+                      std::to_string(page));
+    }
+    switch (shape.kind) {
+      case PictureKind::Jpeg:
+        return readJpeg(data, size, maxPixels);
+      case PictureKind::Gif:
+        return readGif(data, size, maxPixels);
+      case PictureKind::Png:
+        return readPng(data, size, maxPixels);
+      case PictureKind::Tiff:
+        return readTiff(data, size, maxPixels, page);
+      case PictureKind::Bmp:
+      case PictureKind::Unknown:
+        break;
+    }
+    if (std::optional<Picture> bmp = readPlainBmp(data, size)) return *std::move(bmp);
+    throw FileError("its kind of BMP is not read by this program");
+  } catch (const FileError& e) {
+    refuse(what, e.what());
+  }
+}
+
+Picture loadPictureFile(const std::string& path, long long maxPixels, int page) {
+  // Eight bytes a pixel: an uncompressed 16-bit RGBA TIFF of the largest picture.
+  const long long maxFileBytes = 8 * maxPixels + (1 << 20);
   const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (fd < 0) {
     const int error = errno;
@@ -186,20 +113,11 @@ Picture loadPictureFile(const std::string& path, long long maxPixels) {
   }
   ::close(fd);
   if (error != 0) refuse(path, reason(error));
-  return decodePictureFile(bytes.get(), done, path, maxPixels);
+  return decodePictureFile(bytes.get(), done, path, maxPixels, page);
 }
 
 Picture decodePicture(const unsigned char* data, std::size_t size, const std::string& what) {
-  return readBytes(data, size, what, nullptr);
-}
-
-void saveBitmapPng(const PictureBox& box, const std::string& path) {
-  const QImage view(reinterpret_cast<const uchar*>(box.bits()), box.pixelWidth(), box.pixelHeight(),
-                    box.pixelWidth() * 4, QImage::Format_RGBX8888);
-  QSaveFile file(QString::fromStdString(path));
-  if (!file.open(QIODevice::WriteOnly) || !view.save(&file, "PNG") || !file.commit()) {
-    throw FileError("cannot write " + path + ": " + file.errorString().toStdString());
-  }
+  return decodePictureFile(data, size, what);
 }
 
 std::optional<std::string> pictureExtension(const std::string& path) {
@@ -211,6 +129,19 @@ bool isPictureExtension(const std::string& extension) {
   static constexpr std::array<std::string_view, 6> kAccepted = {"jpg", "JPG", "BMP", "bmp", "gif", "GIF"};
   for (std::string_view e : kAccepted) {
     if (extension == e) return true;
+  }
+  return false;
+}
+
+bool isBatchPictureName(const std::string& path) {
+  static constexpr std::array<std::string_view, 7> kEndings = {".jpg", ".jpeg", ".bmp", ".gif",
+                                                               ".png", ".tif",  ".tiff"};
+  for (std::string_view e : kEndings) {
+    if (path.size() < e.size()) continue;
+    const std::string_view tail = std::string_view(path).substr(path.size() - e.size());
+    bool same = true;
+    for (std::size_t i = 0; i < e.size() && same; ++i) same = std::tolower(static_cast<unsigned char>(tail[i])) == e[i];
+    if (same) return true;
   }
   return false;
 }

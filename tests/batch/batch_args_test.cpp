@@ -30,6 +30,8 @@ TEST(BatchArgs, OutOfRangeAndMalformedArgumentsAreRefused) {
       {"--dpi", "299.5", "--units", "mm", "o.dxf"},
       {"--min-branch", "-1", "o.dxf"},
       {"--min-chain", "100000", "o.dxf"},
+      {"--page", "0", "a.tif", "o.dxf"},
+      {"--page", "65536", "a.tif", "o.dxf"},
       {"--svg", "o.dxf"},  // the drawing taken as the SVG's name leaves no drawing
   };
   for (const auto& argv : bad) {

@@ -80,11 +80,12 @@ class EndToEnd(unittest.TestCase):
         r = run("--blur", "9", self.path("x.dxf"))
         self.assertEqual(r.returncode, 2)
         self.assertIn("0 to 3", r.stderr)
-        jpeg = self.path("drawing.jpeg")
-        drawing(jpeg)
-        r = run(jpeg, self.path("x.dxf"))
+        tga = self.path("drawing.tga")
+        drawing(self.path("drawing.png"))
+        os.rename(self.path("drawing.png"), tga)
+        r = run(tga, self.path("x.dxf"))
         self.assertEqual(r.returncode, 1)
-        self.assertIn("Not a valid File___peg", r.stderr)
+        self.assertIn("the name must end in .jpg, .jpeg, .bmp, .gif, .png, .tif or .tiff", r.stderr)
         broken = self.path("broken.gif")
         with open(broken, "wb") as f:
             f.write(b"GIF89a not really")
@@ -236,6 +237,40 @@ class CadOutputs(unittest.TestCase):
         r = run("--units", "mm", self.picture, self.path("x.dxf"))
         self.assertEqual(r.returncode, 2)
         self.assertIn("--dpi", r.stderr)
+
+
+class ScanFormats(unittest.TestCase):
+    def setUp(self):
+        self.dir = tempfile.TemporaryDirectory()
+
+    def tearDown(self):
+        self.dir.cleanup()
+
+    def path(self, name):
+        return os.path.join(self.dir.name, name)
+
+    def test_png_and_group_4_tiff_give_the_drawing_of_the_bmp(self):
+        drawing(self.path("grey.png"))
+        bits = Image.open(self.path("grey.png")).convert("1")
+        bits.save(self.path("d.bmp"))
+        bits.save(self.path("d.PNG"))
+        blank = Image.new("1", (30, 20), 1)
+        bits.save(self.path("d.tiff"), compression="group4", save_all=True, append_images=[blank])
+        # The drawing as the second page, behind a blank one.
+        blank.save(self.path("second.tif"), compression="group4", save_all=True, append_images=[bits])
+        outputs = {}
+        for name, extra in [("d.bmp", []), ("d.PNG", []), ("d.tiff", []), ("second.tif", ["--page", "2"])]:
+            out = self.path(name + ".dxf")
+            r = run(*extra, self.path(name), out)
+            self.assertEqual(r.returncode, 0, name + ": " + r.stderr)
+            with open(out, "rb") as f:
+                outputs[name] = f.read()
+        self.assertGreater(len(lines_of(self.path("d.bmp.dxf"))), 10)
+        for name in ["d.PNG", "d.tiff", "second.tif"]:
+            self.assertEqual(outputs[name], outputs["d.bmp"], name)
+        r = run("--page", "3", self.path("d.tiff"), self.path("x.dxf"))
+        self.assertEqual(r.returncode, 1)
+        self.assertIn("it has 2 pages, not 3", r.stderr)
 
 
 if __name__ == "__main__":

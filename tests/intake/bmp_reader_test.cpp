@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <random>
 #include <vector>
 
 #include "intake/picture_loader.h"
 #include "picture_bytes.h"
+#include "qt_reference.h"
 
 namespace quern {
 namespace {
@@ -23,13 +25,15 @@ struct BmpCase {
   std::uint32_t compression = 0;
   std::uint32_t used = 0;  // palette colours claimed, 0 for all
   unsigned dibSize = 40;
+  std::array<std::uint32_t, 4> masks{};  // red, green, blue, alpha of bit fields
 };
 
 // A BMP of random pixels and a random palette whose spare byte is not zero.
 Bytes makeBmp(const BmpCase& c, unsigned seed) {
   std::mt19937 random(seed);
   const unsigned colours = c.bpp <= 8 ? (c.used != 0 ? c.used : 1U << c.bpp) : 0;
-  const std::uint32_t offBits = 14 + c.dibSize + 4 * colours;
+  const bool fields = c.compression == 3;
+  const std::uint32_t offBits = 14 + c.dibSize + 4 * colours + (fields && c.dibSize == 40 ? 12 : 0);
   const std::int64_t stride = (static_cast<std::int64_t>(c.w) * c.bpp + 31) / 32 * 4;
   const auto pixelBytes = static_cast<std::uint32_t>(stride * (c.h < 0 ? -c.h : c.h));
   Bytes b = {'B', 'M'};
@@ -48,12 +52,20 @@ Bytes makeBmp(const BmpCase& c, unsigned seed) {
   put32(b, c.used);
   put32(b, 0);
   b.resize(14 + c.dibSize, 0);
+  if (fields) {
+    b.resize(offBits, 0);
+    for (std::size_t i = 0; i < 4; ++i) {
+      if (i < 3 || c.dibSize >= 108) {
+        for (int k = 0; k < 4; ++k) b[54 + 4 * i + k] = static_cast<unsigned char>(c.masks[i] >> (8 * k));
+      }
+    }
+  }
   for (unsigned i = 0; i < 4 * colours + pixelBytes; ++i) b.push_back(static_cast<unsigned char>(random()));
   return b;
 }
 
-// The general reader is the reference: the quick path must give its pixels.
-TEST(PlainBmp, GivesTheGeneralReadersPixels) {
+// Qt's reader, which the window once used, is the reference.
+TEST(PlainBmp, GivesTheWindowsFormerReadersPixels) {
   const BmpCase cases[] = {
       {"1 bit, padded rows", 1, 37, 5},
       {"1 bit, from the top", 1, 64, -3},
@@ -65,22 +77,30 @@ TEST(PlainBmp, GivesTheGeneralReadersPixels) {
       {"24 bit, from the top", 24, 9, -5},
       {"1 pixel", 24, 1, 1},
       {"version 5 header", 8, 11, 3, 0, 0, 124},
+      {"short palette", 8, 6, 5, 0, 16},
+      {"16 bit", 16, 5, 4},
+      {"16 bit, from the top", 16, 6, -3},
+      {"32 bit", 32, 5, 4},
+      {"32 bit, from the top", 32, 3, -6},
+      {"16-bit fields 5-6-5", 16, 7, 3, 3, 0, 40, {0xF800, 0x7E0, 0x1F, 0}},
+      {"32-bit fields, blue and red swapped", 32, 5, 2, 3, 0, 40, {0xFF, 0xFF00, 0xFF0000, 0}},
+      {"32-bit fields with alpha", 32, 5, 4, 3, 0, 124, {0xFF0000, 0xFF00, 0xFF, 0xFF000000}},
   };
   for (const BmpCase& c : cases) {
     const Bytes file = makeBmp(c, static_cast<unsigned>(c.w * 131 + c.h));
     const std::optional<Picture> quick = readPlainBmp(file.data(), file.size());
     ASSERT_TRUE(quick.has_value()) << c.name;
-    const Picture general = decodePicture(file.data(), file.size(), c.name);
-    ASSERT_EQ((*quick)->pixelWidth(), general->pixelWidth()) << c.name;
-    ASSERT_EQ((*quick)->pixelHeight(), general->pixelHeight()) << c.name;
-    EXPECT_TRUE((*quick)->pixels() == general->pixels()) << c.name;
+    const testing::QtPicture general = testing::qtDecodeBytes(file);
+    ASSERT_EQ((*quick)->pixelWidth(), general.width) << c.name;
+    ASSERT_EQ((*quick)->pixelHeight(), general.height) << c.name;
+    EXPECT_TRUE(std::equal(general.pixels.begin(), general.pixels.end(), (*quick)->pixels().begin())) << c.name;
   }
 }
 
-TEST(PlainBmp, LeavesOtherKindsToTheGeneralReader) {
+TEST(PlainBmp, RefusesTheRareKinds) {
   const BmpCase cases[] = {
-      {"bit fields", 24, 4, 4, 3}, {"run lengths", 8, 4, 4, 1}, {"short palette", 8, 4, 4, 0, 16},
-      {"16 bit", 16, 4, 4},        {"32 bit", 32, 4, 4},        {"core header", 24, 4, 4, 0, 0, 12},
+      {"ten-bit fields", 32, 4, 4, 3, 0, 40, {0x3FF00000, 0xFFC00, 0x3FF, 0}},
+      {"core header", 24, 4, 4, 0, 0, 12},
   };
   for (const BmpCase& c : cases) {
     const Bytes file = makeBmp(c, 7);
