@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "processing/luminance.h"
 #include "processing/threshold_support.h"
@@ -59,39 +60,32 @@ AutoThresholdResult autoThreshold(const Picture& picture, Progress& progress, lo
   bar.Max = static_cast<float>(2.0 * height);
   bar.Value = 0.0F;
 
-  LuminanceHistogram histogram{};
-  // Line work has long runs of one colour: the last colour's level is kept.
-  Colour lastColour = kNoColour;
-  Int32 lastLevel = 0;
+  // Four counts per level, taken in turn, so that a run of equal pixels
+  // does not wait on its own last increment.
+  std::vector<long long> counts(4 * 256, 0);
   for (Int32 y = 0; y < height; ++y) {
     const Colour* row = picture->data() + static_cast<std::size_t>(y) * width;
-    for (Int32 x = 0; x < width; ++x) {
-      if (row[x] != lastColour) {
-        lastColour = row[x];
-        lastLevel = levelOf(luminanceOf(lastColour));
-      }
-      ++histogram[lastLevel];
-    }
+    for (Int32 x = 0; x < width; ++x) ++counts[4 * levelOf(row[x]) + (x & 3)];
     progress.yield();
     bar.Value = static_cast<float>(y + 1);
   }
+  LuminanceHistogram histogram{};
+  for (Int32 v = 0; v < 256; ++v)
+    histogram[v] = counts[4 * v] + counts[4 * v + 1] + counts[4 * v + 2] + counts[4 * v + 3];
 
   AutoThresholdResult result;
   result.threshold = chooseThreshold(histogram);
   const double threshold = result.threshold;
   PixelBuffer out = allocatePixels(static_cast<long long>(picture->area()), pixelLimit);
-  lastColour = kNoColour;
-  Colour lastOut = kWhite;
   for (Int32 y = 0; y < height; ++y) {
     const std::size_t at = static_cast<std::size_t>(y) * width;
     const Colour* row = picture->data() + at;
     Colour* dest = out.get() + at;
+    // luminanceOf, by masks (a picture holds no -1): the same doubles, and a loop that vectorises.
     for (Int32 x = 0; x < width; ++x) {
-      if (row[x] != lastColour) {
-        lastColour = row[x];
-        lastOut = luminanceOf(lastColour) > threshold ? kWhite : kBlack;
-      }
-      dest[x] = lastOut;
+      const Colour c = row[x];
+      const double luminance = (0.3 * (c & 0xFF) + 0.59 * ((c >> 8) & 0xFF)) + 0.11 * ((c >> 16) & 0xFF);
+      dest[x] = luminance > threshold ? kWhite : kBlack;
     }
     progress.yield();
     bar.Value = static_cast<float>(height + y + 1);

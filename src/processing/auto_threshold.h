@@ -10,7 +10,7 @@ namespace quern {
 
 // How many pixels of a picture fall at each luminance level. A pixel counts
 // at the smallest whole level not below its luminance, so that a threshold T
-// leaves exactly the levels above T white, as the fixed threshold does.
+// leaves the levels above T white, as the fixed threshold does.
 using LuminanceHistogram = std::array<long long, 256>;
 
 // The threshold (0 to 255) that splits the histogram into the two classes of
