@@ -157,9 +157,8 @@ Picture localThreshold(const Picture& picture, const LocalThreshold& options, Pr
     const double variance = square * perCount * 0.01 - mean * mean;
     const double over = luminance - share * mean;
     const double reachUp = spreadWeight * mean;
-    const int paper = static_cast<int>(luminance > darkFloor) & static_cast<int>(over > 0.0) &
-                      static_cast<int>(over * over > reachUp * reachUp * variance);
-    return -paper & kWhite;
+    const bool paper = (luminance > darkFloor) & (over > 0.0) & (over * over > reachUp * reachUp * variance);
+    return paper ? kWhite : kBlack;
   };
 
   std::vector<double> luminance(static_cast<std::size_t>(width));
@@ -209,17 +208,12 @@ Picture localThreshold(const Picture& picture, const LocalThreshold& options, Pr
     };
     for (Int32 x = 0; x < std::min(reach, width); ++x) dest[x] = cutBack(x);
     const double perCount = 1.0 / (100.0 * (2 * reach + 1) * windowRows);
-    // The same as `between`, spelt out over plain pointers so that it vectorises.
     const double* lum = luminance.data();
     const double* sums = bandSums.data();
     const double* squares = bandSquares.data();
     for (Int32 x = reach; x < width - reach; ++x) {
-      const double mean = (sums[x + reach + 1] - sums[x - reach]) * perCount;
-      const double variance = (squares[x + reach + 1] - squares[x - reach]) * perCount * 0.01 - mean * mean;
-      const double over = lum[x] - share * mean;
-      const double reachUp = spreadWeight * mean;
-      const bool paper = (lum[x] > darkFloor) & (over > 0.0) & (over * over > reachUp * reachUp * variance);
-      dest[x] = paper ? kWhite : kBlack;
+      dest[x] = colourOf(lum[x], sums[x + reach + 1] - sums[x - reach], squares[x + reach + 1] - squares[x - reach],
+                         perCount);
     }
     for (Int32 x = std::max(reach, width - reach); x < width; ++x) dest[x] = cutBack(x);
     progress.yield();
