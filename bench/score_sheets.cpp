@@ -1,4 +1,4 @@
-// Traces the A4 test sheet, scanned evenly and under a shadow, with each
+// Traces the A4 test sheet (or with --small the small one), scanned evenly and under a shadow, with each
 // threshold mode, and prints how well the trace meets the true centre lines
 // and how long each step took. Each time is the best of three runs in CPU
 // time of this thread, which other work on a shared machine disturbs less
@@ -39,12 +39,15 @@ double bestMilliseconds(const std::function<void()>& work) {
 
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
   using namespace quern;
+  // --small: the small sheet of the unit tests instead of A4.
+  const bool small = argc > 1 && std::string(argv[1]) == "--small";
+  const auto size = small ? tools::SheetSize::small : tools::SheetSize::a4;
   std::printf("%-7s %-10s %9s %9s %9s %10s %9s %9s %9s\n", "scan", "mode", "precision", "recall", "segments",
               "threshold", "bw ms", "trace ms", "score ms");
   for (const auto lighting : {tools::Lighting::even, tools::Lighting::shadow}) {
-    const tools::Sheet sheet = tools::scanSheet(tools::SheetSize::a4, lighting);
+    const tools::Sheet sheet = tools::scanSheet(size, lighting, small ? 3 : 1);
     const std::vector<tools::SheetPolyline> truth = tools::truthPaths(sheet.truth);
     for (const std::string mode : {"fixed", "auto", "local"}) {
       Picture blackWhite;
@@ -59,7 +62,8 @@ int main() {
           blackWhite = r.picture;
           setting = std::to_string(r.threshold);
         } else {
-          const Int32 window = localWindowForDpi(300, 1.0);
+          const Int32 window = small ? localWindowForPicture(sheet.picture->pixelWidth(), sheet.picture->pixelHeight())
+                                     : localWindowForDpi(300, 1.0);
           blackWhite = localThreshold(sheet.picture, {.window = window}, progress);
           setting = "window " + std::to_string(window);
         }

@@ -1,7 +1,6 @@
 #include "processing/auto_threshold.h"
 
 #include <algorithm>
-#include <cmath>
 #include <vector>
 
 #include "processing/luminance.h"
@@ -11,9 +10,11 @@ namespace quern {
 
 namespace {
 
-// The level a luminance counts at: luminance > T exactly when this is > T.
-Int32 levelOf(double luminance) {
-  return std::clamp(static_cast<Int32>(std::ceil(luminance)), 0, 255);
+// The level a colour counts at: its luminance in hundredths, rounded up to
+// a whole level, so that a threshold T splits the levels as it splits the
+// pixels (white above T).
+Int32 levelOf(Colour c) {
+  return std::min((luminanceHundredths(c) + 99) / 100, 255);
 }
 
 }  // namespace

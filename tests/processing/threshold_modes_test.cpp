@@ -70,15 +70,22 @@ TEST(ChooseThreshold, SplitsBetweenTheClassesAndFallsBackWithNothingToSplit) {
   }
 }
 
-// The chosen threshold is kept as the fixed one is: white only above it,
-// for every grey and for a colour whose luminance is not a whole number.
-TEST(AutoThreshold, PaintsWhiteExactlyAboveTheThresholdItReports) {
-  const Picture p = pictureOf(256, 4, [](Int32 x, Int32 y) { return y == 3 ? rgb(255, 0, 0) : grey(x); });
+// Pencil strokes (grey, 150 to 160) on paper (220 to 240), and a row of red
+// whose luminance (76.5) is no whole number: the threshold falls between
+// strokes and paper, well above mid-grey, and is kept as the fixed one is,
+// white only above it.
+TEST(AutoThreshold, ChoosesBetweenInkAndPaperAndPaintsWhiteOnlyAboveIt) {
+  const Picture p = pictureOf(256, 40, [](Int32 x, Int32 y) {
+    if (y == 39) return rgb(255, 0, 0);
+    return x % 16 < 3 ? grey(150 + (x + y) % 11) : grey(220 + (x * 7 + y) % 21);
+  });
   FractionProgress progress;
   const AutoThresholdResult r = autoThreshold(p, progress);
   ASSERT_TRUE(r.picture);
+  EXPECT_GE(r.threshold, 160);
+  EXPECT_LT(r.threshold, 220);
   EXPECT_TRUE(onlyBlackAndWhite(r.picture));
-  for (Int32 y = 0; y < 4; ++y) {
+  for (Int32 y = 0; y < 40; ++y) {
     for (Int32 x = 0; x < 256; ++x) {
       const bool white = luminanceOf(p->pixel(x, y)) > r.threshold;
       EXPECT_EQ(r.picture->pixel(x, y), white ? kWhite : kBlack) << x << "," << y << " at " << r.threshold;

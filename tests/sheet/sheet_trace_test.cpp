@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "processing/auto_threshold.h"
 #include "processing/local_threshold.h"
 #include "sheet_score.h"
@@ -39,15 +41,18 @@ tools::TraceScore traceAndScore(const tools::Sheet& sheet, Mode mode) {
 TEST(SheetTrace, LocalThresholdTracesAShadowedScan) {
   const tools::Sheet sheet = tools::scanSheet(SheetSize::small, Lighting::shadow, 3);
   const tools::TraceScore fixed = traceAndScore(sheet, Mode::fixed200);
-  EXPECT_LT(fixed.precision, 0.5) << "the sheet's shadow no longer troubles the fixed threshold";
+  EXPECT_LT(std::min(fixed.precision, fixed.recall), 0.9)
+      << "the sheet's shadow no longer troubles the fixed threshold";
   const tools::TraceScore local = traceAndScore(sheet, Mode::local);
   EXPECT_GE(local.precision, 0.99);
   EXPECT_GE(local.recall, 0.99);
 }
 
 // On an evenly lit scan the new modes are as good as the fixed threshold.
-// The margin, half a percent, is a few dozen points of a small sheet: the
-// odd spur that one threshold leaves at a junction and another does not.
+// The margin, half a percent, allows for the odd spur or gap that one
+// threshold leaves at a junction or a line end and another does not: each
+// moves a small sheet's score by a few hundredths of a percent, while a
+// threshold that loses a stroke or keeps a shadow costs whole percents.
 TEST(SheetTrace, NewModesMatchTheFixedThresholdOnAnEvenScan) {
   const tools::Sheet sheet = tools::scanSheet(SheetSize::small, Lighting::even, 3);
   const tools::TraceScore fixed = traceAndScore(sheet, Mode::fixed200);
