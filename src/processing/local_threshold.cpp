@@ -50,66 +50,65 @@ double medianLuminance(const PictureData& picture) {
   return 255.0;
 }
 
-// Summed-area rows of the luminance (in hundredths) and of its square, kept
-// in a ring just deep enough for the rows one window spans. Row k holds the
-// sums over all pixels above row k and left of each column, so any window
-// is four lookups in two rows.
-class SummedRows {
+// The summed-area table of the band of rows a window spans: per column the
+// sums of the luminance (in hundredths) and of its square over those rows,
+// kept up to date as the window moves down a row at a time (a row in, a row
+// out), and their running totals from the left edge, so that any window in
+// the band is a difference of two totals. Everything is summed in 64-bit
+// integers and is exact.
+class WindowBand {
  public:
-  SummedRows(const PictureData& picture, Int32 depth)
+  explicit WindowBand(const PictureData& picture)
       : picture_(picture),
-        stride_(static_cast<std::size_t>(picture.pixelWidth()) + 1),
-        depth_(depth),
-        sums_(stride_ * depth, 0),
-        squares_(stride_ * depth, 0),
-        values_(stride_),
-        valueSquares_(stride_) {}
+        width_(static_cast<std::size_t>(picture.pixelWidth())),
+        columnSums_(width_, 0),
+        columnSquares_(width_, 0),
+        values_(width_),
+        sums_(width_ + 1, 0),
+        squares_(width_ + 1, 0) {}
 
-  // Makes sure rows up to `k` are there; the caller asks in rising order and
-  // never for a row more than depth - 1 below the newest.
-  void fillTo(Int32 k) {
-    for (; ready_ < k; ++ready_) {
-      const std::int64_t* aboveSums = sums(ready_);
-      const std::int64_t* aboveSquares = squares(ready_);
-      std::int64_t* rowSums = slot(sums_, ready_ + 1);
-      std::int64_t* rowSquares = slot(squares_, ready_ + 1);
-      const Colour* pixels = picture_.data() + static_cast<std::size_t>(ready_) * picture_.pixelWidth();
-      // The luminances first, in a pass that vectorises (a square of
-      // hundredths fits 32 bits), then the running sums, which cannot.
-      for (std::size_t x = 0; x + 1 < stride_; ++x) {
-        values_[x] = hundredths(pixels[x]);
-        valueSquares_[x] = values_[x] * values_[x];
-      }
-      std::int64_t runSum = 0;
-      std::int64_t runSquare = 0;
-      rowSums[0] = rowSquares[0] = 0;
-      for (std::size_t x = 0; x + 1 < stride_; ++x) {
-        runSum += values_[x];
-        runSquare += valueSquares_[x];
-        rowSums[x + 1] = aboveSums[x + 1] + runSum;
-        rowSquares[x + 1] = aboveSquares[x + 1] + runSquare;
-      }
+  // Moves the band to the rows from `top` to `bottom` (not included); both
+  // only ever grow.
+  void moveTo(Int32 top, Int32 bottom) {
+    for (; bottom_ < bottom; ++bottom_) addRow<+1>(bottom_);
+    for (; top_ < top; ++top_) addRow<-1>(top_);
+    std::int64_t runSum = 0;
+    std::int64_t runSquare = 0;
+    for (std::size_t x = 0; x < width_; ++x) {
+      runSum += columnSums_[x];
+      runSquare += columnSquares_[x];
+      sums_[x + 1] = runSum;
+      squares_[x + 1] = runSquare;
     }
   }
 
-  const std::int64_t* sums(Int32 k) const { return sums_.data() + stride_ * static_cast<std::size_t>(k % depth_); }
-  const std::int64_t* squares(Int32 k) const {
-    return squares_.data() + stride_ * static_cast<std::size_t>(k % depth_);
-  }
+  // Totals from the left edge to before each column, 0 to width.
+  const std::int64_t* sums() const { return sums_.data(); }
+  const std::int64_t* squares() const { return squares_.data(); }
 
  private:
-  std::int64_t* slot(std::vector<std::int64_t>& table, Int32 k) {
-    return table.data() + stride_ * static_cast<std::size_t>(k % depth_);
+  template <int sign>
+  void addRow(Int32 row) {
+    const Colour* pixels = picture_.data() + static_cast<std::size_t>(row) * width_;
+    // The luminances first, in a pass that vectorises (a square of
+    // hundredths fits 32 bits), then into the 64-bit columns.
+    for (std::size_t x = 0; x < width_; ++x) values_[x] = hundredths(pixels[x]);
+    for (std::size_t x = 0; x < width_; ++x) {
+      const std::int64_t v = values_[x];
+      columnSums_[x] += sign * v;
+      columnSquares_[x] += sign * v * v;
+    }
   }
 
   const PictureData& picture_;
-  std::size_t stride_;
-  Int32 depth_;
+  std::size_t width_;
+  std::vector<std::int64_t> columnSums_;
+  std::vector<std::int64_t> columnSquares_;
+  std::vector<std::int32_t> values_;
   std::vector<std::int64_t> sums_;
   std::vector<std::int64_t> squares_;
-  std::vector<std::int32_t> values_;
-  std::vector<std::int32_t> valueSquares_;
-  Int32 ready_ = 0;  // row 0, all zeros, is there from the start
+  Int32 top_ = 0;
+  Int32 bottom_ = 0;
 };
 
 }  // namespace
@@ -140,8 +139,6 @@ Picture localThreshold(const Picture& picture, const LocalThreshold& options, Pr
 
   PixelBuffer out = allocatePixels(static_cast<long long>(picture->area()), pixelLimit);
   const Int32 reach = options.window / 2;
-  // Rows y - reach and y + reach + 1 of the sums are read together.
-  SummedRows rows(*picture, std::min(height + 1, 2 * reach + 2));
   const double darkFloor = medianLuminance(*picture) / 4.0;
   const double share = options.sensitivity;
   // The spread term in luminance units: (1 - sensitivity) / 128, and the
@@ -162,32 +159,14 @@ Picture localThreshold(const Picture& picture, const LocalThreshold& options, Pr
   };
 
   std::vector<double> luminance(static_cast<std::size_t>(width));
-  // The sums of the band of rows a window spans, per column from the left
-  // edge: whole numbers, exact as doubles while below 2^52, so a window is a
-  // difference of two doubles.
-  std::vector<double> bandSums(static_cast<std::size_t>(width) + 1);
-  std::vector<double> bandSquares(static_cast<std::size_t>(width) + 1);
-  const bool quickDoubles =
-      static_cast<double>(std::min(height, 2 * reach + 1)) * width * 650250000.0 < 4503599627370496.0;
+  WindowBand band(*picture);
+  // A window's sums are whole numbers below 2^52 for any window under 2600
+  // pixels a side, and then a conversion that vectorises is exact.
+  const bool quickDoubles = static_cast<double>(2 * reach + 1) * (2 * reach + 1) * 650250000.0 < 4503599627370496.0;
   for (Int32 y = 0; y < height; ++y) {
     const Int32 top = std::max(0, y - reach);
     const Int32 bottom = std::min(height, y + reach + 1);
-    rows.fillTo(bottom);
-    const std::int64_t* sumsTop = rows.sums(top);
-    const std::int64_t* sumsBottom = rows.sums(bottom);
-    const std::int64_t* squaresTop = rows.squares(top);
-    const std::int64_t* squaresBottom = rows.squares(bottom);
-    if (quickDoubles) {
-      for (Int32 x = 0; x <= width; ++x) {
-        bandSums[x] = exactDouble(sumsBottom[x] - sumsTop[x]);
-        bandSquares[x] = exactDouble(squaresBottom[x] - squaresTop[x]);
-      }
-    } else {
-      for (Int32 x = 0; x <= width; ++x) {
-        bandSums[x] = static_cast<double>(sumsBottom[x] - sumsTop[x]);
-        bandSquares[x] = static_cast<double>(squaresBottom[x] - squaresTop[x]);
-      }
-    }
+    band.moveTo(top, bottom);
     const double windowRows = bottom - top;
     const Colour* pixels = picture->data() + static_cast<std::size_t>(y) * width;
     Colour* dest = out.get() + static_cast<std::size_t>(y) * width;
@@ -197,25 +176,29 @@ Picture localThreshold(const Picture& picture, const LocalThreshold& options, Pr
       luminance[x] = (0.3 * (c & 0xFF) + 0.59 * ((c >> 8) & 0xFF)) + 0.11 * ((c >> 16) & 0xFF);
     }
 
-    auto between = [&](Int32 x, Int32 left, Int32 right, double perCount) {
-      return colourOf(luminance[x], bandSums[right] - bandSums[left], bandSquares[right] - bandSquares[left], perCount);
-    };
-    // Near the left and right edges the window is cut back to the picture.
-    auto cutBack = [&](Int32 x) {
-      const Int32 left = std::max(0, x - reach);
-      const Int32 right = std::min(width, x + reach + 1);
-      return between(x, left, right, 1.0 / (100.0 * (right - left) * windowRows));
-    };
-    for (Int32 x = 0; x < std::min(reach, width); ++x) dest[x] = cutBack(x);
-    const double perCount = 1.0 / (100.0 * (2 * reach + 1) * windowRows);
     const double* lum = luminance.data();
-    const double* sums = bandSums.data();
-    const double* squares = bandSquares.data();
-    for (Int32 x = reach; x < width - reach; ++x) {
-      dest[x] = colourOf(lum[x], sums[x + reach + 1] - sums[x - reach], squares[x + reach + 1] - squares[x - reach],
-                         perCount);
+    const std::int64_t* sums = band.sums();
+    const std::int64_t* squares = band.squares();
+    auto row = [&](auto toDouble) {
+      auto between = [&](Int32 x, Int32 left, Int32 right, double perCount) {
+        return colourOf(lum[x], toDouble(sums[right] - sums[left]), toDouble(squares[right] - squares[left]), perCount);
+      };
+      // Near the left and right edges the window is cut back to the picture.
+      auto cutBack = [&](Int32 x) {
+        const Int32 left = std::max(0, x - reach);
+        const Int32 right = std::min(width, x + reach + 1);
+        return between(x, left, right, 1.0 / (100.0 * (right - left) * windowRows));
+      };
+      for (Int32 x = 0; x < std::min(reach, width); ++x) dest[x] = cutBack(x);
+      const double perCount = 1.0 / (100.0 * (2 * reach + 1) * windowRows);
+      for (Int32 x = reach; x < width - reach; ++x) dest[x] = between(x, x - reach, x + reach + 1, perCount);
+      for (Int32 x = std::max(reach, width - reach); x < width; ++x) dest[x] = cutBack(x);
+    };
+    if (quickDoubles) {
+      row([](std::int64_t v) { return exactDouble(v); });
+    } else {
+      row([](std::int64_t v) { return static_cast<double>(v); });
     }
-    for (Int32 x = std::max(reach, width - reach); x < width; ++x) dest[x] = cutBack(x);
     progress.yield();
     bar.Value = static_cast<float>(y + 1);
   }

@@ -42,9 +42,10 @@ Int32 localWindowForPicture(Int32 width, Int32 height);
 // and black where the luminance is at most a quarter of the picture's median
 // luminance, whatever the window says: inside a black area larger than the
 // window there is no paper to compare with, and without this its noise
-// would come out half white. The window sums come from summed-area tables
-// kept only for the rows the window spans, so the cost per pixel does not
-// depend on the window. Result: only 0x000000 and 0xFFFFFF.
+// would come out half white. The window sums (64-bit, exact) come from a
+// summed-area table of the band of rows the window spans, moved down a row
+// at a time, so the cost per pixel does not depend on the window and the
+// memory is a few rows. Result: only 0x000000 and 0xFFFFFF.
 //
 // The bar's Max is the height; a chance to run comes after each row. Throws
 // LimitError for a picture of more than `pixelLimit` pixels before any
