@@ -10,7 +10,7 @@
 namespace quern {
 
 const char* const kBatchUsage =
-    "usage: quernline-batch [--scale F] [--blur N] [--threshold T] [--tolerance K] [--reorder]\n"
+    "usage: quernline-batch [--scale F] [--blur N] [--threshold T|auto|local] [--tolerance K] [--reorder]\n"
     "                       [--no-original] [--preview FILE.png] [--dpi N --units mm|in] [--polyline]\n"
     "                       [--min-branch N] [--min-chain N] [--svg FILE.svg] [--large [--max-megapixels N]]\n"
     "                       [--page N] [--quiet] [PICTURE] DRAWING.dxf\n"
@@ -18,7 +18,12 @@ const char* const kBatchUsage =
     "       quernline-batch --version\n"
     "  --scale F       rescale factor, 0.01 to 3 in steps of 0.01 (default 1)\n"
     "  --blur N        smoothing runs, 0 to 3 (default 1)\n"
-    "  --threshold T   black-and-white threshold, 1 to 255 (default 200)\n"
+    "  --threshold T   black-and-white threshold, 1 to 255 (default 200); or auto: one threshold\n"
+    "                  chosen from the picture's histogram; or local: a threshold for every pixel\n"
+    "                  from the light around it, for pages in uneven light (shadows, photos)\n"
+    "  --local-window N  with --threshold local, the window's side in pixels, 3 to 9999 (default:\n"
+    "                  8 mm of paper with --dpi, else 1/26 of the picture's short side)\n"
+    "  --sensitivity F with --threshold local, 0.05 to 1 (default 0.8); higher finds fainter ink\n"
     "  --tolerance K   simplification tolerance in twips, 1 to 100 (default 1)\n"
     "  --reorder       string all segments into one path, nearest end next\n"
     "  --no-original   draw the preview lines on an empty box\n"
@@ -94,6 +99,25 @@ std::optional<std::string> setScale(BatchArgs& args, const std::string&, const s
   return std::nullopt;
 }
 
+std::optional<std::string> setThreshold(BatchArgs& args, const std::string& option, const std::string& value) {
+  if (value == "auto" || value == "local") {
+    args.thresholdMode = value == "auto" ? ThresholdMode::automatic : ThresholdMode::local;
+    return std::nullopt;
+  }
+  args.thresholdMode = ThresholdMode::fixed;
+  const std::optional<std::string> refused = setWhole<&BatchArgs::threshold, 1, 255>(args, option, value);
+  if (refused) return *refused + ", or auto, or local";
+  return std::nullopt;
+}
+
+std::optional<std::string> setSensitivity(BatchArgs& args, const std::string&, const std::string& value) {
+  const std::optional<double> f = readNumber(value);
+  if (!f || !(*f >= 0.05 && *f <= 1.0))
+    return "--sensitivity " + value + " is refused: it takes a number from 0.05 to 1";
+  args.sensitivity = *f;
+  return std::nullopt;
+}
+
 std::optional<std::string> setUnits(BatchArgs& args, const std::string&, const std::string& value) {
   const std::optional<DrawingUnit> unit = drawingUnitNamed(value);
   if (!unit) return "--units " + value + " is refused: it takes mm, in or px";
@@ -113,7 +137,9 @@ std::optional<std::string> setDpi(BatchArgs& args, const std::string&, const std
 constexpr OptionRow kOptions[] = {
     {"--scale", true, setScale},
     {"--blur", true, setWhole<&BatchArgs::blur, 0, 3>},
-    {"--threshold", true, setWhole<&BatchArgs::threshold, 1, 255>},
+    {"--threshold", true, setThreshold},
+    {"--local-window", true, setWhole<&BatchArgs::localWindow, 3, 9999>},
+    {"--sensitivity", true, setSensitivity},
     {"--tolerance", true, setWhole<&BatchArgs::tolerance, 1, 100>},
     {"--reorder", false, setFlag<&BatchArgs::reorder>},
     {"--no-original", false, setFlag<&BatchArgs::noOriginal>},
@@ -149,6 +175,9 @@ std::optional<std::string> settle(BatchArgs& args, std::vector<std::string> posi
            " needs --dpi N, the scan's resolution, to know how long a pixel is";
   }
   if (!paper && args.dpi) return "--dpi needs --units mm or --units in: a drawing in pixels has no use for it";
+  if (args.thresholdMode != ThresholdMode::local && (args.localWindow != 0 || args.sensitivity)) {
+    return "--local-window and --sensitivity go with --threshold local";
+  }
   if (args.outDir) {
     if (args.preview || args.svg)
       return "with --out-dir, use --preview-dir for previews; --preview and --svg name one file";

@@ -6,6 +6,7 @@
 
 #include "base/drawing_units.h"
 #include "base/numbers.h"
+#include "pipeline/stage.h"
 
 namespace quern {
 
@@ -15,7 +16,11 @@ struct BatchArgs {
   Int32 scale = 100;      // hundredths, 1 to 300
   Int32 blur = 1;         // 0 to 3
   Int32 threshold = 200;  // 1 to 255
-  Int32 tolerance = 1;    // twips, 1 to 100
+  // --threshold auto or local instead of a number.
+  ThresholdMode thresholdMode = ThresholdMode::fixed;
+  Int32 localWindow = 0;  // pixels; 0: from --dpi, else from the picture's short side
+  std::optional<double> sensitivity;
+  Int32 tolerance = 1;  // twips, 1 to 100
   bool reorder = false;
   bool noOriginal = false;
   std::optional<std::string> preview;

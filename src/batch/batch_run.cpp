@@ -52,6 +52,12 @@ StageParams paramsOf(const BatchArgs& args) {
   p.scale = readNumber(decimalText(args.scale / 100.0)).value_or(1.0);
   p.blurRuns = args.blur;
   p.threshold = toInt16(args.threshold);
+  ThresholdSetting& t = p.thresholdSetting;
+  t.mode = args.thresholdMode;
+  t.window = args.localWindow;
+  t.sensitivity = args.sensitivity.value_or(t.sensitivity);
+  t.dpi = args.dpi.value_or(0);
+  t.scale = args.scale / 100.0;
   p.tolerance = args.tolerance;
   p.reorder = args.reorder;
   p.keepOriginal = !args.noOriginal;
@@ -70,6 +76,25 @@ void writePreview(const StageChain& chain, const Picture& original, bool keepOri
   if (keepOriginal) box.PaintPicture(original, 0.0F, 0.0F, static_cast<float>(w), static_cast<float>(h));
   drawSegments(chain.segments(), box, chain.previewFactor());
   saveBitmapPng(box, path);
+}
+
+// What stage 3 used, in words: the fixed or the chosen threshold, or the
+// local threshold's window and sensitivity.
+std::string thresholdUsed(const StageParams& params, const std::vector<StageOutcome>& outcomes) {
+  Int32 value = params.threshold;
+  for (const StageOutcome& o : outcomes) {
+    if (o.stage == Stage::threshold && o.done()) value = o.value;
+  }
+  const ThresholdSetting& t = params.thresholdSetting;
+  switch (t.mode) {
+    case ThresholdMode::automatic:
+      return "auto " + std::to_string(value);
+    case ThresholdMode::local:
+      return "local, window " + std::to_string(value) + " pixels, sensitivity " + decimalText(t.sensitivity);
+    case ThresholdMode::fixed:
+      break;
+  }
+  return std::to_string(value);
 }
 
 // A rescale factor, in hundredths, at which a refused picture would fit.
@@ -154,6 +179,10 @@ BatchResult convertPicture(const BatchArgs& args, const std::optional<std::strin
   const std::array<std::string, 6> lines =
       statisticsLines(name, result.width, result.height, outcomes.front().width, outcomes.front().height, result.lines);
   result.statistics.assign(lines.begin(), lines.end());
+  result.threshold = thresholdUsed(params, outcomes);
+  // The window's six lines stay as they are; another way of thresholding says which it took.
+  if (params.thresholdSetting.mode != ThresholdMode::fixed)
+    result.statistics.push_back("Threshold: " + result.threshold);
   return finish("");
 }
 

@@ -19,7 +19,8 @@ struct BatchResult {
   std::vector<std::string> statistics;
   Int32 width = 0;  // of the original
   Int32 height = 0;
-  Int32 lines = 0;  // records of the drawing
+  Int32 lines = 0;        // records of the drawing
+  std::string threshold;  // the threshold stage 3 used, in words ("200", "auto 137", ...)
   double seconds = 0.0;
   bool ok() const { return error.empty(); }
 };

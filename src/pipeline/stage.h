@@ -12,11 +12,31 @@ enum class Stage : Int16 { rescale = 1, blur, threshold, thin, chain, simplify }
 // "rescale", "blur", ...: the name a message gives the stage.
 const char* stageName(Stage stage);
 
+// How stage 3 makes black and white: at the fixed threshold of the window's
+// row, at one threshold chosen from the picture's histogram, or at a
+// threshold of its own for every pixel from the window around it (for pages
+// in uneven light).
+enum class ThresholdMode { fixed, automatic, local };
+
+struct ThresholdSetting {
+  ThresholdMode mode = ThresholdMode::fixed;
+  Int16 value = 200;  // fixed: the luminance threshold
+  // Local: the window's side in pixels; 0 takes it from the resolution
+  // (a few millimetres of paper) when `dpi` is given, else from the
+  // picture's short side.
+  Int32 window = 0;
+  double sensitivity = 0.8;
+  double dpi = 0.0;    // the scan's resolution, 0 when not known
+  double scale = 1.0;  // the rescale the picture went through since the scan
+};
+
 // The values of one run of the stages, as the window's rows hold them.
 struct StageParams {
-  double scale = 1.0;        // rescale factor, 0.01 to 3 in the window
-  Int32 blurRuns = 1;        // smoothing passes, 0 to 3
-  Int16 threshold = 200;     // luminance threshold of black and white, 1 to 255
+  double scale = 1.0;     // rescale factor, 0.01 to 3 in the window
+  Int32 blurRuns = 1;     // smoothing passes, 0 to 3
+  Int16 threshold = 200;  // luminance threshold of black and white, 1 to 255
+  // Another way of stage 3 than the fixed threshold; its value is then unused.
+  ThresholdSetting thresholdSetting;
   Int32 tolerance = 1;       // simplification tolerance in twips, 1 to 100
   bool reorder = false;      // string all segments into one path
   bool keepOriginal = true;  // the preview shows the original under the lines
@@ -40,6 +60,9 @@ struct StageOutcome {
   Int32 height = 0;
   long long count = 0;  // pixels or records, where a count mattered
   long long limit = 0;  // the limit that was met
+  // Stage 3 done: the threshold it used (fixed or chosen), or with the local
+  // threshold the side of its window in pixels.
+  Int32 value = 0;
 
   bool done() const { return kind == Kind::done; }
   static StageOutcome ok(Stage stage) {

@@ -2,6 +2,8 @@
 
 #include "base/errors.h"
 #include "pipeline/preview.h"
+#include "processing/auto_threshold.h"
+#include "processing/local_threshold.h"
 #include "processing/raster_stages.h"
 #include "vector/chains.h"
 #include "vector/normalize.h"
@@ -120,7 +122,49 @@ StageOutcome StageChain::threshold(Int16 threshold) {
         blackWhitePicture(input(Stage::threshold), threshold, context_.limits, report_.progressOf(Stage::threshold));
     slot(Stage::threshold) = result.picture;
     handedOn(Stage::threshold);
-    return rasterOutcome(Stage::threshold, result);
+    StageOutcome o = rasterOutcome(Stage::threshold, result);
+    o.value = threshold;
+    return o;
+  });
+}
+
+StageOutcome StageChain::threshold(const ThresholdSetting& setting) {
+  if (setting.mode == ThresholdMode::fixed) return threshold(setting.value);
+  return guarded(Stage::threshold, [&] {
+    const Picture& source = input(Stage::threshold);
+    const Int32 w = pictureWidth(source);
+    const Int32 h = pictureHeight(source);
+    const Int32 limit = context_.limits.blackWhite;
+    if (w > limit || h > limit) {
+      // Refused as the fixed threshold refuses: the picture goes on as it came.
+      slot(Stage::threshold) = source;
+      RasterResult refused{source, Refusal{"the black-and-white stage takes pictures of up to " +
+                                               std::to_string(limit) + " by " + std::to_string(limit) + " pixels",
+                                           w, h, 0, limit}};
+      return rasterOutcome(Stage::threshold, refused);
+    }
+    Progress& progress = report_.progressOf(Stage::threshold);
+    const long long pixels = context_.limits.surfacePixels;
+    RasterResult result;
+    Int32 value = 0;
+    if (setting.mode == ThresholdMode::automatic) {
+      const AutoThresholdResult chosen = autoThreshold(source, progress, pixels);
+      result.picture = chosen.picture;
+      value = chosen.threshold;
+    } else {
+      LocalThreshold local;
+      local.sensitivity = setting.sensitivity;
+      local.window = setting.window > 0  ? setting.window
+                     : setting.dpi > 0.0 ? localWindowForDpi(setting.dpi, setting.scale)
+                                         : localWindowForPicture(w, h);
+      result.picture = localThreshold(source, local, progress, pixels);
+      value = local.window;
+    }
+    slot(Stage::threshold) = result.picture;
+    handedOn(Stage::threshold);
+    StageOutcome o = rasterOutcome(Stage::threshold, result);
+    o.value = value;
+    return o;
   });
 }
 
@@ -174,7 +218,10 @@ std::vector<StageOutcome> StageChain::run(Stage from, const StageParams& params)
   };
   step(Stage::rescale, [&] { return rescale(params.scale); });
   step(Stage::blur, [&] { return blur(params.blurRuns); });
-  step(Stage::threshold, [&] { return threshold(params.threshold); });
+  step(Stage::threshold, [&] {
+    return params.thresholdSetting.mode == ThresholdMode::fixed ? threshold(params.threshold)
+                                                                : threshold(params.thresholdSetting);
+  });
   step(Stage::thin, [&] { return thin(); });
   step(Stage::chain, [&] { return chain(); });
   if (params.minBranch > 0 || params.minChain > 0) {

@@ -78,6 +78,9 @@ class StageChain {
   // Stage 3: black and white at a luminance threshold. Refused when the
   // picture is larger than the stage takes; it then goes on as it came.
   StageOutcome threshold(Int16 threshold);
+  // Stage 3 in any of its ways; the outcome's value says the threshold
+  // chosen, or the local window's side. The size limit is the same.
+  StageOutcome threshold(const ThresholdSetting& setting);
   // Stage 4: thinned to lines one pixel wide, every line pixel listed in
   // LineTable. Refused for a picture beyond the grid or a listing beyond
   // the table; picture and table then stay as they were.

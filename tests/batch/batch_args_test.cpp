@@ -33,6 +33,11 @@ TEST(BatchArgs, OutOfRangeAndMalformedArgumentsAreRefused) {
       {"--page", "0", "a.tif", "o.dxf"},
       {"--page", "65536", "a.tif", "o.dxf"},
       {"--svg", "o.dxf"},  // the drawing taken as the SVG's name leaves no drawing
+      {"--threshold", "Auto", "o.dxf"},
+      {"--sensitivity", "0.5", "o.dxf"},  // a local setting without the local threshold
+      {"--threshold", "auto", "--local-window", "31", "o.dxf"},
+      {"--threshold", "local", "--sensitivity", "1.5", "o.dxf"},
+      {"--threshold", "local", "--local-window", "2", "o.dxf"},
   };
   for (const auto& argv : bad) {
     const BatchParse p = parseBatchArgs(argv);
@@ -72,6 +77,15 @@ TEST(BatchArgs, OutputOptionsGiveTheDrawingOptions) {
   EXPECT_EQ(p.args->minChain, 99999);
   EXPECT_EQ(p.args->svg, "o.svg");
   EXPECT_EQ(parseBatchArgs({"o.dxf"}).args->minBranch, 0);
+  // The last --threshold given counts, a number or a mode.
+  const BatchParse local = parseBatchArgs(
+      {"--threshold", "auto", "--threshold", "local", "--local-window", "31", "--sensitivity", "0.6", "o.dxf"});
+  ASSERT_TRUE(local.args) << local.error;
+  EXPECT_EQ(local.args->thresholdMode, ThresholdMode::local);
+  EXPECT_EQ(local.args->localWindow, 31);
+  EXPECT_EQ(local.args->sensitivity, 0.6);
+  EXPECT_EQ(parseBatchArgs({"--threshold", "local", "--threshold", "150", "o.dxf"}).args->thresholdMode,
+            ThresholdMode::fixed);
   EXPECT_NE(std::string(kBatchUsage).find("no unit field"), std::string::npos);
 }
 

@@ -54,7 +54,8 @@ struct RefusalCase {
 // Every refusal names its stage and its reason, and keeps the picture or
 // table it would have changed.
 TEST(StageChain, EachRefusalIsReportedWithItsStageAndReason) {
-  const StageParams noBlur{.blurRuns = 0};
+  StageParams noBlur;
+  noBlur.blurRuns = 0;
   const std::vector<RefusalCase> cases = {
       {"rescale past the surface limit", drawing(100, 80, 1), [](StageChain& c) { return c.rescale(3.0); },
        Stage::rescale, StageOutcome::Kind::refused, "over the limit"},
@@ -111,6 +112,35 @@ TEST(StageChain, RunRunsEveryStageAndRerunsFromTheStageGiven) {
   params.tolerance = 1;
   ASSERT_EQ(chain.run(Stage::simplify, params).size(), 1U);
   EXPECT_GT(chain.segments().count(), coarse) << "a finer tolerance keeps more";
+}
+
+// Stage 3's other ways give black and white and say what they used: the
+// threshold chosen, or the local window's side.
+TEST(StageChain, ThresholdModesSayWhatTheyUsed) {
+  RasterContext context;
+  FractionReport report;
+  StageChain chain(context, report);
+  chain.setOriginal(drawing(260, 130, 3));
+  StageParams params;
+  params.blurRuns = 0;  // pure black and white: every way finds the same lines
+  ASSERT_TRUE(chain.run(Stage::rescale, params).back().done());
+  const Int32 fixedRecords = chain.segments().count();
+  for (const auto& [mode, window, value] :
+       {std::tuple{ThresholdMode::automatic, 0, -1}, {ThresholdMode::local, 0, 5}, {ThresholdMode::local, 41, 41}}) {
+    params.thresholdSetting.mode = mode;
+    params.thresholdSetting.window = window;
+    const std::vector<StageOutcome> outcomes = chain.run(Stage::threshold, params);
+    ASSERT_TRUE(outcomes.back().done()) << outcomes.back().reason;
+    const Picture& bw = chain.picture(Stage::threshold);
+    EXPECT_TRUE(std::all_of(bw->data(), bw->data() + bw->area(), [](Colour c) { return c == kBlack || c == kWhite; }));
+    EXPECT_EQ(chain.segments().count(), fixedRecords);
+    if (value > 0) {
+      EXPECT_EQ(outcomes.front().value, value) << "the window's side";
+    } else {
+      EXPECT_GT(outcomes.front().value, 0);
+      EXPECT_LT(outcomes.front().value, 255);
+    }
+  }
 }
 
 // A chain that lets go holds only the last picture once the run is through,
