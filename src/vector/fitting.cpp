@@ -1,0 +1,283 @@
+#include "vector/fitting.h"
+
+#include <algorithm>
+#include <cmath>
+#include <span>
+
+#include "vector/circle_fit.h"
+
+namespace quern {
+
+namespace {
+
+// An arc needs this many pixels to have a curvature worth trusting.
+constexpr std::size_t kMinArcPixels = 6;
+constexpr std::size_t kMinCirclePixels = 8;
+// How far the meeting point of a line and an arc may move when it is set
+// where the two fit best together.
+constexpr std::size_t kShiftReach = 16;
+constexpr double kGrowShare = 0.6;
+// A piece between two others has two meeting points to settle; each move
+// lets the other go further.
+constexpr int kRefinePasses = 4;
+
+struct Piece {
+  std::size_t first = 0, last = 0;  // pixel indices of its two ends
+  bool arc = false;
+  Circle circle;
+  double sweep = 0.0;
+};
+
+Piece linePiece(std::size_t first, std::size_t last) {
+  Piece p;
+  p.first = first;
+  p.last = last;
+  return p;
+}
+
+class Fitter {
+ public:
+  Fitter(std::span<const PathPoint> points, double tolerance) : pts_(points), tol_(tolerance) {}
+
+  bool lineFits(std::size_t i, std::size_t j) const { return lineFits(i, j, tol_); }
+  bool lineFits(std::size_t i, std::size_t j, double tol) const {
+    const PathPoint& a = pts_[i];
+    const PathPoint& b = pts_[j];
+    const double dx = b.x - a.x, dy = b.y - a.y, len2 = dx * dx + dy * dy;
+    const double limit2 = tol * tol;
+    for (std::size_t k = i + 1; k < j; ++k) {
+      const double px = pts_[k].x - a.x, py = pts_[k].y - a.y;
+      const double along = len2 > 0.0 ? std::clamp((px * dx + py * dy) / len2, 0.0, 1.0) : 0.0;
+      const double ex = px - along * dx, ey = py - along * dy;
+      if (ex * ex + ey * ey > limit2) return false;
+    }
+    return true;
+  }
+
+  std::optional<Piece> arc(std::size_t i, std::size_t j) const { return arc(i, j, tol_); }
+  std::optional<Piece> arc(std::size_t i, std::size_t j, double tol) const {
+    if (j - i + 1 < kMinArcPixels) return std::nullopt;
+    const std::span<const PathPoint> inner = pts_.subspan(i, j - i + 1);
+    const std::optional<Circle> c = fitCircleThrough(inner, pts_[i], pts_[j]);
+    if (!c) return std::nullopt;
+    const double sweep = sweepThrough(*c, pts_[i], pts_[(i + j) / 2], pts_[j]);
+    if (arcDeviation(inner, *c, pts_[i], sweep, tol) > tol) return std::nullopt;
+    return Piece{i, j, true, *c, sweep};
+  }
+
+  // The farthest end j from i for which fits(i, j) holds: doubling steps,
+  // then halving between the last that fitted and the first that did not.
+  template <typename Fits>
+  std::size_t farthest(std::size_t i, std::size_t first, Fits fits) const {
+    const std::size_t end = pts_.size() - 1;
+    if (first > end || !fits(i, first)) return i;
+    std::size_t good = first, step = 1;
+    std::size_t bad = end + 1;
+    while (good < end) {
+      const std::size_t next = std::min(end, good + step);
+      if (!fits(i, next)) {
+        bad = next;
+        break;
+      }
+      good = next;
+      step *= 2;
+    }
+    while (bad - good > 1) {
+      const std::size_t mid = good + (bad - good) / 2;
+      (fits(i, mid) ? good : bad) = mid;
+    }
+    return good;
+  }
+
+  std::vector<Piece> pieces() const {
+    std::vector<Piece> out;
+    const std::size_t end = pts_.size() - 1;
+    // Grown with the full tolerance, a line runs far into the bend of a
+    // fillet and leaves too little of it for an arc; grown with part of it,
+    // pieces stop nearer the bends, and merging with the full tolerance
+    // joins what the tighter limit cut needlessly.
+    const double grow = tol_ * kGrowShare;
+    for (std::size_t i = 0; i < end;) {
+      const std::size_t lineEnd =
+          farthest(i, i + 1, [this, grow](std::size_t a, std::size_t b) { return lineFits(a, b, grow); });
+      const std::size_t arcEnd = farthest(
+          i, i + kMinArcPixels - 1, [this, grow](std::size_t a, std::size_t b) { return arc(a, b, grow).has_value(); });
+      // A very flat arc fits wherever a line does: take the arc only where
+      // the line falls clearly short of it.
+      const std::size_t margin = std::max<std::size_t>(2, (lineEnd - i) / 8);
+      if (arcEnd > lineEnd + margin) {
+        out.push_back(*arc(i, arcEnd, grow));
+        i = arcEnd;
+      } else {
+        out.push_back(linePiece(i, lineEnd));
+        i = lineEnd;
+      }
+    }
+    merge(out);
+    refine(out);
+    return out;
+  }
+
+  // Two neighbours as one line, or else as one arc, when that fits.
+  std::optional<Piece> joined(const Piece& a, const Piece& b) const {
+    if (lineFits(a.first, b.last)) return linePiece(a.first, b.last);
+    return arc(a.first, b.last);
+  }
+
+ private:
+  std::optional<Piece> refit(bool asArc, std::size_t i, std::size_t j) const {
+    if (asArc) return arc(i, j);
+    if (lineFits(i, j)) return linePiece(i, j);
+    return std::nullopt;
+  }
+
+  double squaredResidual(const Piece& p) const {
+    double sum = 0.0;
+    const PathPoint& a = pts_[p.first];
+    const PathPoint& b = pts_[p.last];
+    const double dx = b.x - a.x, dy = b.y - a.y, len2 = dx * dx + dy * dy;
+    for (std::size_t k = p.first; k <= p.last; ++k) {
+      if (p.arc) {
+        const double e = std::hypot(pts_[k].x - p.circle.cx, pts_[k].y - p.circle.cy) - p.circle.radius;
+        sum += e * e;
+      } else if (len2 > 0.0) {
+        const double e = (pts_[k].x - a.x) * dy - (pts_[k].y - a.y) * dx;
+        sum += e * e / len2;
+      }
+    }
+    return sum;
+  }
+
+  // Growing greedily, a line runs on into the start of the arc after it and
+  // an arc into the line after it. Each meeting point next to an arc moves
+  // to where the two pieces together stray least from the pixels.
+  void refine(std::vector<Piece>& out) const {
+    for (int pass = 0; pass < kRefinePasses; ++pass) {
+      for (std::size_t k = 0; k + 1 < out.size(); ++k) {
+        const Piece& a = out[k];
+        const Piece& b = out[k + 1];
+        if (!a.arc && !b.arc) continue;
+        const std::size_t lo =
+            std::max(a.first + (a.arc ? kMinArcPixels - 1 : 1), a.last - std::min(a.last, kShiftReach));
+        const std::size_t room = b.arc ? kMinArcPixels - 1 : 1;
+        const std::size_t hi = std::min(b.last >= room ? b.last - room : 0, a.last + kShiftReach);
+        double best = squaredResidual(a) + squaredResidual(b);
+        std::optional<std::pair<Piece, Piece>> pick;
+        for (std::size_t m = lo; m <= hi; ++m) {
+          if (m == a.last) continue;
+          const std::optional<Piece> na = refit(a.arc, a.first, m);
+          if (!na) continue;
+          const std::optional<Piece> nb = refit(b.arc, m, b.last);
+          if (!nb) continue;
+          const double sum = squaredResidual(*na) + squaredResidual(*nb);
+          if (sum < best) best = sum, pick = {*na, *nb};
+        }
+        if (pick) {
+          out[k] = pick->first;
+          out[k + 1] = pick->second;
+        }
+      }
+    }
+  }
+
+  // Neighbours that fit as one line or one arc become one piece.
+  void merge(std::vector<Piece>& out) const {
+    bool changed = true;
+    while (changed && out.size() > 1) {
+      changed = false;
+      for (std::size_t k = 0; k + 1 < out.size(); ++k) {
+        const std::optional<Piece> one = joined(out[k], out[k + 1]);
+        if (!one) continue;
+        out[k] = *one;
+        out.erase(out.begin() + static_cast<std::ptrdiff_t>(k) + 1);
+        changed = true;
+      }
+    }
+  }
+
+  std::span<const PathPoint> pts_;
+  double tol_;
+};
+
+DrawingEntity entityOf(const Piece& p, std::span<const PathPoint> pts) {
+  const PathPoint& a = pts[p.first];
+  const PathPoint& b = pts[p.last];
+  DrawingEntity e = lineEntity(a.x, a.y, b.x, b.y);
+  if (p.arc) {
+    e.kind = DrawingEntity::Kind::Arc;
+    e.cx = p.circle.cx;
+    e.cy = p.circle.cy;
+    e.radius = p.circle.radius;
+    e.sweep = p.sweep;
+  }
+  return e;
+}
+
+}  // namespace
+
+FittedChain fitChain(const PixelChain& chain, double tolerance) {
+  FittedChain out;
+  std::vector<PathPoint> pts = chain.points;
+  if (pts.size() < 2) return out;
+  if (!chain.closed) {
+    for (const Piece& p : Fitter(pts, tolerance).pieces()) out.pieces.push_back(entityOf(p, pts));
+    return out;
+  }
+  out.closed = true;
+  if (pts.size() >= kMinCirclePixels) {
+    if (const std::optional<Circle> c = fitCircle(pts)) {
+      double worst = 0.0;
+      for (const PathPoint& p : pts)
+        worst = std::max(worst, std::abs(std::hypot(p.x - c->cx, p.y - c->cy) - c->radius));
+      if (worst <= tolerance) {
+        out.pieces.push_back(circleEntity(c->cx, c->cy, c->radius));
+        return out;
+      }
+    }
+  }
+  // Round once from the first pixel, then again from the middle of the
+  // longest piece, where no two pieces meet; last, the pieces on either side
+  // of that seam become one where they fit as one.
+  pts.push_back(pts.front());
+  std::vector<Piece> pieces = Fitter(pts, tolerance).pieces();
+  if (pieces.size() > 1) {
+    const auto longest = std::max_element(pieces.begin(), pieces.end(), [](const Piece& l, const Piece& r) {
+      return l.last - l.first < r.last - r.first;
+    });
+    pts.pop_back();
+    std::rotate(pts.begin(), pts.begin() + static_cast<std::ptrdiff_t>((longest->first + longest->last) / 2),
+                pts.end());
+    pts.push_back(pts.front());
+    pieces = Fitter(pts, tolerance).pieces();
+  }
+  if (pieces.size() > 2) {
+    const std::size_t n = pts.size() - 1, seam = pieces.back().first;
+    pts.pop_back();
+    std::rotate(pts.begin(), pts.begin() + static_cast<std::ptrdiff_t>(seam), pts.end());
+    pts.push_back(pts.front());
+    std::rotate(pieces.begin(), pieces.end() - 1, pieces.end());
+    for (std::size_t k = 0; k < pieces.size(); ++k) {
+      pieces[k].first = k == 0 ? 0 : pieces[k].first + n - seam;
+      pieces[k].last += n - seam;
+    }
+    if (const std::optional<Piece> one = Fitter(pts, tolerance).joined(pieces[0], pieces[1])) {
+      pieces[1] = *one;
+      pieces.erase(pieces.begin());
+    }
+  }
+  for (const Piece& p : pieces) out.pieces.push_back(entityOf(p, pts));
+  return out;
+}
+
+std::vector<FittedChain> fitDrawing(const RecordTable& LineTable, double tolerance) {
+  std::vector<FittedChain> out;
+  JoinLimits limits;
+  limits.tolerance = tolerance;
+  for (const PixelChain& chain : joinThroughJunctions(chainsOf(LineTable), limits)) {
+    FittedChain fitted = fitChain(chain, tolerance);
+    if (!fitted.pieces.empty()) out.push_back(std::move(fitted));
+  }
+  return out;
+}
+
+}  // namespace quern

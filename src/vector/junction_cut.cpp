@@ -1,0 +1,99 @@
+#include "vector/junction_cut.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace quern {
+
+PixelIndex indexPixels(const std::vector<PixelChain>& chains) {
+  std::size_t total = 0;
+  for (const PixelChain& c : chains) total += c.points.size();
+  PixelIndex where;
+  where.reserve(total);
+  for (std::uint32_t c = 0; c < chains.size(); ++c) {
+    for (std::uint32_t k = 0; k < chains[c].points.size(); ++k) {
+      const PathPoint& p = chains[c].points[k];
+      where.try_emplace(cellKey(static_cast<std::int64_t>(p.x), static_cast<std::int64_t>(p.y)), c, k);
+    }
+  }
+  return where;
+}
+
+bool nearPixel(const PixelIndex& where, double x, double y, int reach) {
+  const auto px = static_cast<std::int64_t>(std::lround(x)), py = static_cast<std::int64_t>(std::lround(y));
+  for (int dy = -reach; dy <= reach; ++dy) {
+    for (int dx = -reach; dx <= reach; ++dx) {
+      if (where.contains(cellKey(px + dx, py + dy))) return true;
+    }
+  }
+  return false;
+}
+
+Pieces cutAtJunctions(std::vector<PixelChain> chains, const PixelIndex& where) {
+  std::vector<std::vector<std::uint32_t>> cuts(chains.size());
+  std::vector<std::array<bool, 2>> endsMeet(chains.size(), {false, false});
+  std::vector<bool> meets;
+  for (std::uint32_t c = 0; c < chains.size(); ++c) {
+    const std::vector<PathPoint>& pts = chains[c].points;
+    const std::size_t n = pts.size();
+    const bool closed = chains[c].closed;
+    meets.assign(n, false);
+    for (std::uint32_t k = 0; k < n; ++k) {
+      if (!closed && (k > 0 && k + 1 < n) && (k < 2 || k + 2 >= n)) continue;
+      for (int dy = -1; dy <= 1 && !meets[k]; ++dy) {
+        for (int dx = -1; dx <= 1 && !meets[k]; ++dx) {
+          const auto found =
+              where.find(cellKey(static_cast<std::int64_t>(pts[k].x) + dx, static_cast<std::int64_t>(pts[k].y) + dy));
+          if (found == where.end()) continue;
+          const auto [oc, ok] = found->second;
+          std::size_t apart = ok > k ? ok - k : k - ok;
+          if (closed && oc == c) apart = std::min(apart, n - apart);
+          meets[k] = oc != c || apart > 2;
+        }
+      }
+    }
+    if (!closed && n > 0) {
+      endsMeet[c] = {meets[0], meets[n - 1]};
+      meets[0] = meets[n - 1] = false;
+    }
+    for (std::uint32_t k = 0; k < n; ++k) {
+      if (!meets[k] || (k > 0 && meets[k - 1])) continue;
+      std::uint32_t last = k;
+      while (last + 1 < n && meets[last + 1]) ++last;
+      cuts[c].push_back(k);
+      if (last != k) cuts[c].push_back(last);
+    }
+  }
+  Pieces pieces;
+  for (std::uint32_t c = 0; c < chains.size(); ++c) {
+    std::vector<std::uint32_t>& at = cuts[c];
+    std::vector<PathPoint>& pts = chains[c].points;
+    if (at.empty()) {
+      pieces.chains.push_back(std::move(chains[c]));
+      pieces.atJunction.push_back(endsMeet[c]);
+      continue;
+    }
+    std::sort(at.begin(), at.end());
+    at.erase(std::unique(at.begin(), at.end()), at.end());
+    if (chains[c].closed) {
+      // The ring opens at its first cut and runs back round to it.
+      std::rotate(pts.begin(), pts.begin() + at.front(), pts.end());
+      const std::uint32_t shift = at.front();
+      for (std::uint32_t& k : at) k -= shift;
+      pts.push_back(pts.front());
+    } else {
+      at.insert(at.begin(), 0);
+    }
+    at.push_back(static_cast<std::uint32_t>(pts.size() - 1));
+    const bool closed = chains[c].closed;
+    for (std::size_t s = 0; s + 1 < at.size(); ++s) {
+      if (at[s + 1] == at[s]) continue;
+      pieces.chains.push_back({{pts.begin() + at[s], pts.begin() + at[s + 1] + 1}, false});
+      const bool first = s == 0, last = s + 2 == at.size();
+      pieces.atJunction.push_back({closed || !first || endsMeet[c][0], closed || !last || endsMeet[c][1]});
+    }
+  }
+  return pieces;
+}
+
+}  // namespace quern
