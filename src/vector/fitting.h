@@ -3,16 +3,11 @@
 #include <vector>
 
 #include "base/drawing_entities.h"
+#include "base/drawing_units.h"
 #include "base/line_tables.h"
 #include "vector/junction_join.h"
 
 namespace quern {
-
-// How far, in pixels of the thinned picture, a fitted line or arc may stray
-// from the traced centre line. The centre line of a stroke scanned at 300
-// dpi wanders about half a pixel round its true course; this leaves room
-// for that and for the pixel staircase of slanting lines.
-inline constexpr double kDefaultFitTolerance = 1.5;
 
 // The chain as straight lines and circular arcs, end to end, none farther
 // than `tolerance` from any of its pixels, each arc's ends on pixels of the
