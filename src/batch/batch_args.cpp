@@ -10,7 +10,8 @@ namespace quern {
 const char* const kBatchUsage =
     "usage: quernline-batch [--scale F] [--blur N] [--threshold T] [--tolerance K] [--reorder]\n"
     "                       [--no-original] [--preview FILE.png] [--dpi N --units mm|in] [--polyline]\n"
-    "                       [--min-branch N] [--min-chain N] [--svg FILE.svg] [--large [--max-megapixels N]]\n"
+    "                       [--min-branch N] [--min-chain N] [--svg FILE.svg] [--fit [--fit-tolerance X]]\n"
+    "                       [--large [--max-megapixels N]]\n"
     "                       [--quiet] [PICTURE] DRAWING.dxf\n"
     "       quernline-batch [options] --out-dir DIR [--preview-dir DIR] [-j N] PICTURE...\n"
     "       quernline-batch --version\n"
@@ -29,6 +30,10 @@ const char* const kBatchUsage =
     "  --min-branch N  remove spurs shorter than N pixels, 0 to 99999 (default 0: keep all)\n"
     "  --min-chain N   remove lines shorter than N pixels that touch nothing, 0 to 99999 (default 0)\n"
     "  --svg FILE      also write the drawing as an SVG picture in the same unit\n"
+    "  --fit           write each line as straight lines, arcs and circles (LINE, ARC, CIRCLE; with\n"
+    "                  --polyline, arcs as bulges), joined through crossings, instead of short segments\n"
+    "  --fit-tolerance X  with --fit, how far the fit may stray from the traced centre line, in pixels\n"
+    "                  of the thinned picture, 0.1 to 100 (default 1.5, for 300 dpi scans)\n"
     "  --large         lift the stages' size limits (1500 and 1501 pixels, the 5600-pixel grid, the\n"
     "                  100000-record tables) for pictures of up to --max-megapixels\n"
     "  --max-megapixels N  with --large, the largest picture taken, original or rescaled, in\n"
@@ -93,6 +98,13 @@ BatchParse parseBatchArgs(const std::vector<std::string>& argv) {
       args.noOriginal = true;
     } else if (a == "--polyline") {
       args.polyline = true;
+    } else if (a == "--fit") {
+      args.fit = true;
+    } else if (a == "--fit-tolerance") {
+      const auto v = value();
+      const std::optional<double> f = v ? readNumber(*v) : std::nullopt;
+      if (!f || !(*f >= 0.1 && *f <= 100.0)) return fail("--fit-tolerance needs a number of pixels from 0.1 to 100");
+      args.fitTolerance = *f;
     } else if (a == "--svg") {
       const auto v = value();
       if (!v || v->empty()) return fail("--svg needs a file name");
@@ -147,6 +159,7 @@ BatchParse parseBatchArgs(const std::vector<std::string>& argv) {
                 " needs --dpi N, the scan's resolution, to know how long a pixel is");
   }
   if (!paper && args.dpi) return fail("--dpi needs --units mm or --units in: a drawing in pixels has no use for it");
+  if (!args.fit && args.fitTolerance != kDefaultFitTolerance) return fail("--fit-tolerance goes with --fit");
   if (args.outDir) {
     if (args.preview || args.svg)
       return fail("with --out-dir, use --preview-dir for previews; --preview and --svg name one file");
@@ -166,7 +179,7 @@ BatchParse parseBatchArgs(const std::vector<std::string>& argv) {
 
 DrawingOptions drawingOptionsOf(const BatchArgs& args) {
   const double dpi = args.dpi.value_or(0);
-  return {args.units, unitsPerPixel(args.units, dpi, args.scale / 100.0), args.polyline};
+  return {args.units, unitsPerPixel(args.units, dpi, args.scale / 100.0), args.polyline, args.fit, args.fitTolerance};
 }
 
 }  // namespace quern

@@ -17,6 +17,7 @@
 #include "pipeline/preview.h"
 #include "pipeline/stage_chain.h"
 #include "svg/svg_writer.h"
+#include "vector/fitting.h"
 
 namespace quern {
 
@@ -166,8 +167,14 @@ BatchResult convertPicture(const BatchArgs& args, const std::optional<std::strin
   if (!outcomes.back().done()) return finish(describe(args, outcomes.back()));
   try {
     const DrawingOptions options = drawingOptionsOf(args);
-    writeDxfDrawing(withDxfExtension(drawing), chain.session.ChainTable, options);
-    if (args.svg) writeSvgFile(*args.svg, chain.session.ChainTable, options);
+    if (options.fit) {
+      const std::vector<FittedChain> fitted = fitDrawing(chain.session.LineTable, options.fitTolerance);
+      writeDxfDrawing(withDxfExtension(drawing), fitted, options);
+      if (args.svg) writeSvgFile(*args.svg, fitted, options);
+    } else {
+      writeDxfDrawing(withDxfExtension(drawing), chain.session.ChainTable, options);
+      if (args.svg) writeSvgFile(*args.svg, chain.session.ChainTable, options);
+    }
     if (preview) {
       const float factor = toFloat32(static_cast<double>(result.width) / chain.thinned.picwidth());
       writePreview(chain, result.width, result.height, factor, params.keepOriginal, *preview);
