@@ -48,7 +48,7 @@ std::optional<Circle> fitCircle(std::span<const PathPoint> points) {
     // Normal equations of the distances' residuals in (cx, cy, r).
     double a[3][3] = {}, g[3] = {};
     for (const PathPoint& p : points) {
-      const double dx = p.x - c.cx, dy = p.y - c.cy, dist = std::hypot(dx, dy);
+      const double dx = p.x - c.cx, dy = p.y - c.cy, dist = length(dx, dy);
       if (dist == 0.0) continue;
       const double j[3] = {-dx / dist, -dy / dist, -1.0};
       const double res = dist - c.radius;
@@ -82,7 +82,7 @@ std::optional<Circle> fitCircle(std::span<const PathPoint> points) {
 }
 
 std::optional<Circle> fitCircleThrough(std::span<const PathPoint> points, const PathPoint& a, const PathPoint& b) {
-  const double chord = std::hypot(b.x - a.x, b.y - a.y);
+  const double chord = length(b.x - a.x, b.y - a.y);
   if (chord < 1e-9 || points.size() < 3) return std::nullopt;
   const double mx = (a.x + b.x) / 2.0, my = (a.y + b.y) / 2.0;
   const double nx = -(b.y - a.y) / chord, ny = (b.x - a.x) / chord;
@@ -97,7 +97,7 @@ std::optional<Circle> fitCircleThrough(std::span<const PathPoint> points, const 
     const double cx = mx + t * nx, cy = my + t * ny, r = std::sqrt(half2 + t * t);
     double jj = 0.0, jr = 0.0;
     for (const PathPoint& p : points) {
-      const double dx = p.x - cx, dy = p.y - cy, dist = std::hypot(dx, dy);
+      const double dx = p.x - cx, dy = p.y - cy, dist = length(dx, dy);
       if (dist == 0.0) continue;
       const double j = -(nx * dx + ny * dy) / dist - t / r;
       jj += j * j;
@@ -127,7 +127,7 @@ double arcDeviation(std::span<const PathPoint> points, const Circle& c, const Pa
   const double slack = tolerance / c.radius;
   double worst = 0.0;
   for (const PathPoint& p : points) {
-    const double dist = std::hypot(p.x - c.cx, p.y - c.cy);
+    const double dist = length(p.x - c.cx, p.y - c.cy);
     worst = std::max(worst, std::abs(dist - c.radius));
     const double turned = sweep >= 0.0 ? around(angleOf(c, p) - start) : around(start - angleOf(c, p));
     if (turned > span + slack && turned < kTwoPi - slack) return std::numeric_limits<double>::infinity();

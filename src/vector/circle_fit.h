@@ -1,11 +1,18 @@
 #pragma once
 
+#include <cmath>
 #include <optional>
 #include <span>
 
 #include "base/drawing_paths.h"
 
 namespace quern {
+
+// The length of (dx, dy). std::hypot guards against overflow at a cost
+// several times a square root's, which pixel coordinates never need.
+inline double length(double dx, double dy) {
+  return std::sqrt(dx * dx + dy * dy);
+}
 
 struct Circle {
   double cx = 0.0, cy = 0.0, radius = 0.0;

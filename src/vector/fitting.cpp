@@ -100,11 +100,13 @@ class Fitter {
     for (std::size_t i = 0; i < end;) {
       const std::size_t lineEnd =
           farthest(i, i + 1, [this, grow](std::size_t a, std::size_t b) { return lineFits(a, b, grow); });
-      const std::size_t arcEnd = farthest(
-          i, i + kMinArcPixels - 1, [this, grow](std::size_t a, std::size_t b) { return arc(a, b, grow).has_value(); });
-      // A very flat arc fits wherever a line does: take the arc only where
-      // the line falls clearly short of it.
+      // A very flat arc fits wherever a line does: an arc is only worth
+      // trying from where the line falls clearly short of it, and the end
+      // of a straight run is reached with no arc tried at all.
       const std::size_t margin = std::max<std::size_t>(2, (lineEnd - i) / 8);
+      const std::size_t arcFrom = std::max(i + kMinArcPixels - 1, lineEnd + margin + 1);
+      const std::size_t arcEnd =
+          farthest(i, arcFrom, [this, grow](std::size_t a, std::size_t b) { return arc(a, b, grow).has_value(); });
       if (arcEnd > lineEnd + margin) {
         out.push_back(*arc(i, arcEnd, grow));
         i = arcEnd;
@@ -138,7 +140,7 @@ class Fitter {
     const double dx = b.x - a.x, dy = b.y - a.y, len2 = dx * dx + dy * dy;
     for (std::size_t k = p.first; k <= p.last; ++k) {
       if (p.arc) {
-        const double e = std::hypot(pts_[k].x - p.circle.cx, pts_[k].y - p.circle.cy) - p.circle.radius;
+        const double e = length(pts_[k].x - p.circle.cx, pts_[k].y - p.circle.cy) - p.circle.radius;
         sum += e * e;
       } else if (len2 > 0.0) {
         const double e = (pts_[k].x - a.x) * dy - (pts_[k].y - a.y) * dx;
@@ -152,7 +154,9 @@ class Fitter {
   // an arc into the line after it. Each meeting point next to an arc moves
   // to where the two pieces together stray least from the pixels.
   void refine(std::vector<Piece>& out) const {
-    for (int pass = 0; pass < kRefinePasses; ++pass) {
+    bool moved = true;
+    for (int pass = 0; pass < kRefinePasses && moved; ++pass) {
+      moved = false;
       for (std::size_t k = 0; k + 1 < out.size(); ++k) {
         const Piece& a = out[k];
         const Piece& b = out[k + 1];
@@ -182,6 +186,10 @@ class Fitter {
 
   // Neighbours that fit as one line or one arc become one piece.
   void merge(std::vector<Piece>& out) const {
+    // An arc grown with part of the tolerance may be a line with all of it.
+    for (Piece& p : out) {
+      if (p.arc && lineFits(p.first, p.last)) p = linePiece(p.first, p.last);
+    }
     bool changed = true;
     while (changed && out.size() > 1) {
       changed = false;
@@ -227,8 +235,7 @@ FittedChain fitChain(const PixelChain& chain, double tolerance) {
   if (pts.size() >= kMinCirclePixels) {
     if (const std::optional<Circle> c = fitCircle(pts)) {
       double worst = 0.0;
-      for (const PathPoint& p : pts)
-        worst = std::max(worst, std::abs(std::hypot(p.x - c->cx, p.y - c->cy) - c->radius));
+      for (const PathPoint& p : pts) worst = std::max(worst, std::abs(length(p.x - c->cx, p.y - c->cy) - c->radius));
       if (worst <= tolerance) {
         out.pieces.push_back(circleEntity(c->cx, c->cy, c->radius));
         return out;

@@ -107,7 +107,7 @@ bool continuesAsOne(const std::vector<PixelChain>& pieces, const std::vector<End
   const std::vector<PathPoint> pts = acrossJunction(pieces, ends, a, b);
   const PathPoint& p = pts.front();
   const PathPoint& q = pts.back();
-  const double dx = q.x - p.x, dy = q.y - p.y, len = std::hypot(dx, dy);
+  const double dx = q.x - p.x, dy = q.y - p.y, len = length(dx, dy);
   if (len > 0.0) {
     double worst = 0.0;
     for (const PathPoint& r : pts) worst = std::max(worst, std::abs((r.x - p.x) * dy - (r.y - p.y) * dx) / len);
@@ -116,7 +116,7 @@ bool continuesAsOne(const std::vector<PixelChain>& pieces, const std::vector<End
   const std::optional<Circle> c = fitCircle(pts);
   if (!c) return false;
   for (const PathPoint& r : pts) {
-    if (std::abs(std::hypot(r.x - c->cx, r.y - c->cy) - c->radius) > tolerance) return false;
+    if (std::abs(length(r.x - c->cx, r.y - c->cy) - c->radius) > tolerance) return false;
   }
   return true;
 }
@@ -188,7 +188,7 @@ std::vector<PixelChain> joinThroughJunctions(std::vector<PixelChain> chains, con
           if (b <= a || b == (a ^ 1U)) continue;
           const End& eb = ends[b];
           const double vx = eb.x - ea.x, vy = eb.y - ea.y;
-          const double gap = std::hypot(vx, vy);
+          const double gap = length(vx, vy);
           const double turn = -(ea.dx * eb.dx + ea.dy * eb.dy);  // cosine between running on and coming in
           if (gap > limits.maxGap || turn < cosLimit) continue;
           if (vx * ea.dx + vy * ea.dy < -limits.maxOffset) continue;
@@ -224,7 +224,7 @@ std::vector<PixelChain> joinThroughJunctions(std::vector<PixelChain> chains, con
         const auto cellEnds = grid.find(cellKey(cellOf(e.x) + gx, cellOf(e.y) + gy));
         if (cellEnds == grid.end()) continue;
         for (const std::uint32_t o : cellEnds->second) {
-          if ((o >> 1U) != (self >> 1U) && partner[o] != kNone && std::hypot(ends[o].x - e.x, ends[o].y - e.y) <= 2.5)
+          if ((o >> 1U) != (self >> 1U) && partner[o] != kNone && length(ends[o].x - e.x, ends[o].y - e.y) <= 2.5)
             return true;
         }
       }

@@ -59,9 +59,9 @@ class Sheet {
 // The chains in LineTable as today's stages leave them for a picture: no
 // blur, thinning, chain assembly and spur pruning. The one place that says
 // how the stages are put together for these tests.
-inline RecordTable tracedChains(const Picture& picture, Int32 minBranch = 8) {
+inline RecordTable tracedChains(const Picture& picture, Int32 minBranch = 8, const RasterLimits& limits = {}) {
   QuietHost host;
-  RasterContext context;
+  RasterContext context(limits);
   StageChain chain(context, host);
   chain.original.setPicture(picture);
   StageParams params;
