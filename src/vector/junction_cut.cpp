@@ -5,15 +5,43 @@
 
 namespace quern {
 
+PixelIndex::PixelIndex(std::size_t pixels) {
+  // At most half full, so that probes stay short.
+  std::size_t size = 16;
+  shift_ = 60;
+  while (size < 2 * pixels) size *= 2, --shift_;
+  keys_.assign(size, kEmpty);
+  places_.resize(size);
+}
+
+void PixelIndex::insert(std::int64_t x, std::int64_t y, Place place) {
+  const std::uint64_t key = cellKey(x, y);
+  for (std::size_t s = slot(key);; s = (s + 1) & (keys_.size() - 1)) {
+    if (keys_[s] == key) return;
+    if (keys_[s] == kEmpty) {
+      keys_[s] = key;
+      places_[s] = place;
+      return;
+    }
+  }
+}
+
+const PixelIndex::Place* PixelIndex::find(std::int64_t x, std::int64_t y) const {
+  const std::uint64_t key = cellKey(x, y);
+  for (std::size_t s = slot(key);; s = (s + 1) & (keys_.size() - 1)) {
+    if (keys_[s] == key) return &places_[s];
+    if (keys_[s] == kEmpty) return nullptr;
+  }
+}
+
 PixelIndex indexPixels(const std::vector<PixelChain>& chains) {
   std::size_t total = 0;
   for (const PixelChain& c : chains) total += c.points.size();
-  PixelIndex where;
-  where.reserve(total);
+  PixelIndex where(total);
   for (std::uint32_t c = 0; c < chains.size(); ++c) {
     for (std::uint32_t k = 0; k < chains[c].points.size(); ++k) {
       const PathPoint& p = chains[c].points[k];
-      where.try_emplace(cellKey(static_cast<std::int64_t>(p.x), static_cast<std::int64_t>(p.y)), c, k);
+      where.insert(static_cast<std::int64_t>(p.x), static_cast<std::int64_t>(p.y), {c, k});
     }
   }
   return where;
@@ -23,7 +51,7 @@ bool nearPixel(const PixelIndex& where, double x, double y, int reach) {
   const auto px = static_cast<std::int64_t>(std::lround(x)), py = static_cast<std::int64_t>(std::lround(y));
   for (int dy = -reach; dy <= reach; ++dy) {
     for (int dx = -reach; dx <= reach; ++dx) {
-      if (where.contains(cellKey(px + dx, py + dy))) return true;
+      if (where.contains(px + dx, py + dy)) return true;
     }
   }
   return false;
@@ -42,10 +70,10 @@ Pieces cutAtJunctions(std::vector<PixelChain> chains, const PixelIndex& where) {
       if (!closed && (k > 0 && k + 1 < n) && (k < 2 || k + 2 >= n)) continue;
       for (int dy = -1; dy <= 1 && !meets[k]; ++dy) {
         for (int dx = -1; dx <= 1 && !meets[k]; ++dx) {
-          const auto found =
-              where.find(cellKey(static_cast<std::int64_t>(pts[k].x) + dx, static_cast<std::int64_t>(pts[k].y) + dy));
-          if (found == where.end()) continue;
-          const auto [oc, ok] = found->second;
+          const PixelIndex::Place* found =
+              where.find(static_cast<std::int64_t>(pts[k].x) + dx, static_cast<std::int64_t>(pts[k].y) + dy);
+          if (!found) continue;
+          const auto [oc, ok] = *found;
           std::size_t apart = ok > k ? ok - k : k - ok;
           if (closed && oc == c) apart = std::min(apart, n - apart);
           meets[k] = oc != c || apart > 2;

@@ -4,7 +4,6 @@
 
 #include <array>
 #include <cstdint>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -18,7 +17,25 @@ inline std::uint64_t cellKey(std::int64_t x, std::int64_t y) {
 }
 
 // Every pixel of the chains by its place: the chain and the index in it.
-using PixelIndex = std::unordered_map<std::uint64_t, std::pair<std::uint32_t, std::uint32_t>>;
+// Open addressing in two flat arrays: the lookups, nine for each pixel,
+// are most of what cutting at junctions costs.
+class PixelIndex {
+ public:
+  using Place = std::pair<std::uint32_t, std::uint32_t>;
+
+  explicit PixelIndex(std::size_t pixels);
+  // The first place given for a pixel stays.
+  void insert(std::int64_t x, std::int64_t y, Place place);
+  const Place* find(std::int64_t x, std::int64_t y) const;
+  bool contains(std::int64_t x, std::int64_t y) const { return find(x, y) != nullptr; }
+
+ private:
+  static constexpr std::uint64_t kEmpty = UINT64_MAX;  // (-1, -1), never a pixel
+  std::size_t slot(std::uint64_t key) const { return (key * 0x9E3779B97F4A7C15ULL) >> shift_; }
+  std::vector<std::uint64_t> keys_;
+  std::vector<Place> places_;
+  unsigned shift_ = 64;
+};
 
 PixelIndex indexPixels(const std::vector<PixelChain>& chains);
 
