@@ -245,15 +245,22 @@ void FitDrawing(benchmark::State& state) {
     centreError = std::max(centreError, off);
     radiusError = std::max(radiusError, std::abs(best->radius - c.r) / c.r);
   }
+  // A line is whole when one fitted LINE lies along it (both ends within
+  // three pixels of it) and covers nine tenths of it; the ends themselves
+  // may sit anywhere along a fillet that continues the line.
   int wholeLines = 0;
   for (const TrueLine& l : p.lines) {
-    const double near = kThick + 3;
-    wholeLines += std::any_of(all.begin(), all.end(), [&](const DrawingEntity& e) {
-      if (e.kind != DrawingEntity::Kind::Line) return false;
-      const bool same = std::hypot(e.x1 - l.x1, e.y1 - l.y1) < near && std::hypot(e.x2 - l.x2, e.y2 - l.y2) < near;
-      const bool turned = std::hypot(e.x1 - l.x2, e.y1 - l.y2) < near && std::hypot(e.x2 - l.x1, e.y2 - l.y1) < near;
-      return same || turned;
-    });
+    const double dx = l.x2 - l.x1, dy = l.y2 - l.y1, len = std::hypot(dx, dy);
+    auto along = [&](double x, double y) { return ((x - l.x1) * dx + (y - l.y1) * dy) / len; };
+    auto aside = [&](double x, double y) { return std::abs((x - l.x1) * dy - (y - l.y1) * dx) / len; };
+    int covering = 0;
+    for (const DrawingEntity& e : all) {
+      if (e.kind != DrawingEntity::Kind::Line || aside(e.x1, e.y1) > 3 || aside(e.x2, e.y2) > 3) continue;
+      const double a = along(e.x1, e.y1), b = along(e.x2, e.y2);
+      const double overlap = std::min(std::max(a, b), len) - std::max(std::min(a, b), 0.0);
+      if (overlap > 0.9 * len) ++covering;
+    }
+    wholeLines += covering == 1;
   }
   state.counters["circles"] = static_cast<double>(p.circles.size());
   state.counters["circles_found"] = circlesFound;

@@ -20,6 +20,10 @@ constexpr double kGrowShare = 0.6;
 // A piece between two others has two meeting points to settle; each move
 // lets the other go further.
 constexpr int kRefinePasses = 4;
+// The quick test of an arc: this many pixels, none farther off the circle
+// through three of them than this many tolerances.
+constexpr std::size_t kRoughSamples = 16;
+constexpr double kRoughShare = 4.0;
 
 struct Piece {
   std::size_t first = 0, last = 0;  // pixel indices of its two ends
@@ -58,11 +62,32 @@ class Fitter {
   std::optional<Piece> arc(std::size_t i, std::size_t j, double tol) const {
     if (j - i + 1 < kMinArcPixels) return std::nullopt;
     const std::span<const PathPoint> inner = pts_.subspan(i, j - i + 1);
+    if (!roughlyOnCircle(inner, tol)) return std::nullopt;
     const std::optional<Circle> c = fitCircleThrough(inner, pts_[i], pts_[j]);
     if (!c) return std::nullopt;
     const double sweep = sweepThrough(*c, pts_[i], pts_[(i + j) / 2], pts_[j]);
     if (arcDeviation(inner, *c, pts_[i], sweep, tol) > tol) return std::nullopt;
     return Piece{i, j, true, *c, sweep};
+  }
+
+  // Most tries of an arc fail, and fail by far: a few pixels set against
+  // the circle through the two ends and the middle pixel tell so before
+  // any refining.
+  static bool roughlyOnCircle(std::span<const PathPoint> pts, double tol) {
+    const PathPoint& a = pts.front();
+    const PathPoint& m = pts[pts.size() / 2];
+    const PathPoint& b = pts.back();
+    const double d = 2.0 * (a.x * (m.y - b.y) + m.x * (b.y - a.y) + b.x * (a.y - m.y));
+    if (d == 0.0) return true;  // in a line: let the fit decide
+    const double a2 = a.x * a.x + a.y * a.y, m2 = m.x * m.x + m.y * m.y, b2 = b.x * b.x + b.y * b.y;
+    const double cx = (a2 * (m.y - b.y) + m2 * (b.y - a.y) + b2 * (a.y - m.y)) / d;
+    const double cy = (a2 * (b.x - m.x) + m2 * (a.x - b.x) + b2 * (m.x - a.x)) / d;
+    const double r = length(a.x - cx, a.y - cy);
+    const std::size_t step = std::max<std::size_t>(1, pts.size() / kRoughSamples);
+    for (std::size_t k = 0; k < pts.size(); k += step) {
+      if (std::abs(length(pts[k].x - cx, pts[k].y - cy) - r) > kRoughShare * tol) return false;
+    }
+    return true;
   }
 
   // The farthest end j from i for which fits(i, j) holds: doubling steps,
@@ -190,16 +215,15 @@ class Fitter {
     for (Piece& p : out) {
       if (p.arc && lineFits(p.first, p.last)) p = linePiece(p.first, p.last);
     }
-    bool changed = true;
-    while (changed && out.size() > 1) {
-      changed = false;
-      for (std::size_t k = 0; k + 1 < out.size(); ++k) {
-        const std::optional<Piece> one = joined(out[k], out[k + 1]);
-        if (!one) continue;
-        out[k] = *one;
-        out.erase(out.begin() + static_cast<std::ptrdiff_t>(k) + 1);
-        changed = true;
+    // One pass: a piece takes in its next neighbours while they fit.
+    for (std::size_t k = 0; k + 1 < out.size();) {
+      const std::optional<Piece> one = joined(out[k], out[k + 1]);
+      if (!one) {
+        ++k;
+        continue;
       }
+      out[k] = *one;
+      out.erase(out.begin() + static_cast<std::ptrdiff_t>(k) + 1);
     }
   }
 
