@@ -75,7 +75,7 @@ std::optional<Circle> fitCircle(std::span<const PathPoint> points) {
     c.cx -= delta[0];
     c.cy -= delta[1];
     c.radius -= delta[2];
-    if (std::abs(delta[0]) + std::abs(delta[1]) + std::abs(delta[2]) < 1e-9) break;
+    if (std::abs(delta[0]) + std::abs(delta[1]) + std::abs(delta[2]) < 1e-5) break;
   }
   if (!(c.radius > 0.0 && c.radius < kLargestRadius)) return std::nullopt;
   return c;

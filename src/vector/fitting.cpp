@@ -16,6 +16,7 @@ constexpr std::size_t kMinCirclePixels = 8;
 // How far the meeting point of a line and an arc may move when it is set
 // where the two fit best together.
 constexpr std::size_t kShiftReach = 16;
+constexpr std::size_t kShiftStep = 4;
 constexpr double kGrowShare = 0.6;
 // A piece between two others has two meeting points to settle; each move
 // lets the other go further.
@@ -30,6 +31,7 @@ struct Piece {
   bool arc = false;
   Circle circle;
   double sweep = 0.0;
+  double residual = -1.0;  // squared distances, when known
 };
 
 Piece linePiece(std::size_t first, std::size_t last) {
@@ -44,7 +46,8 @@ class Fitter {
   Fitter(std::span<const PathPoint> points, double tolerance) : pts_(points), tol_(tolerance) {}
 
   bool lineFits(std::size_t i, std::size_t j) const { return lineFits(i, j, tol_); }
-  bool lineFits(std::size_t i, std::size_t j, double tol) const {
+  // With `sum`, also the sum of the squared distances, for refining.
+  bool lineFits(std::size_t i, std::size_t j, double tol, double* sum = nullptr) const {
     const PathPoint& a = pts_[i];
     const PathPoint& b = pts_[j];
     const double dx = b.x - a.x, dy = b.y - a.y, len2 = dx * dx + dy * dy;
@@ -53,7 +56,9 @@ class Fitter {
       const double px = pts_[k].x - a.x, py = pts_[k].y - a.y;
       const double along = len2 > 0.0 ? std::clamp((px * dx + py * dy) / len2, 0.0, 1.0) : 0.0;
       const double ex = px - along * dx, ey = py - along * dy;
-      if (ex * ex + ey * ey > limit2) return false;
+      const double e2 = ex * ex + ey * ey;
+      if (e2 > limit2) return false;
+      if (sum) *sum += e2;
     }
     return true;
   }
@@ -154,11 +159,15 @@ class Fitter {
  private:
   std::optional<Piece> refit(bool asArc, std::size_t i, std::size_t j) const {
     if (asArc) return arc(i, j);
-    if (lineFits(i, j)) return linePiece(i, j);
-    return std::nullopt;
+    double sum = 0.0;
+    if (!lineFits(i, j, tol_, &sum)) return std::nullopt;
+    Piece p = linePiece(i, j);
+    p.residual = sum;
+    return p;
   }
 
   double squaredResidual(const Piece& p) const {
+    if (p.residual >= 0.0) return p.residual;
     double sum = 0.0;
     const PathPoint& a = pts_[p.first];
     const PathPoint& b = pts_[p.last];
@@ -192,15 +201,20 @@ class Fitter {
         const std::size_t hi = std::min(b.last >= room ? b.last - room : 0, a.last + kShiftReach);
         double best = squaredResidual(a) + squaredResidual(b);
         std::optional<std::pair<Piece, Piece>> pick;
-        for (std::size_t m = lo; m <= hi; ++m) {
-          if (m == a.last) continue;
+        std::size_t at = a.last;
+        auto tryAt = [&](std::size_t m) {
+          if (m < lo || m > hi || m == a.last) return;
           const std::optional<Piece> na = refit(a.arc, a.first, m);
-          if (!na) continue;
+          if (!na) return;
           const std::optional<Piece> nb = refit(b.arc, m, b.last);
-          if (!nb) continue;
+          if (!nb) return;
           const double sum = squaredResidual(*na) + squaredResidual(*nb);
-          if (sum < best) best = sum, pick = {*na, *nb};
-        }
+          if (sum < best) best = sum, pick = {*na, *nb}, at = m;
+        };
+        // Every few pixels first, then every pixel round the best of those.
+        for (std::size_t m = lo; m <= hi; m += kShiftStep) tryAt(m);
+        const std::size_t coarse = at;
+        for (std::size_t m = coarse - std::min(coarse, kShiftStep - 1); m < coarse + kShiftStep; ++m) tryAt(m);
         if (pick) {
           out[k] = pick->first;
           out[k + 1] = pick->second;

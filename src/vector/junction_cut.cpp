@@ -5,7 +5,12 @@
 
 namespace quern {
 
-PixelIndex::PixelIndex(std::size_t pixels) {
+PixelIndex::PixelIndex(std::size_t pixels, std::int64_t minX, std::int64_t minY, std::int64_t maxX, std::int64_t maxY)
+    : minX_(minX),
+      minY_(minY),
+      width_(std::max<std::int64_t>(0, maxX - minX + 1)),
+      height_(std::max<std::int64_t>(0, maxY - minY + 1)) {
+  bits_.assign(static_cast<std::size_t>((width_ * height_ + 63) / 64), 0);
   // At most half full, so that probes stay short.
   std::size_t size = 16;
   shift_ = 60;
@@ -21,6 +26,8 @@ void PixelIndex::insert(std::int64_t x, std::int64_t y, Place place) {
     if (keys_[s] == kEmpty) {
       keys_[s] = key;
       places_[s] = place;
+      const auto bit = static_cast<std::size_t>((y - minY_) * width_ + (x - minX_));
+      bits_[bit / 64] |= std::uint64_t{1} << (bit % 64);
       return;
     }
   }
@@ -34,10 +41,35 @@ const PixelIndex::Place* PixelIndex::find(std::int64_t x, std::int64_t y) const 
   }
 }
 
+bool PixelIndex::set(std::int64_t x, std::int64_t y) const {
+  if (x < minX_ || y < minY_ || x >= minX_ + width_ || y >= minY_ + height_) return false;
+  const auto bit = static_cast<std::size_t>((y - minY_) * width_ + (x - minX_));
+  return (bits_[bit / 64] >> (bit % 64)) & 1U;
+}
+
+bool PixelIndex::contains(std::int64_t x, std::int64_t y) const {
+  return set(x, y);
+}
+
+int PixelIndex::neighbours(std::int64_t x, std::int64_t y) const {
+  int n = 0;
+  for (int dy = -1; dy <= 1; ++dy) {
+    for (int dx = -1; dx <= 1; ++dx) n += (dx != 0 || dy != 0) && set(x + dx, y + dy);
+  }
+  return n;
+}
+
 PixelIndex indexPixels(const std::vector<PixelChain>& chains) {
   std::size_t total = 0;
-  for (const PixelChain& c : chains) total += c.points.size();
-  PixelIndex where(total);
+  std::int64_t minX = 0, minY = 0, maxX = -1, maxY = -1;
+  for (const PixelChain& c : chains) {
+    for (const PathPoint& p : c.points) {
+      const auto x = static_cast<std::int64_t>(p.x), y = static_cast<std::int64_t>(p.y);
+      if (total++ == 0) minX = maxX = x, minY = maxY = y;
+      minX = std::min(minX, x), maxX = std::max(maxX, x), minY = std::min(minY, y), maxY = std::max(maxY, y);
+    }
+  }
+  PixelIndex where(total, minX, minY, maxX, maxY);
   for (std::uint32_t c = 0; c < chains.size(); ++c) {
     for (std::uint32_t k = 0; k < chains[c].points.size(); ++k) {
       const PathPoint& p = chains[c].points[k];
@@ -68,6 +100,11 @@ Pieces cutAtJunctions(std::vector<PixelChain> chains, const PixelIndex& where) {
     meets.assign(n, false);
     for (std::uint32_t k = 0; k < n; ++k) {
       if (!closed && (k > 0 && k + 1 < n) && (k < 2 || k + 2 >= n)) continue;
+      // A pixel touched only by the one or two next to it along its chain
+      // meets nothing else.
+      const bool end = !closed && (k == 0 || k + 1 == n);
+      if (where.neighbours(static_cast<std::int64_t>(pts[k].x), static_cast<std::int64_t>(pts[k].y)) <= (end ? 1 : 2))
+        continue;
       for (int dy = -1; dy <= 1 && !meets[k]; ++dy) {
         for (int dx = -1; dx <= 1 && !meets[k]; ++dx) {
           const PixelIndex::Place* found =

@@ -23,11 +23,15 @@ class PixelIndex {
  public:
   using Place = std::pair<std::uint32_t, std::uint32_t>;
 
-  explicit PixelIndex(std::size_t pixels);
+  // For `pixels` pixels, all within the box from (minX, minY) to (maxX, maxY).
+  PixelIndex(std::size_t pixels, std::int64_t minX, std::int64_t minY, std::int64_t maxX, std::int64_t maxY);
   // The first place given for a pixel stays.
   void insert(std::int64_t x, std::int64_t y, Place place);
   const Place* find(std::int64_t x, std::int64_t y) const;
-  bool contains(std::int64_t x, std::int64_t y) const { return find(x, y) != nullptr; }
+  bool contains(std::int64_t x, std::int64_t y) const;
+  // How many of the eight pixels round (x, y) are pixels of the chains: a
+  // bit each in a map of the box, far cheaper than eight lookups.
+  int neighbours(std::int64_t x, std::int64_t y) const;
 
  private:
   static constexpr std::uint64_t kEmpty = UINT64_MAX;  // (-1, -1), never a pixel
@@ -35,6 +39,9 @@ class PixelIndex {
   std::vector<std::uint64_t> keys_;
   std::vector<Place> places_;
   unsigned shift_ = 64;
+  bool set(std::int64_t x, std::int64_t y) const;
+  std::int64_t minX_, minY_, width_, height_;
+  std::vector<std::uint64_t> bits_;
 };
 
 PixelIndex indexPixels(const std::vector<PixelChain>& chains);
