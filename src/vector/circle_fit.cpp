@@ -121,28 +121,25 @@ double sweepThrough(const Circle& c, const PathPoint& a, const PathPoint& via, c
   return toVia <= toEnd ? toEnd : toEnd - kTwoPi;
 }
 
-double arcDeviation(std::span<const PathPoint> points, const Circle& c, const PathPoint& a, double sweep,
-                    double tolerance) {
-  // A point near the circle lies on the arc when it lies on the same side
-  // of the chord as the arc's middle, give or take the tolerance. This
-  // spares an arc tangent for every point.
+double arcDeviation(std::span<const PathPoint> points, const Circle& c, const PathPoint& a, double sweep) {
+  // The chord cuts the circle into the arc and the rest, one each side: a
+  // point whose foot on the circle lies on the side of the arc's middle is
+  // as far from the arc as from the circle, any other as far as from the
+  // nearer end. This spares an arc tangent for every point.
   const double start = angleOf(c, a);
   const double endAngle = start + sweep, middle = start + sweep / 2.0;
   const double ax = c.cx + c.radius * std::cos(start), ay = c.cy + c.radius * std::sin(start);
   const double bx = c.cx + c.radius * std::cos(endAngle), by = c.cy + c.radius * std::sin(endAngle);
   const double mx = c.cx + c.radius * std::cos(middle), my = c.cy + c.radius * std::sin(middle);
   double nx = -(by - ay), ny = bx - ax;
-  const double chord = length(nx, ny);
-  if (chord > 0.0) {
-    nx /= chord, ny /= chord;
-    if ((mx - ax) * nx + (my - ay) * ny < 0.0) nx = -nx, ny = -ny;
-  }
+  if ((mx - ax) * nx + (my - ay) * ny < 0.0) nx = -nx, ny = -ny;
   double worst = 0.0;
   for (const PathPoint& p : points) {
-    const double dist = length(p.x - c.cx, p.y - c.cy);
-    worst = std::max(worst, std::abs(dist - c.radius));
-    // The chord cuts the circle into the arc and the rest, one each side.
-    if (chord > 0.0 && (p.x - ax) * nx + (p.y - ay) * ny < -tolerance) return std::numeric_limits<double>::infinity();
+    const double dx = p.x - c.cx, dy = p.y - c.cy, dist = length(dx, dy);
+    const double fx = dist > 0.0 ? c.cx + c.radius * dx / dist : mx, fy = dist > 0.0 ? c.cy + c.radius * dy / dist : my;
+    const bool onArc = (fx - ax) * nx + (fy - ay) * ny >= 0.0;
+    worst = std::max(
+        worst, onArc ? std::abs(dist - c.radius) : std::min(length(p.x - ax, p.y - ay), length(p.x - bx, p.y - by)));
   }
   return worst;
 }

@@ -35,10 +35,8 @@ std::optional<Circle> fitCircleThrough(std::span<const PathPoint> points, const 
 // +x towards +y), in (-2 pi, 2 pi).
 double sweepThrough(const Circle& c, const PathPoint& a, const PathPoint& via, const PathPoint& b);
 
-// The largest distance of a point from the circle, or infinity when a point
-// lies outside the arc that starts at a and turns by sweep (with an angular
-// slack of the tolerance).
-double arcDeviation(std::span<const PathPoint> points, const Circle& c, const PathPoint& a, double sweep,
-                    double tolerance);
+// The largest distance of a point from the arc of c that starts at a (on
+// the circle) and turns by sweep.
+double arcDeviation(std::span<const PathPoint> points, const Circle& c, const PathPoint& a, double sweep);
 
 }  // namespace quern

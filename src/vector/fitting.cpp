@@ -71,7 +71,7 @@ class Fitter {
     const std::optional<Circle> c = fitCircleThrough(inner, pts_[i], pts_[j]);
     if (!c) return std::nullopt;
     const double sweep = sweepThrough(*c, pts_[i], pts_[(i + j) / 2], pts_[j]);
-    if (arcDeviation(inner, *c, pts_[i], sweep, tol) > tol) return std::nullopt;
+    if (arcDeviation(inner, *c, pts_[i], sweep) > tol) return std::nullopt;
     return Piece{i, j, true, *c, sweep};
   }
 

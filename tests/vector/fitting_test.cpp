@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 #include <numbers>
+#include <random>
 #include <string>
 
 #include "traced_sheet.h"
@@ -199,6 +200,85 @@ TEST(FitDrawing, CircleCrossedByALineStaysACircle) {
     ASSERT_EQ(entitiesOf(fitted, Kind::Circle).size(), 1U);
     EXPECT_EQ(entitiesOf(fitted, Kind::Line).size(), 1U);
     expectCloseToTrace(fitted, chains);
+  }
+}
+
+// Lines that meet nothing, or meet only at a corner, are not joined: a gap
+// between two free ends is a gap in the drawing.
+TEST(FitDrawing, GapsAndCornersAreNotJoined) {
+  struct Case {
+    const char* name;
+    std::vector<std::array<double, 4>> lines;
+    std::size_t expectedLines;
+  };
+  const Case cases[] = {
+      {"dashes in a row", {{20, 80, 70, 80}, {78, 80, 140, 80}}, 2},
+      {"a corner", {{20, 20, 120, 20}, {120, 20, 120, 140}}, 2},
+      {"close parallels", {{20, 60, 140, 60}, {20, 66, 140, 66}}, 2},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    Sheet sheet(160, 160);
+    for (const auto& l : c.lines) sheet.line(l[0], l[1], l[2], l[3], 3);
+    const RecordTable chains = tracedChains(sheet.picture());
+    const std::vector<FittedChain> fitted = fitDrawing(chains, kDefaultFitTolerance);
+    EXPECT_EQ(entitiesOf(fitted, Kind::Line).size(), c.expectedLines);
+    EXPECT_EQ(entityCount(fitted), c.expectedLines);
+  }
+}
+
+double entityDistance(const DrawingEntity& e, double x, double y) {
+  if (e.kind == Kind::Line) {
+    return segmentDistance(x, y, {static_cast<float>(e.x1), static_cast<float>(e.y1)},
+                           {static_cast<float>(e.x2), static_cast<float>(e.y2)});
+  }
+  const double radial = std::abs(std::hypot(x - e.cx, y - e.cy) - e.radius);
+  if (e.kind == Kind::Circle) return radial;
+  double turned = std::atan2(y - e.cy, x - e.cx) - e.startAngle();
+  if (e.sweep < 0) turned = -turned;
+  turned = std::fmod(turned + 4 * std::numbers::pi, 2 * std::numbers::pi);
+  if (turned <= std::abs(e.sweep)) return radial;
+  return std::min(std::hypot(x - e.x1, y - e.y1), std::hypot(x - e.x2, y - e.y2));
+}
+
+// Random wandering pixel chains, open and closed: the pieces meet end to
+// end (and close where the chain does), and every pixel lies within the
+// tolerance of a piece, whatever the tolerance.
+TEST(FitChain, RandomCurvesAreFittedEndToEndWithinTheTolerance) {
+  std::mt19937 rng(20261124);
+  std::uniform_real_distribution<double> turn(-0.25, 0.25);
+  for (int trial = 0; trial < 300; ++trial) {
+    SCOPED_TRACE(trial);
+    PixelChain chain;
+    double x = 200, y = 200, heading = turn(rng) * 20;
+    const int steps = 3 + static_cast<int>(rng() % 400);
+    const double bend = trial % 3 == 0 ? 0.0 : turn(rng) * 0.2;  // straight, or curling
+    for (int k = 0; k < steps; ++k) {
+      chain.points.push_back({static_cast<float>(std::lround(x)), static_cast<float>(std::lround(y))});
+      heading += bend + (trial % 2 == 0 ? turn(rng) * 0.3 : 0.0);
+      x += std::cos(heading);
+      y += std::sin(heading);
+    }
+    chain.points.erase(std::unique(chain.points.begin(), chain.points.end()), chain.points.end());
+    chain.closed = trial % 4 == 1 && chain.points.size() >= 8;
+    const double tolerance = trial % 5 == 0 ? 0.75 : kDefaultFitTolerance;
+    const FittedChain fitted = fitChain(chain, tolerance);
+    ASSERT_FALSE(fitted.pieces.empty());
+    EXPECT_EQ(fitted.closed, chain.closed);
+    const std::vector<DrawingEntity>& run = fitted.pieces;
+    for (std::size_t k = 0; k + 1 < run.size(); ++k) {
+      EXPECT_EQ(run[k].x2, run[k + 1].x1);
+      EXPECT_EQ(run[k].y2, run[k + 1].y1);
+    }
+    if (chain.closed && run[0].kind != Kind::Circle) {
+      EXPECT_EQ(run.back().x2, run.front().x1);
+      EXPECT_EQ(run.back().y2, run.front().y1);
+    }
+    for (const PathPoint& p : chain.points) {
+      double nearest = std::numeric_limits<double>::infinity();
+      for (const DrawingEntity& e : run) nearest = std::min(nearest, entityDistance(e, p.x, p.y));
+      EXPECT_LE(nearest, tolerance + 1e-6) << p.x << "," << p.y;
+    }
   }
 }
 
