@@ -300,9 +300,12 @@ FittedChain fitChain(const PixelChain& chain, double tolerance) {
     pts.pop_back();
     std::rotate(pts.begin(), pts.begin() + static_cast<std::ptrdiff_t>(seam), pts.end());
     pts.push_back(pts.front());
+    // The last piece, from the seam to the closing pixel, now comes first.
     std::rotate(pieces.begin(), pieces.end() - 1, pieces.end());
-    for (std::size_t k = 0; k < pieces.size(); ++k) {
-      pieces[k].first = k == 0 ? 0 : pieces[k].first + n - seam;
+    pieces[0].first = 0;
+    pieces[0].last = n - seam;
+    for (std::size_t k = 1; k < pieces.size(); ++k) {
+      pieces[k].first += n - seam;
       pieces[k].last += n - seam;
     }
     if (const std::optional<Piece> one = Fitter(pts, tolerance).joined(pieces[0], pieces[1])) {

@@ -260,7 +260,7 @@ TEST(FitChain, RandomCurvesAreFittedEndToEndWithinTheTolerance) {
       y += std::sin(heading);
     }
     chain.points.erase(std::unique(chain.points.begin(), chain.points.end()), chain.points.end());
-    chain.closed = trial % 4 == 1 && chain.points.size() >= 8;
+    chain.closed = trial % 4 <= 1 && chain.points.size() >= 8;
     const double tolerance = trial % 5 == 0 ? 0.75 : kDefaultFitTolerance;
     const FittedChain fitted = fitChain(chain, tolerance);
     ASSERT_FALSE(fitted.pieces.empty());
@@ -273,6 +273,14 @@ TEST(FitChain, RandomCurvesAreFittedEndToEndWithinTheTolerance) {
     if (chain.closed && run[0].kind != Kind::Circle) {
       EXPECT_EQ(run.back().x2, run.front().x1);
       EXPECT_EQ(run.back().y2, run.front().y1);
+    }
+    // Lines and arcs start and end on pixels of the chain.
+    for (const DrawingEntity& e : run) {
+      if (e.kind == Kind::Circle) continue;
+      for (const auto& [x, y] : {std::pair{e.x1, e.y1}, std::pair{e.x2, e.y2}}) {
+        const PathPoint end{static_cast<float>(x), static_cast<float>(y)};
+        EXPECT_NE(std::find(chain.points.begin(), chain.points.end(), end), chain.points.end()) << x << "," << y;
+      }
     }
     for (const PathPoint& p : chain.points) {
       double nearest = std::numeric_limits<double>::infinity();
