@@ -18,9 +18,6 @@ constexpr std::size_t kMinCirclePixels = 8;
 constexpr std::size_t kShiftReach = 16;
 constexpr std::size_t kShiftStep = 4;
 constexpr double kGrowShare = 0.6;
-// A piece between two others has two meeting points to settle; each move
-// lets the other go further.
-constexpr int kRefinePasses = 4;
 // The quick test of an arc: this many pixels, none farther off the circle
 // through three of them than this many tolerances.
 constexpr std::size_t kRoughSamples = 16;
@@ -39,6 +36,23 @@ Piece linePiece(std::size_t first, std::size_t last) {
   p.first = first;
   p.last = last;
   return p;
+}
+
+// Most tries of a circle fail, and fail by far: a few points set against the
+// circle through three of them tell so before any refining.
+bool roughlyOnCircle(std::span<const PathPoint> pts, const PathPoint& a, const PathPoint& m, const PathPoint& b,
+                     double tol) {
+  const double d = 2.0 * (a.x * (m.y - b.y) + m.x * (b.y - a.y) + b.x * (a.y - m.y));
+  if (d == 0.0) return true;  // in a line: let the fit decide
+  const double a2 = a.x * a.x + a.y * a.y, m2 = m.x * m.x + m.y * m.y, b2 = b.x * b.x + b.y * b.y;
+  const double cx = (a2 * (m.y - b.y) + m2 * (b.y - a.y) + b2 * (a.y - m.y)) / d;
+  const double cy = (a2 * (b.x - m.x) + m2 * (a.x - b.x) + b2 * (m.x - a.x)) / d;
+  const double r = length(a.x - cx, a.y - cy);
+  const std::size_t step = std::max<std::size_t>(1, pts.size() / kRoughSamples);
+  for (std::size_t k = 0; k < pts.size(); k += step) {
+    if (std::abs(length(pts[k].x - cx, pts[k].y - cy) - r) > kRoughShare * tol) return false;
+  }
+  return true;
 }
 
 class Fitter {
@@ -67,32 +81,12 @@ class Fitter {
   std::optional<Piece> arc(std::size_t i, std::size_t j, double tol) const {
     if (j - i + 1 < kMinArcPixels) return std::nullopt;
     const std::span<const PathPoint> inner = pts_.subspan(i, j - i + 1);
-    if (!roughlyOnCircle(inner, tol)) return std::nullopt;
+    if (!roughlyOnCircle(inner, inner.front(), inner[inner.size() / 2], inner.back(), tol)) return std::nullopt;
     const std::optional<Circle> c = fitCircleThrough(inner, pts_[i], pts_[j]);
     if (!c) return std::nullopt;
     const double sweep = sweepThrough(*c, pts_[i], pts_[(i + j) / 2], pts_[j]);
     if (arcDeviation(inner, *c, pts_[i], sweep) > tol) return std::nullopt;
     return Piece{i, j, true, *c, sweep};
-  }
-
-  // Most tries of an arc fail, and fail by far: a few pixels set against
-  // the circle through the two ends and the middle pixel tell so before
-  // any refining.
-  static bool roughlyOnCircle(std::span<const PathPoint> pts, double tol) {
-    const PathPoint& a = pts.front();
-    const PathPoint& m = pts[pts.size() / 2];
-    const PathPoint& b = pts.back();
-    const double d = 2.0 * (a.x * (m.y - b.y) + m.x * (b.y - a.y) + b.x * (a.y - m.y));
-    if (d == 0.0) return true;  // in a line: let the fit decide
-    const double a2 = a.x * a.x + a.y * a.y, m2 = m.x * m.x + m.y * m.y, b2 = b.x * b.x + b.y * b.y;
-    const double cx = (a2 * (m.y - b.y) + m2 * (b.y - a.y) + b2 * (a.y - m.y)) / d;
-    const double cy = (a2 * (b.x - m.x) + m2 * (a.x - b.x) + b2 * (m.x - a.x)) / d;
-    const double r = length(a.x - cx, a.y - cy);
-    const std::size_t step = std::max<std::size_t>(1, pts.size() / kRoughSamples);
-    for (std::size_t k = 0; k < pts.size(); k += step) {
-      if (std::abs(length(pts[k].x - cx, pts[k].y - cy) - r) > kRoughShare * tol) return false;
-    }
-    return true;
   }
 
   // The farthest end j from i for which fits(i, j) holds: doubling steps,
@@ -188,37 +182,33 @@ class Fitter {
   // an arc into the line after it. Each meeting point next to an arc moves
   // to where the two pieces together stray least from the pixels.
   void refine(std::vector<Piece>& out) const {
-    bool moved = true;
-    for (int pass = 0; pass < kRefinePasses && moved; ++pass) {
-      moved = false;
-      for (std::size_t k = 0; k + 1 < out.size(); ++k) {
-        const Piece& a = out[k];
-        const Piece& b = out[k + 1];
-        if (!a.arc && !b.arc) continue;
-        const std::size_t lo =
-            std::max(a.first + (a.arc ? kMinArcPixels - 1 : 1), a.last - std::min(a.last, kShiftReach));
-        const std::size_t room = b.arc ? kMinArcPixels - 1 : 1;
-        const std::size_t hi = std::min(b.last >= room ? b.last - room : 0, a.last + kShiftReach);
-        double best = squaredResidual(a) + squaredResidual(b);
-        std::optional<std::pair<Piece, Piece>> pick;
-        std::size_t at = a.last;
-        auto tryAt = [&](std::size_t m) {
-          if (m < lo || m > hi || m == a.last) return;
-          const std::optional<Piece> na = refit(a.arc, a.first, m);
-          if (!na) return;
-          const std::optional<Piece> nb = refit(b.arc, m, b.last);
-          if (!nb) return;
-          const double sum = squaredResidual(*na) + squaredResidual(*nb);
-          if (sum < best) best = sum, pick = {*na, *nb}, at = m;
-        };
-        // Every few pixels first, then every pixel round the best of those.
-        for (std::size_t m = lo; m <= hi; m += kShiftStep) tryAt(m);
-        const std::size_t coarse = at;
-        for (std::size_t m = coarse - std::min(coarse, kShiftStep - 1); m < coarse + kShiftStep; ++m) tryAt(m);
-        if (pick) {
-          out[k] = pick->first;
-          out[k + 1] = pick->second;
-        }
+    for (std::size_t k = 0; k + 1 < out.size(); ++k) {
+      const Piece& a = out[k];
+      const Piece& b = out[k + 1];
+      if (!a.arc && !b.arc) continue;
+      const std::size_t lo =
+          std::max(a.first + (a.arc ? kMinArcPixels - 1 : 1), a.last - std::min(a.last, kShiftReach));
+      const std::size_t room = b.arc ? kMinArcPixels - 1 : 1;
+      const std::size_t hi = std::min(b.last >= room ? b.last - room : 0, a.last + kShiftReach);
+      double best = squaredResidual(a) + squaredResidual(b);
+      std::optional<std::pair<Piece, Piece>> pick;
+      std::size_t at = a.last;
+      auto tryAt = [&](std::size_t m) {
+        if (m < lo || m > hi || m == a.last) return;
+        const std::optional<Piece> na = refit(a.arc, a.first, m);
+        if (!na) return;
+        const std::optional<Piece> nb = refit(b.arc, m, b.last);
+        if (!nb) return;
+        const double sum = squaredResidual(*na) + squaredResidual(*nb);
+        if (sum < best) best = sum, pick = {*na, *nb}, at = m;
+      };
+      // Every few pixels first, then every pixel round the best of those.
+      for (std::size_t m = lo; m <= hi; m += kShiftStep) tryAt(m);
+      const std::size_t coarse = at;
+      for (std::size_t m = coarse - std::min(coarse, kShiftStep - 1); m < coarse + kShiftStep; ++m) tryAt(m);
+      if (pick) {
+        out[k] = pick->first;
+        out[k + 1] = pick->second;
       }
     }
   }
@@ -270,7 +260,8 @@ FittedChain fitChain(const PixelChain& chain, double tolerance) {
     return out;
   }
   out.closed = true;
-  if (pts.size() >= kMinCirclePixels) {
+  const std::size_t third = pts.size() / 3;
+  if (pts.size() >= kMinCirclePixels && roughlyOnCircle(pts, pts[0], pts[third], pts[2 * third], tolerance)) {
     if (const std::optional<Circle> c = fitCircle(pts)) {
       double worst = 0.0;
       for (const PathPoint& p : pts) worst = std::max(worst, std::abs(length(p.x - c->cx, p.y - c->cy) - c->radius));
