@@ -19,11 +19,21 @@ std::optional<DrawingUnit> drawingUnitNamed(std::string_view name);
 // the other two say. Throws QuernError for a dpi or rescale that is not above 0.
 double unitsPerPixel(DrawingUnit unit, double dpi, double rescale);
 
+// How far, in pixels of the thinned picture, a fitted line or arc may stray
+// from the traced centre line. The centre line of a stroke scanned at 300
+// dpi wanders about half a pixel round its true course; this leaves room
+// for that and for the pixel staircase of slanting lines.
+inline constexpr double kDefaultFitTolerance = 1.5;
+
 // How the final segments are written. The defaults give today's drawing.
 struct DrawingOptions {
   DrawingUnit unit = DrawingUnit::Pixel;
   double unitScale = 1.0;  // drawing units per pixel of the thinned picture
   bool polyline = false;   // join touching segments into one path each
+  // Write the chains as fitted lines, arcs and circles instead of the
+  // simplified segments.
+  bool fit = false;
+  double fitTolerance = kDefaultFitTolerance;  // pixels of the thinned picture
 };
 
 }  // namespace quern

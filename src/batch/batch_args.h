@@ -33,6 +33,8 @@ struct BatchArgs {
   Int32 minBranch = 0;  // pixels; 0 keeps every spur
   Int32 minChain = 0;   // pixels; 0 keeps every speck
   std::optional<std::string> svg;
+  bool fit = false;                    // lines, arcs and circles
+  std::optional<double> fitTolerance;  // pixels of the thinned picture; kDefaultFitTolerance
   // Large scans and many files.
   bool large = false;                     // lift the stages' size caps for this run
   Int32 maxMegapixels = 100;              // with --large: the largest picture, original or rescaled

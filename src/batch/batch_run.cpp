@@ -18,6 +18,7 @@
 #include "pipeline/stage_chain.h"
 #include "pipeline/statistics.h"
 #include "svg/svg_writer.h"
+#include "vector/fitting.h"
 
 namespace quern {
 
@@ -168,8 +169,14 @@ BatchResult convertPicture(const BatchArgs& args, const std::optional<std::strin
   if (!outcomes.back().done()) return finish(describe(args, outcomes.back()));
   try {
     const DrawingOptions options = drawingOptionsOf(args);
-    writeDxfDrawing(withDxfExtension(drawing), chain.segments(), options);
-    if (args.svg) writeSvgFile(*args.svg, chain.segments(), options);
+    if (options.fit) {
+      const std::vector<FittedChain> fitted = fitDrawing(chain.session.LineTable, options.fitTolerance);
+      writeDxfDrawing(withDxfExtension(drawing), fitted, options);
+      if (args.svg) writeSvgFile(*args.svg, fitted, options);
+    } else {
+      writeDxfDrawing(withDxfExtension(drawing), chain.segments(), options);
+      if (args.svg) writeSvgFile(*args.svg, chain.segments(), options);
+    }
     if (preview) writePreview(chain, original, params.keepOriginal, *preview);
   } catch (const QuernError& e) {
     return finish(e.what());

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
+#include "base/drawing_entities.h"
 #include "base/drawing_units.h"
 #include "base/line_tables.h"
 #include "dxf/dxf_writer.h"
@@ -21,5 +23,17 @@ DxfDocument dxfDrawing(const RecordTable& ChainTable, const DrawingOptions& opti
 // dxfDrawing written to path as WriteDxfFile writes (replaced whole, or not at
 // all). Throws FileError naming the file and the reason.
 void writeDxfDrawing(const std::string& path, const RecordTable& ChainTable, const DrawingOptions& options);
+
+// The fitted chains in the same frame: each line a LINE, each arc an ARC,
+// each circle a CIRCLE, coordinates and radii multiplied by
+// options.unitScale and y turned. Turning y turns the sense of every arc;
+// an ARC runs counter-clockwise from its start angle to its end angle, so
+// its angles are those of its two ends in the turned drawing, in the order
+// that goes round counter-clockwise. With polyline each chain of lines and
+// arcs is one POLYLINE whose arcs are vertex bulges, closed where the chain
+// is, and a circle stays a CIRCLE.
+DxfDocument dxfDrawing(const std::vector<FittedChain>& fitted, const DrawingOptions& options);
+
+void writeDxfDrawing(const std::string& path, const std::vector<FittedChain>& fitted, const DrawingOptions& options);
 
 }  // namespace quern

@@ -113,21 +113,51 @@ void DxfDocument::DxfAddLine(const std::string& layer, float x1, float y1, float
 }
 
 void DxfDocument::DxfAddPolyline(const std::string& layer, const std::vector<PathPoint>& points, bool closed) {
+  DxfAddPolyline(layer, points, std::vector<float>(points.size(), 0.0F), closed);
+}
+
+void DxfDocument::DxfAddPolyline(const std::string& layer, const std::vector<PathPoint>& points,
+                                 const std::vector<float>& bulges, bool closed) {
   std::string& e = DxfEntities;
   e += "POLYLINE|  8|";
   e += layer;
   e += "| 66|     1| 10|0.0| 20|0.0| 30|0.0| 70|";
   e += closed ? "     1" : "     0";
   e += "|  0|";
-  for (const PathPoint& p : points) {
+  for (std::size_t k = 0; k < points.size(); ++k) {
     e += "VERTEX|  8|";
     e += layer;
-    appendField(e, "| 10|", p.x);
-    appendField(e, "| 20|", p.y);
-    e += "| 30|0.0|  0|";
+    appendField(e, "| 10|", points[k].x);
+    appendField(e, "| 20|", points[k].y);
+    e += "| 30|0.0";
+    if (k < bulges.size() && bulges[k] != 0.0F) appendField(e, "| 42|", bulges[k]);
+    e += "|  0|";
   }
   e += "SEQEND|  8|";
   e += layer;
+  e += "|  0|";
+}
+
+void DxfDocument::DxfAddArc(const std::string& layer, float cx, float cy, float radius, float startAngle,
+                            float endAngle) {
+  std::string& e = DxfEntities;
+  e += "ARC|  8|";
+  e += layer;
+  appendField(e, "| 10|", cx);
+  appendField(e, "| 20|", cy);
+  appendField(e, "| 30|0.0| 40|", radius);
+  appendField(e, "| 50|", startAngle);
+  appendField(e, "| 51|", endAngle);
+  e += "|  0|";
+}
+
+void DxfDocument::DxfAddCircle(const std::string& layer, float cx, float cy, float radius) {
+  std::string& e = DxfEntities;
+  e += "CIRCLE|  8|";
+  e += layer;
+  appendField(e, "| 10|", cx);
+  appendField(e, "| 20|", cy);
+  appendField(e, "| 30|0.0| 40|", radius);
   e += "|  0|";
 }
 

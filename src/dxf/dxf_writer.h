@@ -30,6 +30,14 @@ class DxfDocument {
   void DxfAddLine(const std::string& layer, float x1, float y1, float z1, float x2, float y2, float z2);
   // A 2D POLYLINE with a VERTEX for each point and its SEQEND; flag 1 closes it.
   void DxfAddPolyline(const std::string& layer, const std::vector<PathPoint>& points, bool closed);
+  // The same with a bulge for each vertex (the arc to the next vertex: the
+  // tangent of a quarter of its angle, positive counter-clockwise); a vertex
+  // of bulge 0 runs straight on and carries no group 42.
+  void DxfAddPolyline(const std::string& layer, const std::vector<PathPoint>& points, const std::vector<float>& bulges,
+                      bool closed);
+  // An ARC counter-clockwise from startAngle to endAngle, in degrees.
+  void DxfAddArc(const std::string& layer, float cx, float cy, float radius, float startAngle, float endAngle);
+  void DxfAddCircle(const std::string& layer, float cx, float cy, float radius);
   static std::string DxfHeaderText();
   // The whole file with bars for line ends.
   std::string text() const;

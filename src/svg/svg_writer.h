@@ -1,7 +1,9 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
+#include "base/drawing_entities.h"
 #include "base/drawing_units.h"
 #include "base/line_tables.h"
 
@@ -18,5 +20,14 @@ std::string svgDrawing(const RecordTable& ChainTable, const DrawingOptions& opti
 // svgDrawing written to path, replaced whole or not at all. Throws FileError
 // naming the file and the reason.
 void writeSvgFile(const std::string& path, const RecordTable& ChainTable, const DrawingOptions& options);
+
+// The fitted chains as SVG in the same frame: a <path> for each line (L)
+// or arc (the A command, its sweep flag set for arcs that turn from +x
+// towards +y, as y runs down in both) and a <circle> for each circle; with
+// polyline one <path> for each chain of lines and arcs, closed with Z where
+// the chain is.
+std::string svgDrawing(const std::vector<FittedChain>& fitted, const DrawingOptions& options);
+
+void writeSvgFile(const std::string& path, const std::vector<FittedChain>& fitted, const DrawingOptions& options);
 
 }  // namespace quern

@@ -89,5 +89,34 @@ TEST(BatchArgs, OutputOptionsGiveTheDrawingOptions) {
   EXPECT_NE(std::string(kBatchUsage).find("no unit field"), std::string::npos);
 }
 
+TEST(BatchArgs, FitIsOffByDefaultAndTakesAToleranceInPixels) {
+  struct Case {
+    std::vector<std::string> argv;
+    bool fit;
+    double tolerance;
+  };
+  const Case cases[] = {
+      {{"o.dxf"}, false, kDefaultFitTolerance},
+      {{"--fit", "o.dxf"}, true, kDefaultFitTolerance},
+      {{"--fit", "--fit-tolerance", "0.75", "o.dxf"}, true, 0.75},
+      {{"--fit-tolerance", "3", "--fit", "--polyline", "o.dxf"}, true, 3.0},
+  };
+  for (const Case& c : cases) {
+    const BatchParse p = parseBatchArgs(c.argv);
+    ASSERT_TRUE(p.args) << p.error;
+    const DrawingOptions o = drawingOptionsOf(*p.args);
+    EXPECT_EQ(o.fit, c.fit) << ::testing::PrintToString(c.argv);
+    EXPECT_DOUBLE_EQ(o.fitTolerance, c.tolerance) << ::testing::PrintToString(c.argv);
+  }
+  const std::vector<std::vector<std::string>> bad = {
+      {"--fit", "--fit-tolerance", "0", "o.dxf"},
+      {"--fit", "--fit-tolerance", "101", "o.dxf"},
+      {"--fit", "--fit-tolerance", "wide", "o.dxf"},
+      {"--fit", "--fit-tolerance"},
+      {"--fit-tolerance", "2", "o.dxf"},  // a tolerance for nothing to fit
+  };
+  for (const auto& argv : bad) EXPECT_FALSE(parseBatchArgs(argv).args) << ::testing::PrintToString(argv);
+}
+
 }  // namespace
 }  // namespace quern
