@@ -87,6 +87,13 @@ class Form1 : public Host, public StageReport {
   // --- StageReport: each stage of the chain moves its row's bar ----------
   Progress& progressOf(Stage stage) override;
 
+  // How stage 3 makes black and white: the fixed threshold of its row (as
+  // defined), or a way the window's "Threshold" menu offers for scans. With
+  // another way, stage 3 leaves Text2 saying what it used; going back to the
+  // fixed threshold gives Text2 the value of its scroll bar again.
+  ThresholdMode thresholdMode() const { return thresholdMode_; }
+  void setThresholdMode(ThresholdMode mode);
+
   // --- Start-up and the stage chain -------------------------------------
   void Form_Load();
   void SetStage(Int16 stage);
@@ -162,6 +169,7 @@ class Form1 : public Host, public StageReport {
   bool running_ = false;
   Int16 runningStage_ = 0;
   Int16 stage_ = 0;
+  ThresholdMode thresholdMode_ = ThresholdMode::fixed;
   std::string lastError_;
 };
 

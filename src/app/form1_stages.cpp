@@ -85,10 +85,20 @@ void Form1::Command9_Click() {
   if (Check1.isSet()) Command10_Click();
 }
 
+void Form1::setThresholdMode(ThresholdMode mode) {
+  if (mode == ThresholdMode::fixed && thresholdMode_ != ThresholdMode::fixed) HScroll2_Change();
+  thresholdMode_ = mode;
+}
+
 void Form1::Command10_Click() {
   beginStage(3);
-  const StageOutcome blackWhite = chain.threshold(toInt16(readCount(Text2, "Sharpen")));
+  ThresholdSetting setting;
+  setting.mode = thresholdMode_;
+  if (thresholdMode_ == ThresholdMode::fixed) setting.value = toInt16(readCount(Text2, "Sharpen"));
+  const StageOutcome blackWhite = chain.threshold(setting);
   showChain();
+  if (blackWhite.done() && thresholdMode_ == ThresholdMode::automatic) Text2.Text = std::to_string(blackWhite.value);
+  if (blackWhite.done() && thresholdMode_ == ThresholdMode::local) Text2.Text = "local";
   if (blackWhite.kind == StageOutcome::Kind::refused) MsgBox(kImageTooLarge);
   stopIfFailed(blackWhite);
   ChangeStats();

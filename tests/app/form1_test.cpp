@@ -101,6 +101,26 @@ TEST_F(Form1Test, BlurZeroPassesTheRescaledPictureOnAndStillFillsItsBar) {
   EXPECT_EQ(form.stage(), 3);
 }
 
+// The window's threshold menu: stage 3 says in Text2 what it used, and the
+// fixed threshold comes back with its scroll bar's value.
+TEST_F(Form1Test, ThresholdModesShowWhatStageThreeUsedAndGiveTheRowBack) {
+  ASSERT_TRUE(form.click("Command8"));
+  const Int32 fixedRecords = form.session.ChainTable.count();
+  form.setThresholdMode(ThresholdMode::automatic);
+  ASSERT_TRUE(form.click("Command10"));
+  const std::optional<Int32> chosen = readWhole32(form.Text2.Text);
+  ASSERT_TRUE(chosen) << form.Text2.Text;
+  EXPECT_TRUE(*chosen > 0 && *chosen < 255) << *chosen;
+  form.setThresholdMode(ThresholdMode::local);
+  ASSERT_TRUE(form.click("Command10"));
+  EXPECT_EQ(form.Text2.Text, "local");
+  EXPECT_EQ(form.stage(), 11);
+  form.setThresholdMode(ThresholdMode::fixed);
+  EXPECT_EQ(form.Text2.Text, "200");
+  ASSERT_TRUE(form.click("Command10"));
+  EXPECT_EQ(form.session.ChainTable.count(), fixedRecords) << "back to the defined drawing";
+}
+
 TEST_F(Form1Test, ScrollBarsWriteTheirValueBoxes) {
   loadSmall();
   form.Check1.Value = 0;

@@ -14,10 +14,10 @@
 #include <QScrollBar>
 #include <QTimer>
 
-#include "intake/builtin_pictures.h"
 #include "app/layout.h"
 #include "app/qt/picture_box_view.h"
 #include "app/qt/qt_images.h"
+#include "intake/builtin_pictures.h"
 
 namespace quern {
 
@@ -32,9 +32,13 @@ QRect toPixels(const ControlPlace& p) {
                p.height / kTwipsPerPixelOnScreen);
 }
 
-QString text(std::string_view s) { return QString::fromUtf8(s.data(), static_cast<qsizetype>(s.size())); }
+QString text(std::string_view s) {
+  return QString::fromUtf8(s.data(), static_cast<qsizetype>(s.size()));
+}
 
-QColor colourOf(Colour c) { return QColor(redOf(c), greenOf(c), blueOf(c)); }
+QColor colourOf(Colour c) {
+  return QColor(redOf(c), greenOf(c), blueOf(c));
+}
 
 void fillBackground(QWidget* w, QColor colour) {
   QPalette pal = w->palette();
@@ -67,7 +71,9 @@ MainWindow::MainWindow(std::unique_ptr<QtPlatform> platform)
 }
 
 // The views let go of the form's picture boxes before the form goes.
-MainWindow::~MainWindow() { delete takeCentralWidget(); }
+MainWindow::~MainWindow() {
+  delete takeCentralWidget();
+}
 
 QWidget* MainWindow::makeWidget(const ControlPlace& place, QWidget* parent) {
   QWidget* w = nullptr;
@@ -215,6 +221,24 @@ void MainWindow::buildMenus() {
   edit->setObjectName("editmenu");
   addEntry(edit, "Copy", "copymernz");
   addEntry(edit, "Paste", "pastemenzu");
+  // Stage 3's ways for scans, beside the fixed threshold of its row: at most
+  // one is ticked, and none ticked is the row's own threshold.
+  QMenu* threshold = menuBar()->addMenu(tr("Threshold"));
+  threshold->setObjectName("thresholdmenu");
+  QAction* automatic = threshold->addAction(tr("Automatic (from the picture)"));
+  automatic->setObjectName("autothreshold");
+  QAction* local = threshold->addAction(tr("Local (for uneven light)"));
+  local->setObjectName("localthreshold");
+  for (QAction* a : {automatic, local}) a->setCheckable(true);
+  auto choose = [this, automatic, local](QAction* ticked, ThresholdMode mode) {
+    QAction* other = ticked == automatic ? local : automatic;
+    if (ticked->isChecked()) other->setChecked(false);
+    form_->setThresholdMode(ticked->isChecked() ? mode : ThresholdMode::fixed);
+    sync();
+  };
+  connect(automatic, &QAction::toggled, this,
+          [choose, automatic](bool) { choose(automatic, ThresholdMode::automatic); });
+  connect(local, &QAction::toggled, this, [choose, local](bool) { choose(local, ThresholdMode::local); });
   QMenu* help = menuBar()->addMenu(tr("Help"));
   help->setObjectName("helpmeuni");
   addEntry(help, "About Centerline detector", "aboutmernu");
