@@ -1,6 +1,9 @@
 #include "dxf/dxf_drawing.h"
 
+#include "base/cad_paths.h"
 #include "base/numbers.h"
+#include "base/replace_file.h"
+#include "dxf/cad_dxf.h"
 
 namespace quern {
 
@@ -32,8 +35,27 @@ DxfDocument dxfDrawing(const RecordTable& ChainTable, const DrawingOptions& opti
   return doc;
 }
 
+std::string dxfDrawingBytes(const RecordTable& ChainTable, const DrawingOptions& options) {
+  if (options.clean) {
+    const std::vector<DrawingPath> paths = cadPaths(ChainTable, cleanupForLineWidth(options.lineWidth));
+    return cadDxfText(chainsOfPaths(paths), options);
+  }
+  const std::string whole = dxfDrawing(ChainTable, options).text();
+  std::string lines;
+  lines.reserve(whole.size() + whole.size() / 4);
+  for (const char c : whole) {
+    if (c == '|') {
+      lines += "\r\n";
+    } else {
+      lines += c;
+    }
+  }
+  lines += "\r\n";
+  return lines;
+}
+
 void writeDxfDrawing(const std::string& path, const RecordTable& ChainTable, const DrawingOptions& options) {
-  dxfDrawing(ChainTable, options).DxfWriteAll(path);
+  replaceFile(path, dxfDrawingBytes(ChainTable, options));
 }
 
 }  // namespace quern

@@ -18,7 +18,12 @@ namespace quern {
 // field for it.
 DxfDocument dxfDrawing(const RecordTable& ChainTable, const DrawingOptions& options);
 
-// dxfDrawing written to path as WriteDxfFile writes (replaced whole, or not at
+// The bytes of the drawing's file, CR LF lines. Without options.clean it is
+// dxfDrawing's text; with it, the geometry-only drawing of cadDxfText over
+// the table's paths as cadPaths cleans them for the strokes' width.
+std::string dxfDrawingBytes(const RecordTable& ChainTable, const DrawingOptions& options);
+
+// dxfDrawingBytes written to path as WriteDxfFile writes (replaced whole, or not at
 // all). Throws FileError naming the file and the reason.
 void writeDxfDrawing(const std::string& path, const RecordTable& ChainTable, const DrawingOptions& options);
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "base/cad_paths.h"
 #include "base/drawing_paths.h"
 #include "base/number_text.h"
 #include "base/numbers.h"
@@ -39,7 +40,10 @@ struct Extent {
 }  // namespace
 
 std::string svgDrawing(const RecordTable& ChainTable, const DrawingOptions& options) {
-  std::vector<DrawingPath> paths = drawingPaths(ChainTable, options.polyline);
+  // A clean drawing is one path for each line, closed loops as polygons.
+  const bool joined = options.polyline || options.clean;
+  std::vector<DrawingPath> paths = options.clean ? cadPaths(ChainTable, cleanupForLineWidth(options.lineWidth))
+                                                 : drawingPaths(ChainTable, options.polyline);
   Extent extent;
   for (DrawingPath& path : paths) {
     for (PathPoint& p : path.points) {
@@ -76,7 +80,7 @@ std::string svgDrawing(const RecordTable& ChainTable, const DrawingOptions& opti
   appendDecimal(out, pixel);
   out += "\" stroke-linecap=\"round\" stroke-linejoin=\"round\">\n";
   for (const DrawingPath& path : paths) {
-    if (!options.polyline) {
+    if (!joined) {
       const PathPoint& a = path.points.front();
       const PathPoint& b = path.points.back();
       out += "<line x1=\"";
