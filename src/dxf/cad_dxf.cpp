@@ -154,7 +154,7 @@ void writeChain(EntityWriter& out, const FittedChain& chain, bool polyline) {
     points.push_back({static_cast<float>(last.x2), static_cast<float>(last.y2)});
     bulges.push_back(0.0);
   }
-  out.polyline(points, bulges, chain.closed && points.size() > 2);
+  out.polyline(points, bulges, chain.closed);
 }
 
 std::string r12File(const DxfGroups& entities, const DrawingBox& box) {
