@@ -161,7 +161,7 @@ std::string describe(const BatchArgs& args, const StageOutcome& o, const Darknes
     text += " " + std::to_string(percent) + "% of the picture is black at --threshold " +
             std::to_string(args.threshold) + ": this is a grey page, not a large one; a lower --threshold";
     if (const std::optional<Int32> t = lighterThreshold(darkness, args.threshold)) {
-      text += " (" + std::to_string(*t) + " leaves a quarter of it black)";
+      text += " (" + std::to_string(*t) + " leaves at most a quarter of it black)";
     }
     return text + " keeps only the line work.";
   }

@@ -1,5 +1,6 @@
 """Runs quernline-batch on small pictures and reads the drawings back."""
 import os
+import random
 import subprocess
 import sys
 import tempfile
@@ -128,6 +129,22 @@ class LargeScans(unittest.TestCase):
             self.assertEqual(run("--large", *args, os.path.join(GOLDEN, picture), large).returncode, 0)
             with open(plain, "rb") as a, open(large, "rb") as b:
                 self.assertEqual(a.read(), b.read(), picture)
+
+    def test_a_grey_page_refused_at_thinning_points_to_the_threshold(self):
+        # Three quarters of the page darker than the threshold: thinning
+        # lists too many pixels because the page is grey, not because it is large.
+        picture = self.path("grey.bmp")
+        shades = random.Random(1)
+        im = Image.new("L", (600, 600))
+        im.putdata([shades.choice((120, 140, 160, 230)) for _ in range(600 * 600)])
+        im.convert("RGB").save(picture)
+        r = run("--blur", "0", picture, self.path("grey.dxf"))
+        self.assertEqual(r.returncode, 1, r.stderr)
+        self.assertIn("stage 4 (thin) refused", r.stderr)
+        self.assertIn("75% of the picture is black at --threshold 200", r.stderr)
+        self.assertIn("a lower --threshold (119 leaves at most a quarter of it black)", r.stderr)
+        self.assertNotIn("--large", r.stderr)
+        self.assertNotIn("--scale", r.stderr)
 
     def test_a_listing_past_the_tables_is_refused_without_large_and_drawn_with_it(self):
         picture = self.path("comb.gif")
