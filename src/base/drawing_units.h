@@ -24,6 +24,14 @@ double unitsPerPixel(DrawingUnit unit, double dpi, double rescale);
 // dpi wanders about half a pixel round its true course; this leaves room
 // for that and for the pixel staircase of slanting lines.
 inline constexpr double kDefaultFitTolerance = 1.5;
+// The DXF a drawing is written as: R12 (AC1009), which has no unit field,
+// or R2000 (AC1015), which carries its unit and light polylines.
+enum class DxfVersion { R12, R2000 };
+
+// Where the drawing's origin is: the thinned picture's top left with y
+// turned (every y at or below 0), or the lower left corner of the drawing's
+// extents with y up, so every coordinate is at or above 0.
+enum class DrawingOrigin { TopLeft, LowerLeft };
 
 // How the final segments are written. The defaults give today's drawing.
 struct DrawingOptions {
@@ -34,6 +42,12 @@ struct DrawingOptions {
   // simplified segments.
   bool fit = false;
   double fitTolerance = kDefaultFitTolerance;  // pixels of the thinned picture
+  // Geometry only: no template entities, true extents, every layer in the
+  // layer table, no entity without length; loops closed and stubs dropped.
+  bool clean = false;
+  DxfVersion dxfVersion = DxfVersion::R12;
+  DrawingOrigin origin = DrawingOrigin::TopLeft;
+  float lineWidth = 1.0F;  // the strokes' width in thinned pixels: how far loops may stand open
 };
 
 }  // namespace quern

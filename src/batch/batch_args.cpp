@@ -13,6 +13,7 @@ const char* const kBatchUsage =
     "usage: quernline-batch [--scale F] [--blur N] [--threshold T|auto|local] [--tolerance K] [--reorder]\n"
     "                       [--no-original] [--preview FILE.png] [--dpi N --units mm|in] [--polyline]\n"
     "                       [--min-branch N] [--min-chain N] [--svg FILE.svg] [--fit [--fit-tolerance X]]\n"
+    "                       [--clean] [--dxf 12|2000] [--origin top-left|lower-left]\n"
     "                       [--large [--max-megapixels N]] [--page N] [--quiet] [PICTURE] DRAWING.dxf\n"
     "       quernline-batch [options] --out-dir DIR [--preview-dir DIR] [-j N] PICTURE...\n"
     "       quernline-batch --version\n"
@@ -31,15 +32,22 @@ const char* const kBatchUsage =
     "  --dpi N         the scan's resolution in dots per inch, 1 to 100000; needs --units mm or in\n"
     "  --units U       the drawing's unit: px (default, one pixel of the thinned picture), or mm or in\n"
     "                  of the original paper, which needs --dpi. DXF R12 carries no unit field:\n"
-    "                  tell the program that reads the drawing which unit it is in\n"
+    "                  tell the program that reads the drawing which unit it is in, or use --dxf 2000\n"
     "  --polyline      join touching segments into one POLYLINE each (closed where they loop)\n"
     "  --min-branch N  remove spurs shorter than N pixels, 0 to 99999 (default 0: keep all)\n"
     "  --min-chain N   remove lines shorter than N pixels that touch nothing, 0 to 99999 (default 0)\n"
     "  --svg FILE      also write the drawing as an SVG picture in the same unit\n"
     "  --fit           write each line as straight lines, arcs and circles (LINE, ARC, CIRCLE; with\n"
-    "                  --polyline, arcs as bulges), joined through crossings, instead of short segments\n"
+    "                  --polyline, arcs as bulges), joined through crossings, instead of short\n"
+    "                  segments; implies --clean\n"
     "  --fit-tolerance X  with --fit, how far the fit may stray from the traced centre line, in pixels\n"
     "                  of the thinned picture, 0.1 to 100 (default 1.5, for 300 dpi scans)\n"
+    "  --clean         geometry only: no template dimensions, true extents, loops closed, stubs\n"
+    "                  dropped; implied by --units mm|in, --polyline, --fit, --dxf 2000 and\n"
+    "                  --origin lower-left\n"
+    "  --dxf V         12 (default, AC1009) or 2000 (AC1015: carries the unit, LWPOLYLINE)\n"
+    "  --origin O      top-left (default, y turned, y <= 0) or lower-left (the drawing's lower left\n"
+    "                  corner at 0,0, y up: every coordinate positive, as CAM expects)\n"
     "  --large         lift the stages' size limits (1500 and 1501 pixels, the 5600-pixel grid, the\n"
     "                  100000-record tables) for pictures of up to --max-megapixels\n"
     "  --max-megapixels N  with --large, the largest picture taken, original or rescaled, in\n"
@@ -49,6 +57,7 @@ const char* const kBatchUsage =
     "  -j N            with --out-dir, pictures at a time, 1 to 64 (default: one per core)\n"
     "  --page N        of a multi-page TIFF, page N, 1 to 65535 (default 1)\n"
     "  --quiet         no progress bars on the terminal\n"
+    "  DRAWING         the DXF file to write; - writes it to standard output\n"
     "  PICTURE         a .jpg, .jpeg, .bmp, .gif, .png, .tif or .tiff file, in any case\n"
     "                  (default: the built-in picture)\n"
     "Exit status: 0 every drawing written, 1 a picture or a stage failed (nothing written for it),\n"
@@ -145,6 +154,28 @@ std::optional<std::string> setDpi(BatchArgs& args, const std::string&, const std
   return std::nullopt;
 }
 
+std::optional<std::string> setDxfVersion(BatchArgs& args, const std::string&, const std::string& value) {
+  if (value == "12") {
+    args.dxfVersion = DxfVersion::R12;
+  } else if (value == "2000") {
+    args.dxfVersion = DxfVersion::R2000;
+  } else {
+    return "--dxf " + value + " is refused: it takes 12 or 2000";
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> setOrigin(BatchArgs& args, const std::string&, const std::string& value) {
+  if (value == "top-left") {
+    args.origin = DrawingOrigin::TopLeft;
+  } else if (value == "lower-left") {
+    args.origin = DrawingOrigin::LowerLeft;
+  } else {
+    return "--origin " + value + " is refused: it takes top-left or lower-left";
+  }
+  return std::nullopt;
+}
+
 constexpr OptionRow kOptions[] = {
     {"--scale", true, setScale},
     {"--blur", true, setWhole<&BatchArgs::blur, 0, 3>},
@@ -163,6 +194,9 @@ constexpr OptionRow kOptions[] = {
     {"--min-branch", true, setWhole<&BatchArgs::minBranch, 0, kMaxChainPixels>},
     {"--min-chain", true, setWhole<&BatchArgs::minChain, 0, kMaxChainPixels>},
     {"--svg", true, setName<&BatchArgs::svg, false>},
+    {"--clean", false, setFlag<&BatchArgs::clean>},
+    {"--dxf", true, setDxfVersion},
+    {"--origin", true, setOrigin},
     {"--large", false, setFlag<&BatchArgs::large>},
     {"--max-megapixels", true, setWhole<&BatchArgs::maxMegapixels, 1, 1000>},
     {"--page", true, setWhole<&BatchArgs::page, 1, 65535>},
@@ -249,8 +283,17 @@ BatchParse parseBatchArgs(const std::vector<std::string>& argv) {
 
 DrawingOptions drawingOptionsOf(const BatchArgs& args) {
   const double dpi = args.dpi.value_or(0);
-  return {args.units, unitsPerPixel(args.units, dpi, args.scale / 100.0), args.polyline, args.fit,
-          args.fitTolerance.value_or(kDefaultFitTolerance)};
+  DrawingOptions options;
+  options.unit = args.units;
+  options.unitScale = unitsPerPixel(args.units, dpi, args.scale / 100.0);
+  options.polyline = args.polyline;
+  options.fit = args.fit;
+  options.fitTolerance = args.fitTolerance.value_or(kDefaultFitTolerance);
+  options.dxfVersion = args.dxfVersion;
+  options.origin = args.origin;
+  options.clean = args.clean || args.units != DrawingUnit::Pixel || args.polyline || args.fit ||
+                  args.dxfVersion == DxfVersion::R2000 || args.origin == DrawingOrigin::LowerLeft;
+  return options;
 }
 
 }  // namespace quern

@@ -35,6 +35,9 @@ struct BatchArgs {
   std::optional<std::string> svg;
   bool fit = false;                    // lines, arcs and circles
   std::optional<double> fitTolerance;  // pixels of the thinned picture; kDefaultFitTolerance
+  bool clean = false;                  // geometry only; implied by the other CAD options (see drawingOptionsOf)
+  DxfVersion dxfVersion = DxfVersion::R12;
+  DrawingOrigin origin = DrawingOrigin::TopLeft;
   // Large scans and many files.
   bool large = false;                     // lift the stages' size caps for this run
   Int32 maxMegapixels = 100;              // with --large: the largest picture, original or rescaled
@@ -47,7 +50,9 @@ struct BatchArgs {
 };
 
 // How the drawing is to be written: the unit scale counts the rescale
-// (scale hundredths) into the length of a thinned pixel.
+// (scale hundredths) into the length of a thinned pixel. Asking for a unit,
+// polylines, R2000 or the lower left origin asks for a drawing for CAD, so
+// each of them makes it clean as --clean does.
 DrawingOptions drawingOptionsOf(const BatchArgs& args);
 
 // The arguments, or the reason they cannot be taken (with `help` set when

@@ -4,12 +4,14 @@
 #include <chrono>
 #include <cmath>
 #include <filesystem>
+#include <iostream>
 #include <sstream>
 #include <thread>
 
 #include "base/errors.h"
 #include "base/number_text.h"
 #include "batch/progress.h"
+#include "dxf/cad_dxf.h"
 #include "dxf/dxf_drawing.h"
 #include "dxf/dxf_writer.h"
 #include "intake/builtin_pictures.h"
@@ -67,13 +69,20 @@ StageParams paramsOf(const BatchArgs& args) {
   return p;
 }
 
-// The window's last preview: stage 6 draws on a cleared box, over the
-// original when it is kept.
+// The window's last preview, in a box of the picture's own shape (the
+// window's view is 400 pixels on its longer side): stage 6 draws on a
+// cleared box, over the original when it is kept.
 void writePreview(const StageChain& chain, const Picture& original, bool keepOriginal, const std::string& path) {
   const Int32 w = pictureWidth(original);
   const Int32 h = pictureHeight(original);
   PictureBox box(static_cast<float>(kTwipsPerPixel), 0);
-  layOutPreview(box, w, h);
+  const double longer = std::max(w, h);
+  const double side = kPreviewSide / kTwipsPerPixel;
+  box.setWidth(static_cast<float>(std::max(1.0, std::round(side * w / longer)) * kTwipsPerPixel));
+  box.setHeight(static_cast<float>(std::max(1.0, std::round(side * h / longer)) * kTwipsPerPixel));
+  box.setBackColor(kWhite);
+  box.setScaleWidth(static_cast<float>(w));
+  box.setScaleHeight(static_cast<float>(h));
   if (keepOriginal) box.PaintPicture(original, 0.0F, 0.0F, static_cast<float>(w), static_cast<float>(h));
   drawSegments(chain.segments(), box, chain.previewFactor());
   saveBitmapPng(box, path);
@@ -114,7 +123,64 @@ std::optional<Int32> fittingScale(const BatchArgs& args, const StageOutcome& o) 
   return hundredths;
 }
 
-std::string describe(const BatchArgs& args, const StageOutcome& o) {
+// How much of the original the threshold stage turns black: the share at
+// the run's threshold, and how many pixels fall at each whole luminance.
+struct Darkness {
+  long long dark = 0;
+  long long total = 0;
+  std::array<long long, 256> atLuminance{};
+  double share() const { return total > 0 ? static_cast<double>(dark) / static_cast<double>(total) : 0.0; }
+};
+
+Darkness darknessOf(const Picture& picture, Int32 threshold) {
+  Darkness d;
+  d.total = static_cast<long long>(picture->area());
+  for (const Colour c : picture->pixels()) {
+    // The threshold stage's own luminance: black when not above the threshold.
+    const double luminance = (0.3 * redOf(c) + 0.59 * greenOf(c)) + 0.11 * blueOf(c);
+    if (luminance <= threshold) ++d.dark;
+    ++d.atLuminance[static_cast<std::size_t>(std::clamp(luminance, 0.0, 255.0))];
+  }
+  return d;
+}
+
+// The highest threshold below the run's at which at most a quarter of the
+// picture is black, if there is one.
+std::optional<Int32> lighterThreshold(const Darkness& d, Int32 threshold) {
+  long long dark = 0;
+  std::optional<Int32> best;
+  for (Int32 t = 0; t < threshold && t < 256; ++t) {
+    dark += d.atLuminance[static_cast<std::size_t>(t)];
+    if (t >= 1 && dark * 4 <= d.total) best = t;
+  }
+  return best;
+}
+
+// Line work a few pixels wide leaves a fraction of the page black; a page
+// that is mostly black at the threshold is a grey page, not a large one.
+constexpr double kMostlyDark = 0.5;
+
+// The black pixels the threshold stage left, as its outcome counts them.
+long long blackPixels(const std::vector<StageOutcome>& outcomes) {
+  for (const StageOutcome& o : outcomes) {
+    if (o.stage == Stage::threshold && o.done()) return o.count;
+  }
+  return 0;
+}
+
+// The strokes' width in thinned pixels: their black area over the length of
+// the centre lines drawn through them.
+float lineWidthOf(long long black, const RecordTable& segments) {
+  double length = 0.0;
+  for (Int32 i = 1; i <= segments.count(); ++i) {
+    const LineRecord& r = segments[i];
+    if (!isSeparator(r)) length += std::hypot(r.x2 - r.x1, r.y2 - r.y1);
+  }
+  if (length <= 0.0) return 1.0F;
+  return static_cast<float>(std::clamp(static_cast<double>(black) / length, 1.0, 64.0));
+}
+
+std::string describe(const BatchArgs& args, const StageOutcome& o, const Darkness& darkness) {
   std::string reason = o.reason;
   while (!reason.empty() && reason.back() == '.') reason.pop_back();
   std::string text = std::string("stage ") + std::to_string(static_cast<int>(o.stage)) + " (" + stageName(o.stage) +
@@ -123,6 +189,15 @@ std::string describe(const BatchArgs& args, const StageOutcome& o) {
   const std::string size = std::to_string(o.width) + " by " + std::to_string(o.height);
   if (o.width > 0 && reason.find(size) == std::string::npos) text += " (the picture is " + size + " pixels)";
   text += ".";
+  if (o.stage == Stage::thin && darkness.share() > kMostlyDark) {
+    const auto percent = static_cast<int>(std::lround(darkness.share() * 100.0));
+    text += " " + std::to_string(percent) + "% of the picture is black at --threshold " +
+            std::to_string(args.threshold) + ": this is a grey page, not a large one; a lower --threshold";
+    if (const std::optional<Int32> t = lighterThreshold(darkness, args.threshold)) {
+      text += " (" + std::to_string(*t) + " leaves at most a quarter of it black)";
+    }
+    return text + " keeps only the line work.";
+  }
   if (const std::optional<Int32> fit = fittingScale(args, o)) {
     text += " A --scale of " + decimalText(*fit / 100.0) + " would fit";
     text += args.large ? ";" : ", or";
@@ -166,17 +241,39 @@ BatchResult convertPicture(const BatchArgs& args, const std::optional<std::strin
   chain.setOriginal(original);
   if (!preview) original = nullptr;
   const std::vector<StageOutcome> outcomes = chain.run(Stage::rescale, params);
-  if (!outcomes.back().done()) return finish(describe(args, outcomes.back()));
+  if (!outcomes.back().done()) {
+    // A grey page refused at thinning is told of the threshold that would
+    // keep only its line work: the original is read again for that.
+    const StageOutcome& last = outcomes.back();
+    const long long area = static_cast<long long>(last.width) * last.height;
+    const bool mostlyDark = last.stage == Stage::thin && area > 0 &&
+                            static_cast<double>(blackPixels(outcomes)) > kMostlyDark * static_cast<double>(area);
+    Darkness darkness;
+    if (mostlyDark) {
+      try {
+        darkness = darknessOf(original ? original : loadOriginal(args, picture), args.threshold);
+      } catch (const QuernError&) {
+      }
+    }
+    return finish(describe(args, last, darkness));
+  }
   try {
-    const DrawingOptions options = drawingOptionsOf(args);
-    if (options.fit) {
-      const std::vector<FittedChain> fitted = fitDrawing(chain.session.LineTable, options.fitTolerance);
+    DrawingOptions options = drawingOptionsOf(args);
+    options.lineWidth = lineWidthOf(blackPixels(outcomes), chain.segments());
+    const std::vector<FittedChain> fitted =
+        options.fit ? fitDrawing(chain.session.LineTable, options.fitTolerance) : std::vector<FittedChain>{};
+    if (drawing == "-") {
+      const std::string bytes = options.fit ? cadDxfText(fitted, options) : dxfDrawingBytes(chain.segments(), options);
+      std::cout.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+      std::cout.flush();
+      if (!std::cout) throw FileError("cannot write the drawing to standard output");
+    } else if (options.fit) {
       writeDxfDrawing(withDxfExtension(drawing), fitted, options);
-      if (args.svg) writeSvgFile(*args.svg, fitted, options);
     } else {
       writeDxfDrawing(withDxfExtension(drawing), chain.segments(), options);
-      if (args.svg) writeSvgFile(*args.svg, chain.segments(), options);
     }
+    if (args.svg && options.fit) writeSvgFile(*args.svg, fitted, options);
+    if (args.svg && !options.fit) writeSvgFile(*args.svg, chain.segments(), options);
     if (preview) writePreview(chain, original, params.keepOriginal, *preview);
   } catch (const QuernError& e) {
     return finish(e.what());

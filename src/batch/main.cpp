@@ -41,7 +41,9 @@ int main(int argc, char** argv) {
       std::cerr << "quernline-batch: " << result.error << "\n";
       return 1;
     }
-    for (const std::string& line : result.statistics) std::cout << line << "\n";
+    // A drawing on standard output leaves the statistics to stderr.
+    std::ostream& out = args.drawing == "-" ? std::cerr : std::cout;
+    for (const std::string& line : result.statistics) out << line << "\n";
     return 0;
   } catch (const std::exception& e) {
     std::cerr << "quernline-batch: " << e.what() << "\n";

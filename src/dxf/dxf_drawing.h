@@ -20,20 +20,19 @@ namespace quern {
 // field for it.
 DxfDocument dxfDrawing(const RecordTable& ChainTable, const DrawingOptions& options);
 
-// dxfDrawing written to path as WriteDxfFile writes (replaced whole, or not at
+// The bytes of the drawing's file, CR LF lines. Without options.clean it is
+// dxfDrawing's text; with it, the geometry-only drawing of cadDxfText over
+// the table's paths as cadPaths cleans them for the strokes' width.
+std::string dxfDrawingBytes(const RecordTable& ChainTable, const DrawingOptions& options);
+
+// dxfDrawingBytes written to path as WriteDxfFile writes (replaced whole, or not at
 // all). Throws FileError naming the file and the reason.
 void writeDxfDrawing(const std::string& path, const RecordTable& ChainTable, const DrawingOptions& options);
 
-// The fitted chains in the same frame: each line a LINE, each arc an ARC,
-// each circle a CIRCLE, coordinates and radii multiplied by
-// options.unitScale and y turned. Turning y turns the sense of every arc;
-// an ARC runs counter-clockwise from its start angle to its end angle, so
-// its angles are those of its two ends in the turned drawing, in the order
-// that goes round counter-clockwise. With polyline each chain of lines and
-// arcs is one POLYLINE whose arcs are vertex bulges, closed where the chain
-// is, and a circle stays a CIRCLE.
-DxfDocument dxfDrawing(const std::vector<FittedChain>& fitted, const DrawingOptions& options);
-
+// The fitted chains as a clean drawing (cadDxfText): each line a LINE, each
+// arc an ARC (counter-clockwise once y is turned), each circle a CIRCLE, or
+// with polyline each chain one polyline whose arcs are vertex bulges, in
+// the DXF version and at the origin the options ask for.
 void writeDxfDrawing(const std::string& path, const std::vector<FittedChain>& fitted, const DrawingOptions& options);
 
 }  // namespace quern

@@ -58,7 +58,7 @@ struct StageOutcome {
   std::string reason;  // for a message, empty when done
   Int32 width = 0;     // the picture's size in pixels, where a size mattered
   Int32 height = 0;
-  long long count = 0;  // pixels or records, where a count mattered
+  long long count = 0;  // pixels or records, where a count mattered; stage 3 done: its black pixels
   long long limit = 0;  // the limit that was met
   // Stage 3 done: the threshold it used (fixed or chosen), or with the local
   // threshold the side of its window in pixels.

@@ -56,6 +56,14 @@ StageOutcome guarded(Stage stage, Work&& work) {
 
 constexpr std::size_t kRasterStages = 4;
 
+// Black pixels of a black-and-white picture: how much ink the threshold found.
+long long blackCount(const Picture& picture) {
+  if (!picture) return 0;
+  long long n = 0;
+  for (const Colour c : picture->pixels()) n += c == kBlack ? 1 : 0;
+  return n;
+}
+
 }  // namespace
 
 Progress& FractionReport::progressOf(Stage stage) {
@@ -124,6 +132,7 @@ StageOutcome StageChain::threshold(Int16 threshold) {
     handedOn(Stage::threshold);
     StageOutcome o = rasterOutcome(Stage::threshold, result);
     o.value = threshold;
+    if (o.done()) o.count = blackCount(result.picture);
     return o;
   });
 }
@@ -164,6 +173,7 @@ StageOutcome StageChain::threshold(const ThresholdSetting& setting) {
     handedOn(Stage::threshold);
     StageOutcome o = rasterOutcome(Stage::threshold, result);
     o.value = value;
+    o.count = blackCount(result.picture);
     return o;
   });
 }

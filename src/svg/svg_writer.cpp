@@ -5,6 +5,7 @@
 #include <limits>
 #include <numbers>
 
+#include "base/cad_paths.h"
 #include "base/drawing_paths.h"
 #include "base/number_text.h"
 #include "base/numbers.h"
@@ -158,7 +159,10 @@ void writeSvgFile(const std::string& path, const std::vector<FittedChain>& fitte
 }
 
 std::string svgDrawing(const RecordTable& ChainTable, const DrawingOptions& options) {
-  std::vector<DrawingPath> paths = drawingPaths(ChainTable, options.polyline);
+  // A clean drawing is one path for each line, closed loops as polygons.
+  const bool joined = options.polyline || options.clean;
+  std::vector<DrawingPath> paths = options.clean ? cadPaths(ChainTable, cleanupForLineWidth(options.lineWidth))
+                                                 : drawingPaths(ChainTable, options.polyline);
   Extent extent;
   for (DrawingPath& path : paths) {
     for (PathPoint& p : path.points) {
@@ -170,7 +174,7 @@ std::string svgDrawing(const RecordTable& ChainTable, const DrawingOptions& opti
 
   std::string out = svgHead(extent, options);
   for (const DrawingPath& path : paths) {
-    if (!options.polyline) {
+    if (!joined) {
       const PathPoint& a = path.points.front();
       const PathPoint& b = path.points.back();
       out += "<line x1=\"";

@@ -12,7 +12,8 @@ namespace quern {
 // The final segments of ChainTable, records 1 to its count, as an SVG
 // drawing: coordinates multiplied by options.unitScale with y down as in the
 // picture, a <line> for each record that has a length, or with polyline a
-// <polyline> (<polygon> when closed) for each run of touching records. One
+// <polyline> (<polygon> when closed) for each run of touching records; with
+// clean, a <polyline> or <polygon> for each path as cadPaths cleans them. One
 // user unit is one options.unit: the viewBox is the drawing's extent with a
 // margin of one thinned pixel, and width and height are that size in the unit.
 std::string svgDrawing(const RecordTable& ChainTable, const DrawingOptions& options);

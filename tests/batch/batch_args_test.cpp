@@ -55,13 +55,29 @@ TEST(BatchArgs, OutputOptionsGiveTheDrawingOptions) {
     DrawingUnit unit;
     double unitScale;
     bool polyline;
+    bool clean = false;
+    DxfVersion version = DxfVersion::R12;
+    DrawingOrigin origin = DrawingOrigin::TopLeft;
   };
   const Case cases[] = {
+      // Only the defaults keep the defined drawing; every CAD option asks for a clean one.
       {{"o.dxf"}, DrawingUnit::Pixel, 1.0, false},
-      {{"--units", "px", "--polyline", "o.dxf"}, DrawingUnit::Pixel, 1.0, true},
-      {{"--dpi", "300", "--units", "mm", "o.dxf"}, DrawingUnit::Millimetre, 25.4 / 300, false},
+      {{"--units", "px", "--polyline", "o.dxf"}, DrawingUnit::Pixel, 1.0, true, true},
+      {{"--units", "px", "--svg", "o.svg", "o.dxf"}, DrawingUnit::Pixel, 1.0, false, false},
+      {{"--dpi", "300", "--units", "mm", "o.dxf"}, DrawingUnit::Millimetre, 25.4 / 300, false, true},
       // Rescaled to half, each thinned pixel covers two of the scan.
-      {{"--scale", "0.5", "--units", "in", "--dpi", "200", "o.dxf"}, DrawingUnit::Inch, 1.0 / 100, false},
+      {{"--scale", "0.5", "--units", "in", "--dpi", "200", "o.dxf"}, DrawingUnit::Inch, 1.0 / 100, false, true},
+      {{"--clean", "o.dxf"}, DrawingUnit::Pixel, 1.0, false, true},
+      {{"--dxf", "12", "o.dxf"}, DrawingUnit::Pixel, 1.0, false, false},
+      {{"--dxf", "2000", "o.dxf"}, DrawingUnit::Pixel, 1.0, false, true, DxfVersion::R2000},
+      {{"--origin", "top-left", "o.dxf"}, DrawingUnit::Pixel, 1.0, false, false},
+      {{"--origin", "lower-left", "o.dxf"},
+       DrawingUnit::Pixel,
+       1.0,
+       false,
+       true,
+       DxfVersion::R12,
+       DrawingOrigin::LowerLeft},
   };
   for (const Case& c : cases) {
     const BatchParse p = parseBatchArgs(c.argv);
@@ -70,7 +86,14 @@ TEST(BatchArgs, OutputOptionsGiveTheDrawingOptions) {
     EXPECT_EQ(o.unit, c.unit) << ::testing::PrintToString(c.argv);
     EXPECT_DOUBLE_EQ(o.unitScale, c.unitScale) << ::testing::PrintToString(c.argv);
     EXPECT_EQ(o.polyline, c.polyline) << ::testing::PrintToString(c.argv);
+    EXPECT_EQ(o.clean, c.clean) << ::testing::PrintToString(c.argv);
+    EXPECT_EQ(o.dxfVersion, c.version) << ::testing::PrintToString(c.argv);
+    EXPECT_EQ(o.origin, c.origin) << ::testing::PrintToString(c.argv);
   }
+  EXPECT_NE(parseBatchArgs({"--dxf", "14", "o.dxf"}).error.find("12 or 2000"), std::string::npos);
+  EXPECT_NE(parseBatchArgs({"--origin", "centre", "o.dxf"}).error.find("lower-left"), std::string::npos);
+  // A dash is the drawing's name for standard output, not an option.
+  EXPECT_EQ(parseBatchArgs({"--polyline", "-"}).args->drawing, "-");
   const BatchParse p = parseBatchArgs({"--min-branch", "12", "--min-chain", "99999", "--svg", "o.svg", "o.dxf"});
   ASSERT_TRUE(p.args) << p.error;
   EXPECT_EQ(p.args->minBranch, 12);

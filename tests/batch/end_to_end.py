@@ -1,5 +1,6 @@
 """Runs quernline-batch on small pictures and reads the drawings back."""
 import os
+import random
 import subprocess
 import sys
 import tempfile
@@ -56,7 +57,8 @@ class EndToEnd(unittest.TestCase):
             for p in (l.dxf.start, l.dxf.end):
                 self.assertTrue(0 <= p.x < 120 and -90 < p.y <= 0, p)
         with Image.open(preview) as img:
-            self.assertEqual(img.size, (400, 324))
+            # The picture's own shape, 400 pixels on its longer side: 120 by 90.
+            self.assertEqual(img.size, (400, 300))
             self.assertIn((255, 0, 0), set(img.convert("RGB").getdata()))
 
     def test_reorder_leaves_no_separator_lines_and_scale_shrinks_the_drawing(self):
@@ -129,6 +131,22 @@ class LargeScans(unittest.TestCase):
             with open(plain, "rb") as a, open(large, "rb") as b:
                 self.assertEqual(a.read(), b.read(), picture)
 
+    def test_a_grey_page_refused_at_thinning_points_to_the_threshold(self):
+        # Three quarters of the page darker than the threshold: thinning
+        # lists too many pixels because the page is grey, not because it is large.
+        picture = self.path("grey.bmp")
+        shades = random.Random(1)
+        im = Image.new("L", (600, 600))
+        im.putdata([shades.choice((120, 140, 160, 230)) for _ in range(600 * 600)])
+        im.convert("RGB").save(picture)
+        r = run("--blur", "0", picture, self.path("grey.dxf"))
+        self.assertEqual(r.returncode, 1, r.stderr)
+        self.assertIn("stage 4 (thin) refused", r.stderr)
+        self.assertIn("75% of the picture is black at --threshold 200", r.stderr)
+        self.assertIn("a lower --threshold (119 leaves at most a quarter of it black)", r.stderr)
+        self.assertNotIn("--large", r.stderr)
+        self.assertNotIn("--scale", r.stderr)
+
     def test_a_listing_past_the_tables_is_refused_without_large_and_drawn_with_it(self):
         picture = self.path("comb.gif")
         comb(picture)
@@ -199,8 +217,10 @@ class CadOutputs(unittest.TestCase):
         return os.path.join(self.dir.name, name)
 
     def test_polylines_hold_every_segment_of_the_line_run_once(self):
+        # --polyline makes a clean drawing; the clean LINE drawing has the
+        # same paths, loops closed and stubs dropped alike.
         lines_dxf, poly_dxf = self.path("lines.dxf"), self.path("poly.dxf")
-        self.assertEqual(run("--reorder", self.picture, lines_dxf).returncode, 0)
+        self.assertEqual(run("--reorder", "--clean", self.picture, lines_dxf).returncode, 0)
         self.assertEqual(run("--reorder", "--polyline", self.picture, poly_dxf).returncode, 0)
         segments = sorted(
             tuple(sorted([(l.dxf.start.x, l.dxf.start.y), (l.dxf.end.x, l.dxf.end.y)]))
@@ -218,7 +238,7 @@ class CadOutputs(unittest.TestCase):
 
     def test_millimetres_scale_by_the_scan_resolution_and_the_rescale_factor(self):
         px, mm, svg = self.path("px.dxf"), self.path("mm.dxf"), self.path("mm.svg")
-        self.assertEqual(run("--scale", "0.5", self.picture, px).returncode, 0)
+        self.assertEqual(run("--scale", "0.5", "--clean", self.picture, px).returncode, 0)
         r = run("--scale", "0.5", "--dpi", "300", "--units", "mm", "--svg", svg, self.picture, mm)
         self.assertEqual(r.returncode, 0, r.stderr)
         factor = 25.4 / (300 * 0.5)
@@ -229,8 +249,13 @@ class CadOutputs(unittest.TestCase):
             self.assertAlmostEqual(la.dxf.end.y * factor, lb.dxf.end.y, places=4)
         import xml.etree.ElementTree as ET
         root = ET.parse(svg).getroot()
-        drawn = [e for e in root.iter() if e.tag.endswith("line")]
-        self.assertEqual(len(drawn), len([l for l in a if l.dxf.start != l.dxf.end]))
+        # A clean SVG has a polyline for each open path and a polygon for each loop.
+        drawn = 0
+        for e in root.iter():
+            if e.tag.endswith("polyline") or e.tag.endswith("polygon"):
+                n = len(e.get("points").split())
+                drawn += n if e.tag.endswith("polygon") else n - 1
+        self.assertEqual(drawn, len(a))
         self.assertTrue(root.get("width").endswith("mm"))
 
     def test_units_need_a_resolution(self):

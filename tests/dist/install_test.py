@@ -1,5 +1,6 @@
 """Installs the build into a DESTDIR and checks what a desktop and a shell will look for there."""
 import configparser
+import gzip
 import os
 import re
 import shutil
@@ -42,15 +43,31 @@ class Installed(unittest.TestCase):
         return ["quernline-batch"] + (["quernline"] if WITH_WINDOW else [])
 
     def test_every_file_is_in_place(self):
-        files = ["bin/quernline-batch", "share/man/man1/quernline-batch.1"]
+        files = ["bin/quernline-batch", "share/man/man1/quernline-batch.1.gz", "share/doc/quernline/copyright"]
         if WITH_WINDOW:
             files += ["bin/quernline", "share/applications/quernline.desktop",
-                      "share/icons/hicolor/scalable/apps/quernline.svg", "share/man/man1/quernline.1"]
+                      "share/icons/hicolor/scalable/apps/quernline.svg", "share/man/man1/quernline.1.gz"]
         for f in files:
             with self.subTest(file=f):
                 self.assertTrue(os.path.isfile(self.path(f)), f)
                 if f.startswith("bin/"):
                     self.assertTrue(os.access(self.path(f), os.X_OK), f)
+
+    def manual_page(self, page):
+        with gzip.open(self.path("share/man/man1/" + page + ".gz"), "rt") as f:
+            return f.read()
+
+    def test_copyright_file_is_machine_readable(self):
+        with open(self.path("share/doc/quernline/copyright")) as f:
+            head = f.readline()
+        self.assertTrue(head.startswith("Format: https://www.debian.org/doc/packaging-manuals/copyright-format/"))
+
+    @unittest.skipUnless(WITH_WINDOW, "built without the window")
+    def test_window_without_a_display_says_so(self):
+        done = subprocess.run([self.path("bin/quernline")], env=without_display(), capture_output=True, text=True,
+                              timeout=60)
+        self.assertEqual(done.returncode, 1, done.stderr)
+        self.assertIn("no display", done.stderr)
 
     def test_version_without_a_display(self):
         for program in self.programs():
@@ -72,8 +89,7 @@ class Installed(unittest.TestCase):
                                    text=True, timeout=60).stdout
         options = set(re.findall(r"(?<![\w-])(--[a-z][a-z-]*|-[a-z])(?![\w-])", help_text))
         self.assertIn("--scale", options)
-        with open(self.path("share/man/man1/quernline-batch.1")) as f:
-            page = f.read().replace("\\-", "-")
+        page = self.manual_page("quernline-batch.1").replace("\\-", "-")
         for option in sorted(options | {"--version"}):
             with self.subTest(option=option):
                 # Named on a macro line of its own entry, not only in passing.
@@ -81,7 +97,7 @@ class Installed(unittest.TestCase):
                 self.assertTrue(entry, option + " has no entry in the manual page")
         if shutil.which("groff"):
             for page in ("quernline-batch.1",) + (("quernline.1",) if WITH_WINDOW else ()):
-                done = subprocess.run(["groff", "-man", "-ww", "-z", self.path("share/man/man1/" + page)],
+                done = subprocess.run(["groff", "-man", "-ww", "-z"], input=self.manual_page(page),
                                       capture_output=True, text=True, timeout=60)
                 self.assertEqual(done.stderr, "", page)
 

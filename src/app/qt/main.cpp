@@ -1,6 +1,7 @@
 #include <QApplication>
 #include <QFileInfo>
 #include <QTimer>
+#include <cstdlib>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -8,6 +9,28 @@
 
 #include "app/qt/main_window.h"
 #include "app/qt/splash.h"
+
+namespace {
+
+// Qt aborts when its platform cannot open a display, with a core dump and a
+// line about plugins; a user without a display deserves a plain sentence.
+// A platform given by name (offscreen, vnc, ...) or on the command line is
+// Qt's to judge.
+bool displayReachable(int argc, char** argv) {
+  for (int i = 1; i < argc; ++i) {
+    if (std::string_view(argv[i]) == "-platform") return true;
+  }
+  const char* platform = std::getenv("QT_QPA_PLATFORM");
+  const std::string_view name = platform ? platform : "";
+  if (!name.empty() && !name.starts_with("xcb") && !name.starts_with("wayland")) return true;
+  const auto set = [](const char* variable) {
+    const char* value = std::getenv(variable);
+    return value && *value;
+  };
+  return set("DISPLAY") || set("WAYLAND_DISPLAY");
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
   // Answered before QApplication exists: neither needs a display.
@@ -21,6 +44,12 @@ int main(int argc, char** argv) {
                  "  PICTURE    a .jpg, .JPG, .bmp, .BMP, .gif or .GIF file, loaded as \"Load image\" would\n"
                  "  --version  print the version and exit\n";
     return 0;
+  }
+  if (!displayReachable(argc, argv)) {
+    std::cerr << "quernline: no display to open the window on (neither DISPLAY nor WAYLAND_DISPLAY is set).\n"
+                 "Run it on a desktop, or without one under xvfb-run -a quernline; quernline-batch converts\n"
+                 "pictures without a window.\n";
+    return 1;
   }
   QApplication app(argc, argv);  // takes Qt's own options out of argv
   QApplication::setApplicationName("Quernline");
