@@ -4,11 +4,16 @@
 #include <chrono>
 #include <cmath>
 #include <filesystem>
+#include <map>
+#include <new>
+#include <set>
 #include <sstream>
 #include <thread>
 
 #include "base/errors.h"
+#include "base/file_identity.h"
 #include "base/number_text.h"
+#include "base/output_set.h"
 #include "batch/progress.h"
 #include "dxf/dxf_drawing.h"
 #include "dxf/dxf_writer.h"
@@ -66,16 +71,16 @@ StageParams paramsOf(const BatchArgs& args) {
   return p;
 }
 
-// The window's last preview: stage 6 draws on a cleared box, over the
-// original when it is kept.
-void writePreview(const StageChain& chain, const Picture& original, bool keepOriginal, const std::string& path) {
+// The window's last preview, as PNG bytes: stage 6 draws on a cleared box,
+// over the original when it is kept.
+std::string previewPng(const StageChain& chain, const Picture& original, bool keepOriginal) {
   const Int32 w = pictureWidth(original);
   const Int32 h = pictureHeight(original);
   PictureBox box(static_cast<float>(kTwipsPerPixel), 0);
   layOutPreview(box, w, h);
   if (keepOriginal) box.PaintPicture(original, 0.0F, 0.0F, static_cast<float>(w), static_cast<float>(h));
   drawSegments(chain.segments(), box, chain.previewFactor());
-  saveBitmapPng(box, path);
+  return encodeBitmapPng(box);
 }
 
 // What stage 3 used, in words: the fixed or the chosen threshold, or the
@@ -131,9 +136,37 @@ std::string describe(const BatchArgs& args, const StageOutcome& o) {
   return text;
 }
 
-}  // namespace
+std::string stemOf(const std::string& picture) {
+  return std::filesystem::path(picture).stem().string();
+}
 
-BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
+// With --out-dir: each picture's name in the output folders, or the clash.
+std::string nameOutputs(const BatchArgs& args, std::vector<PictureFiles>& files) {
+  const std::set<std::string> stems = [&] {
+    std::set<std::string> all;
+    for (const std::string& p : args.pictures) all.insert(stemOf(p));
+    return all;
+  }();
+  std::map<std::string, std::size_t> used;  // name -> the picture that has it
+  for (std::size_t i = 0; i < args.pictures.size(); ++i) {
+    std::string name = stemOf(args.pictures[i]);
+    if (const auto first = used.find(name); first != used.end()) {
+      if (!args.suffixOnCollision) {
+        return args.pictures[first->second] + " and " + args.pictures[i] + " would both be written as " +
+               (std::filesystem::path(*args.outDir) / (name + ".dxf")).string() +
+               ": rename one, or give --on-collision suffix";
+      }
+      const std::string stem = name;
+      for (int n = 2; stems.contains(name) || used.contains(name); ++n) name = stem + "-" + std::to_string(n);
+    }
+    used.emplace(name, i);
+    files[i].drawing = (std::filesystem::path(*args.outDir) / (name + ".dxf")).string();
+    if (args.previewDir) files[i].preview = (std::filesystem::path(*args.previewDir) / (name + ".png")).string();
+  }
+  return "";
+}
+
+BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
                            const std::optional<std::string>& preview, ProgressLine* progress) {
   const auto started = std::chrono::steady_clock::now();
   BatchResult result;
@@ -167,10 +200,14 @@ BatchResult convertPicture(const BatchArgs& args, const std::optional<std::strin
   const std::vector<StageOutcome> outcomes = chain.run(Stage::rescale, params);
   if (!outcomes.back().done()) return finish(describe(args, outcomes.back()));
   try {
+    // Every output is staged before any is put in place: a preview that
+    // cannot be written leaves the old drawing too.
     const DrawingOptions options = drawingOptionsOf(args);
-    writeDxfDrawing(withDxfExtension(drawing), chain.segments(), options);
-    if (args.svg) writeSvgFile(*args.svg, chain.segments(), options);
-    if (preview) writePreview(chain, original, params.keepOriginal, *preview);
+    OutputSet outputs;
+    outputs.add(withDxfExtension(drawing), dxfDrawing(chain.segments(), options).fileBytes());
+    if (args.svg) outputs.add(*args.svg, svgDrawing(chain.segments(), options));
+    if (preview) outputs.add(*preview, previewPng(chain, original, params.keepOriginal));
+    outputs.commit();
   } catch (const QuernError& e) {
     return finish(e.what());
   }
@@ -186,25 +223,67 @@ BatchResult convertPicture(const BatchArgs& args, const std::optional<std::strin
   return finish("");
 }
 
+}  // namespace
+
+RunPlan planRun(const BatchArgs& args) {
+  RunPlan plan;
+  std::vector<std::string> inputs;
+  std::vector<std::string> outputs;
+  if (args.outDir) {
+    plan.pictures.resize(args.pictures.size());
+    for (std::size_t i = 0; i < args.pictures.size(); ++i) plan.pictures[i].picture = args.pictures[i];
+    plan.error = nameOutputs(args, plan.pictures);
+    if (!plan.error.empty()) return plan;
+    inputs = args.pictures;
+  } else {
+    plan.pictures.push_back({args.picture, withDxfExtension(args.drawing), args.preview});
+    if (args.picture) inputs.push_back(*args.picture);
+    if (args.svg) outputs.push_back(*args.svg);
+  }
+  for (const PictureFiles& f : plan.pictures) {
+    outputs.push_back(f.drawing);
+    if (f.preview) outputs.push_back(*f.preview);
+  }
+  if (const auto clash = firstClash(inputs, outputs)) {
+    plan.error = clash->second + " is the same file as " + clash->first + ": nothing was written";
+  }
+  return plan;
+}
+
+BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
+                           const std::optional<std::string>& preview, ProgressLine* progress) {
+  try {
+    return convertOrThrow(args, picture, drawing, preview, progress);
+  } catch (const std::bad_alloc&) {
+    // The chain and its pictures are gone with the stack: the next picture has the memory back.
+    BatchResult result;
+    result.picture = picture.value_or("");
+    result.error = "out of memory: the picture needs more than this machine has free";
+    if (progress) progress->finish();
+    return result;
+  }
+}
+
 BatchResult runBatch(const BatchArgs& args, ProgressLine* progress) {
   return convertPicture(args, args.picture, args.drawing, args.preview, progress);
 }
 
 std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) {
-  const std::filesystem::path outDir(*args.outDir);
-  std::error_code made;
-  std::filesystem::create_directories(outDir, made);
-  if (args.previewDir) std::filesystem::create_directories(*args.previewDir, made);
+  for (const std::optional<std::string>& folder : {args.outDir, args.previewDir}) {
+    std::error_code made;
+    if (folder) std::filesystem::create_directories(*folder, made);
+    // The reason itself: a write into the folder would only say it is not there.
+    if (made) throw FileError("Cannot make the folder \"" + *folder + "\": " + made.message());
+  }
+  const RunPlan plan = planRun(args);
+  if (!plan.error.empty()) throw QuernError(plan.error);
   std::vector<BatchResult> results(args.pictures.size());
   std::atomic<std::size_t> next{0};
   std::atomic<std::size_t> finished{0};
   auto work = [&] {
     for (std::size_t i = next++; i < args.pictures.size(); i = next++) {
-      const std::string& picture = args.pictures[i];
-      const std::string stem = std::filesystem::path(picture).stem().string();
-      std::optional<std::string> preview;
-      if (args.previewDir) preview = (std::filesystem::path(*args.previewDir) / (stem + ".png")).string();
-      results[i] = convertPicture(args, picture, (outDir / (stem + ".dxf")).string(), preview, nullptr);
+      const PictureFiles& files = plan.pictures[i];
+      results[i] = convertPicture(args, files.picture, files.drawing, files.preview, nullptr);
       ++finished;
     }
   };
@@ -241,6 +320,16 @@ std::string summaryTable(const std::vector<BatchResult>& results) {
     out << r.picture << std::string(wide - r.picture.size(), ' ') << line << (r.ok() ? "written" : "failed: " + r.error)
         << "\n";
   }
+  std::size_t failed = 0;
+  double seconds = 0.0;
+  for (const BatchResult& r : results) {
+    failed += r.ok() ? 0 : 1;
+    seconds += r.seconds;
+  }
+  out << results.size() << (results.size() == 1 ? " picture: " : " pictures: ") << results.size() - failed
+      << " written, " << failed << " failed";
+  std::snprintf(line, sizeof line, ", %.2f seconds of work\n", seconds);
+  out << line;
   return out.str();
 }
 
