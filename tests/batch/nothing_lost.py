@@ -129,6 +129,19 @@ class NothingLost(unittest.TestCase):
             self.assertEqual(run("--preview", self.path("null.png"), self.gif, self.path("y.dxf")).returncode, 0)
             self.assertTrue(stat.S_ISCHR(os.lstat(self.path("null.png")).st_mode))
 
+    def test_line_tables_past_the_memory_of_max_megapixels_are_refused_before_they_grow(self):
+        comb = self.path("comb.gif")
+        img = Image.new("L", (700, 700), 255)
+        d = ImageDraw.Draw(img)
+        for x in range(2, 698, 3):
+            d.line([x, 2, x, 696], fill=0, width=1)
+        img.save(comb)
+        # About 160,000 line pixels: past the tables of one megapixel, within those of two.
+        self.assertRefusedLeavingAll(1, "the line table takes 133332", "--large", "--max-megapixels", "1", comb,
+                                     self.path("comb.dxf"))
+        r = run("--large", "--max-megapixels", "2", comb, self.path("comb.dxf"))
+        self.assertEqual(r.returncode, 0, r.stderr)
+
     def test_an_out_dir_that_cannot_be_made_says_why(self):
         with open(self.path("file"), "wb") as f:
             f.write(b"not a folder")
