@@ -4,6 +4,8 @@
 #include <chrono>
 #include <cmath>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <map>
 #include <new>
 #include <set>
@@ -18,10 +20,13 @@
 #include "dxf/dxf_drawing.h"
 #include "dxf/dxf_writer.h"
 #include "intake/builtin_pictures.h"
+#include "intake/picture_format.h"
 #include "intake/picture_loader.h"
 #include "pipeline/preview.h"
 #include "pipeline/stage_chain.h"
 #include "pipeline/statistics.h"
+#include "processing/colour_normalise.h"
+#include "processing/filter_store.h"
 #include "svg/svg_writer.h"
 
 namespace quern {
@@ -113,6 +118,12 @@ std::optional<Int32> fittingScale(const BatchArgs& args, const StageOutcome& o) 
   } else if (o.width > 0 || o.height > 0) {
     fit = scale * static_cast<double>(o.limit) / std::max(o.width, o.height);
   }
+  // Without --large the filters and the black-and-white stage take 1500
+  // pixels a side at most: a scale that passes the rescale must pass them too.
+  if (!args.large && o.width > 0 && o.height > 0) {
+    const double side = std::min(kFilterLimit, kBlackWhiteLimit) + 0.5;
+    fit = std::min(fit, scale * side / std::max(o.width, o.height));
+  }
   const auto hundredths = static_cast<Int32>(std::floor(fit * 100.0 - 1e-9));
   if (hundredths < 1 || hundredths >= args.scale) return std::nullopt;
   return hundredths;
@@ -134,6 +145,27 @@ std::string describe(const BatchArgs& args, const StageOutcome& o) {
   text += args.large ? " --max-megapixels sets how large a picture --large takes."
                      : " --large lifts the limit for this run.";
   return text;
+}
+
+// The rescale's refusal, told from the size in the picture's header before
+// any pixel is decoded, so that a --scale too large costs no picture memory.
+// Nothing when the header cannot be read: loading says why.
+std::optional<StageOutcome> refusedByHeader(const BatchArgs& args, const std::string& picture, long long limit) {
+  std::ifstream in(picture, std::ios::binary);
+  const std::vector<unsigned char> bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  const PictureShape shape = inspectPictureFile(bytes.data(), bytes.size());
+  if (!shape.problem.empty() || shape.width <= 0 || shape.height <= 0) return std::nullopt;
+  const double factor = paramsOf(args).scale;
+  StageOutcome o;
+  o.stage = Stage::rescale;
+  o.width = static_cast<Int32>(std::min(2e9, std::round(static_cast<double>(shape.width) * factor)));
+  o.height = static_cast<Int32>(std::min(2e9, std::round(static_cast<double>(shape.height) * factor)));
+  o.limit = limit;
+  if (static_cast<long long>(o.width) * o.height <= limit) return std::nullopt;
+  o.kind = StageOutcome::Kind::refused;
+  o.reason = "the rescaled picture would be " + std::to_string(o.width) + " by " + std::to_string(o.height) +
+             " pixels, over the limit of " + std::to_string(limit) + " pixels";
+  return o;
 }
 
 std::string stemOf(const std::string& picture) {
@@ -187,6 +219,11 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
   // stays only while the preview still needs it.
   StageChain chain(context, report, ChainOptions{Retention::letGo});
   const StageParams params = paramsOf(args);
+  if (picture) {
+    if (const auto refused = refusedByHeader(args, *picture, context.limits.surfacePixels)) {
+      return finish(describe(args, *refused));
+    }
+  }
   Picture original;
   try {
     original = loadOriginal(args, picture);

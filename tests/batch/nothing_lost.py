@@ -142,6 +142,15 @@ class NothingLost(unittest.TestCase):
         r = run("--large", "--max-megapixels", "2", comb, self.path("comb.dxf"))
         self.assertEqual(r.returncode, 0, r.stderr)
 
+    def test_a_scale_past_the_limits_is_refused_from_the_header_with_a_scale_that_fits(self):
+        big = self.path("big.gif")
+        img = Image.new("L", (5000, 5000), 255)
+        ImageDraw.Draw(img).line([0, 0, 4999, 4999], fill=0, width=3)
+        img.save(big)
+        self.assertRefusedLeavingAll(1, "A --scale of 0.3 would fit", "--scale", "2", big, self.path("big.dxf"))
+        r = run("--scale", "0.3", big, self.path("big.dxf"))
+        self.assertEqual(r.returncode, 0, r.stderr)
+
     def test_an_out_dir_that_cannot_be_made_says_why(self):
         with open(self.path("file"), "wb") as f:
             f.write(b"not a folder")
