@@ -289,13 +289,15 @@ RunPlan planRun(const BatchArgs& args) {
 
 BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
                            const std::optional<std::string>& preview, ProgressLine* progress) {
+  const auto started = std::chrono::steady_clock::now();
   try {
     return convertOrThrow(args, picture, drawing, preview, progress);
   } catch (const std::bad_alloc&) {
     // The chain and its pictures are gone with the stack: the next picture has the memory back.
     BatchResult result;
     result.picture = picture.value_or("");
-    result.error = "out of memory: the picture needs more than this machine has free";
+    result.error = "out of memory: the run could not get the memory this picture needs, and wrote nothing for it";
+    result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
     if (progress) progress->finish();
     return result;
   }
