@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "base/line_tables.h"
 #include "processing/colour_normalise.h"
 #include "processing/filter_store.h"
 #include "processing/random_source.h"
@@ -14,10 +13,13 @@ namespace quern {
 // The records each of the three line tables may take when a run's pictures
 // are of up to `surfacePixels`: a run is given about 16 bytes for each of
 // those pixels, the pictures it holds at once take half of that, and the
-// tables share the other half. Thinning refuses a listing past it before the
-// tables are grown.
+// listed pixels the other half. A listed pixel costs about 128 bytes by the
+// end of chain assembly: a record in each of the three tables and the rest
+// in the assembly's indexes. Thinning refuses a listing past it before the
+// tables are grown; the default tables are never made smaller.
+inline constexpr long long kBytesPerListedPixel = 128;
 constexpr Int32 tableRecordsFor(long long surfacePixels) {
-  const long long records = surfacePixels * 8 / (3 * static_cast<long long>(sizeof(LineRecord)));
+  const long long records = surfacePixels * 8 / kBytesPerListedPixel;
   return static_cast<Int32>(std::clamp<long long>(records, 100000, 2000000000LL));
 }
 

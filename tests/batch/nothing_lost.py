@@ -136,10 +136,10 @@ class NothingLost(unittest.TestCase):
         for x in range(2, 698, 3):
             d.line([x, 2, x, 696], fill=0, width=1)
         img.save(comb)
-        # About 160,000 line pixels: past the tables of one megapixel, within those of two.
-        self.assertRefusedLeavingAll(1, "the line table takes 133332", "--large", "--max-megapixels", "1", comb,
+        # About 245,000 line pixels: past the tables of three megapixels, within those of four.
+        self.assertRefusedLeavingAll(1, "the line table takes 187499", "--large", "--max-megapixels", "3", comb,
                                      self.path("comb.dxf"))
-        r = run("--large", "--max-megapixels", "2", comb, self.path("comb.dxf"))
+        r = run("--large", "--max-megapixels", "4", comb, self.path("comb.dxf"))
         self.assertEqual(r.returncode, 0, r.stderr)
 
     def test_a_scale_past_the_limits_is_refused_from_the_header_with_a_scale_that_fits(self):
