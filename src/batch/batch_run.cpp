@@ -1,5 +1,6 @@
 #include "batch/batch_run.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cmath>
@@ -282,7 +283,11 @@ RunPlan planRun(const BatchArgs& args) {
     if (f.preview) outputs.push_back(*f.preview);
   }
   if (const auto clash = firstClash(inputs, outputs)) {
-    plan.error = clash->second + " is the same file as " + clash->first + ": nothing was written";
+    const bool read = std::find(inputs.begin(), inputs.end(), clash->first) != inputs.end();
+    plan.error = read ? clash->second + " is the same file as the picture " + clash->first +
+                            ", which this run reads: nothing was written"
+                      : clash->second + " is the same file as " + clash->first +
+                            ", which this run writes too: nothing was written";
   }
   return plan;
 }
