@@ -50,6 +50,13 @@ const char* const kNames[] = {"a", "b", "b2", "to-a", "dangling", "folder", "fif
 // text; a last odd byte drops the set instead of committing it.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const fs::path dir = fs::temp_directory_path() / ("fuzz-writer-" + std::to_string(::getpid()));
+  // The folder goes with the process, whichever input was last.
+  static const struct RemoveAtExit {
+    ~RemoveAtExit() {
+      std::error_code ignored;
+      fs::remove_all(dir, ignored);
+    }
+  } removeAtExit;
   std::map<std::string, std::string> old = setUp(dir);
   std::map<std::string, std::string> wanted;  // file landed on -> text
   bool failed = false;
