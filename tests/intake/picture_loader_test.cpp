@@ -150,12 +150,9 @@ TEST(PictureLoader, IncompleteLyingOrForeignFilesAreRefusedWithTheReason) {
       {"progressive JPEG claiming more rows", jpegClaiming("progressive.jpg", 300), "the JPEG decoder stopped"},
       {"PDF bytes", kPdf, "it is not a JPEG, BMP, GIF, PNG or TIFF picture"},
       {"text", Bytes{'G', 'I', 'F', '8', '9', 'b'}, "it is not a JPEG, BMP, GIF, PNG or TIFF picture"},
-
       {"JPEG claiming 6000 x 6000", claiming(fixture("grey.jpg"), 6000, 6000), "not a complete JPEG picture: its "},
       {"progressive JPEG claiming 6000 x 6000", claiming(fixture("progressive.jpg"), 6000, 6000),
        "not a complete JPEG picture: its "},
-      {"PNG bytes", encoded("PNG"), "it is not a JPEG, BMP or GIF picture"},
-      {"text", Bytes{'G', 'I', 'F', '8', '9', 'b'}, "it is not a JPEG, BMP or GIF picture"},
   };
   for (const Case& c : cases) {
     const std::string message = failure(c.bytes, "x.gif");
