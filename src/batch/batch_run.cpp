@@ -155,7 +155,8 @@ std::optional<StageOutcome> refusedByHeader(const BatchArgs& args, const std::st
   std::ifstream in(picture, std::ios::binary);
   const std::vector<unsigned char> bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
   const PictureShape shape = inspectPictureFile(bytes.data(), bytes.size());
-  if (!shape.problem.empty() || shape.width <= 0 || shape.height <= 0) return std::nullopt;
+  // The header gives the first page's size only.
+  if (!shape.problem.empty() || shape.width <= 0 || shape.height <= 0 || args.page != 1) return std::nullopt;
   const double factor = paramsOf(args).scale;
   StageOutcome o;
   o.stage = Stage::rescale;
