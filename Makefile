@@ -24,7 +24,7 @@ DESTDIR ?=
 
 # Only `make fuzz` needs these.
 FUZZ_PACKAGES := clang libclang-rt-14-dev
-FUZZ_TARGETS  := picture values chains
+FUZZ_TARGETS  := picture values chains args writer
 
 .PHONY: all deps fuzz-deps configure build test test-asan test-tsan run bench demo install package fuzz clean
 

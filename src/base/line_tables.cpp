@@ -64,7 +64,7 @@ RecordTable& RecordTable::operator=(RecordTable&& other) noexcept {
 
 bool RecordTable::reserve(Int32 lastRecord) {
   if (lastRecord <= lastRecord_) return true;
-  if (!growable_) return false;
+  if (!growable_ || lastRecord > mostRecords_) return false;
   Records more = zeroedRecords(lastRecord, mapLarge_);
   std::memcpy(more.get(), records_.get(), (static_cast<std::size_t>(lastRecord_) + 1) * sizeof(LineRecord));
   records_ = std::move(more);

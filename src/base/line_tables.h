@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <limits>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -67,7 +69,14 @@ class RecordTable {
   // pictures whose lines are longer than the default tables hold; the
   // others end at their last record, as the window's tables do.
   bool growable() const { return growable_; }
-  void setGrowable(bool growable) { growable_ = growable; }
+  // A growing table stops at `lastRecord`, so that a run's tables stay within
+  // the memory it was given.
+  void setGrowable(bool growable, Int32 lastRecord = std::numeric_limits<Int32>::max() - 1) {
+    growable_ = growable;
+    mostRecords_ = lastRecord;
+  }
+  // The last record the table may come to hold.
+  Int32 mostRecords() const { return growable_ ? std::max(lastRecord_, mostRecords_) : lastRecord_; }
   // Records up to `lastRecord` are there afterwards, new ones zero. False,
   // and nothing changed, for a table that may not grow that far.
   bool reserve(Int32 lastRecord);
@@ -88,6 +97,7 @@ class RecordTable {
   std::string name_;
   Int32 lastRecord_;
   bool growable_ = false;
+  Int32 mostRecords_ = 0;
   bool mapLarge_ = true;
   Records records_;
 };

@@ -6,7 +6,9 @@
 namespace quern {
 
 // Writes content as the new contents of the file at path, the way a careful
-// editor saves, and never leaves a half-written drawing in place of an old one:
+// editor saves, and never leaves a half-written drawing in place of an old one.
+// An OutputSet of one output (see output_set.h, which also writes several
+// files together):
 //
 // - A regular file is written to a new file beside it, which takes the old
 //   file's permission bits and owner and is then renamed over it.

@@ -1,10 +1,12 @@
 #include "batch/batch_args.h"
 
 #include <cmath>
+#include <filesystem>
 #include <optional>
 #include <string_view>
 
 #include "base/number_text.h"
+#include "intake/picture_loader.h"
 #include "vector/chains.h"
 
 namespace quern {
@@ -15,7 +17,8 @@ const char* const kBatchUsage =
     "                       [--min-branch N] [--min-chain N] [--svg FILE.svg] [--fit [--fit-tolerance X]]\n"
     "                       [--clean] [--dxf 12|2000] [--origin top-left|lower-left]\n"
     "                       [--large [--max-megapixels N]] [--page N] [--quiet] [PICTURE] DRAWING.dxf\n"
-    "       quernline-batch [options] --out-dir DIR [--preview-dir DIR] [-j N] PICTURE...\n"
+    "       quernline-batch [options] --out-dir DIR [--preview-dir DIR] [-j N]\n"
+    "                       [--on-collision refuse|suffix] PICTURE...\n"
     "       quernline-batch --version\n"
     "  --scale F       rescale factor, 0.01 to 3 in steps of 0.01 (default 1)\n"
     "  --blur N        smoothing runs, 0 to 3 (default 1)\n"
@@ -56,12 +59,15 @@ const char* const kBatchUsage =
     "  --preview-dir DIR  with --out-dir, also write DIR/NAME.png, the preview of each\n"
     "  -j N            with --out-dir, pictures at a time, 1 to 64 (default: one per core)\n"
     "  --page N        of a multi-page TIFF, page N, 1 to 65535 (default 1)\n"
+    "  --on-collision R  with --out-dir, two pictures of one name (a/scan.gif, b/scan.jpg):\n"
+    "                  refuse (default: nothing is converted) or suffix (scan.dxf, scan-2.dxf ...)\n"
+    "  --              the end of the options: every later argument is a file\n"
     "  --quiet         no progress bars on the terminal\n"
     "  DRAWING         the DXF file to write; - writes it to standard output\n"
     "  PICTURE         a .jpg, .jpeg, .bmp, .gif, .png, .tif or .tiff file, in any case\n"
     "                  (default: the built-in picture)\n"
     "Exit status: 0 every drawing written, 1 a picture or a stage failed (nothing written for it),\n"
-    "2 bad arguments.\n";
+    "2 bad arguments, or an output that is an input or another output.\n";
 
 namespace {
 
@@ -176,6 +182,13 @@ std::optional<std::string> setOrigin(BatchArgs& args, const std::string&, const 
   return std::nullopt;
 }
 
+std::optional<std::string> setCollision(BatchArgs& args, const std::string&, const std::string& value) {
+  if (value != "refuse" && value != "suffix")
+    return "--on-collision " + value + " is refused: it takes refuse or suffix";
+  args.suffixOnCollision = value == "suffix";
+  return std::nullopt;
+}
+
 constexpr OptionRow kOptions[] = {
     {"--scale", true, setScale},
     {"--blur", true, setWhole<&BatchArgs::blur, 0, 3>},
@@ -205,6 +218,7 @@ constexpr OptionRow kOptions[] = {
     {"-j", true, setWhole<&BatchArgs::jobs, 1, 64>},
     {"--jobs", true, setWhole<&BatchArgs::jobs, 1, 64>},
     {"--quiet", false, setFlag<&BatchArgs::quiet>},
+    {"--on-collision", true, setCollision},
 };
 
 const OptionRow* optionNamed(std::string_view name) {
@@ -214,8 +228,35 @@ const OptionRow* optionNamed(std::string_view name) {
   return nullptr;
 }
 
+// Why a name cannot be an output file, or "". A drawing named for a folder
+// (or ending in a slash) would become a hidden ".dxf" inside it.
+std::string notAFile(const std::string& name, const std::string& what, const char* example) {
+  if (name.empty()) return "the " + what + "'s name is empty";
+  const std::filesystem::path p(name);
+  const std::string last = p.filename().string();
+  std::error_code ec;
+  if (last.empty() || last == "." || last == ".." || std::filesystem::is_directory(p, ec)) {
+    return "\"" + name + "\" is a folder: name the " + what + " to write in it, as " +
+           (p / example).lexically_normal().string();
+  }
+  return "";
+}
+
 // The options taken together: what one needs of another, and the files.
-std::optional<std::string> settle(BatchArgs& args, std::vector<std::string> positional) {
+// Options that would do nothing without another are refused rather than
+// quietly ignored.
+std::optional<std::string> settle(BatchArgs& args, std::vector<std::string> positional, bool megapixelsGiven) {
+  if (megapixelsGiven && !args.large) return "--max-megapixels goes with --large: without it the stages' limits hold";
+  if (args.noOriginal && !args.preview && !args.previewDir) {
+    return "--no-original changes only the preview: give --preview FILE or --preview-dir DIR";
+  }
+  if (args.suffixOnCollision && !args.outDir) return "--on-collision goes with --out-dir";
+  if (args.svg) {
+    if (std::string why = notAFile(*args.svg, "SVG picture", "drawing.svg"); !why.empty()) return why;
+  }
+  if (args.preview) {
+    if (std::string why = notAFile(*args.preview, "preview", "preview.png"); !why.empty()) return why;
+  }
   const bool paper = args.units != DrawingUnit::Pixel;
   if (paper && !args.dpi) {
     return "--units " + std::string(unitName(args.units)) +
@@ -236,8 +277,15 @@ std::optional<std::string> settle(BatchArgs& args, std::vector<std::string> posi
   if (args.previewDir || args.jobs != 0) return "--preview-dir and -j go with --out-dir";
   if (positional.empty()) return "the DXF drawing to write is missing";
   if (positional.size() > 2) return "too many files: give at most a picture and a drawing";
+  if (positional.size() == 1) {
+    if (isBatchPictureName(positional[0])) {
+      return positional[0] + " is a picture: name the drawing too (quernline-batch " + positional[0] +
+             " DRAWING.dxf), or convert many with --out-dir DIR";
+    }
+  }
   if (positional.size() == 2) args.picture = positional[0];
   args.drawing = positional.back();
+  if (std::string why = notAFile(args.drawing, "drawing", "drawing.dxf"); !why.empty()) return why;
   return std::nullopt;
 }
 
@@ -247,8 +295,14 @@ BatchParse parseBatchArgs(const std::vector<std::string>& argv) {
   BatchParse out;
   BatchArgs args;
   std::vector<std::string> positional;
+  bool megapixelsGiven = false;
   for (std::size_t i = 0; i < argv.size(); ++i) {
     const std::string& a = argv[i];
+    if (a == "--") {
+      positional.insert(positional.end(), argv.begin() + static_cast<std::ptrdiff_t>(i) + 1, argv.end());
+      break;
+    }
+    megapixelsGiven = megapixelsGiven || a == "--max-megapixels";
     if (a == "--help" || a == "-h") {
       out.help = true;
       return out;
@@ -273,7 +327,7 @@ BatchParse parseBatchArgs(const std::vector<std::string>& argv) {
       return out;
     }
   }
-  if (const std::optional<std::string> refused = settle(args, std::move(positional))) {
+  if (const std::optional<std::string> refused = settle(args, std::move(positional), megapixelsGiven)) {
     out.error = *refused;
     return out;
   }

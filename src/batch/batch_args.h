@@ -45,6 +45,7 @@ struct BatchArgs {
   std::optional<std::string> previewDir;  // and DIR/NAME.png
   std::vector<std::string> pictures;      // the pictures of an --out-dir run
   Int32 jobs = 0;                         // pictures at a time; 0: one per core
+  bool suffixOnCollision = false;         // --on-collision suffix: NAME-2.dxf for a second NAME
   bool quiet = false;                     // no progress on the terminal
   Int32 page = 1;                         // of a multi-page TIFF, counted from 1
 };

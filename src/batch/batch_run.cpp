@@ -1,24 +1,35 @@
 #include "batch/batch_run.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cmath>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
+#include <iterator>
+#include <map>
+#include <new>
+#include <set>
 #include <sstream>
 #include <thread>
 
 #include "base/errors.h"
+#include "base/file_identity.h"
 #include "base/number_text.h"
+#include "base/output_set.h"
 #include "batch/progress.h"
 #include "dxf/cad_dxf.h"
 #include "dxf/dxf_drawing.h"
 #include "dxf/dxf_writer.h"
 #include "intake/builtin_pictures.h"
+#include "intake/picture_format.h"
 #include "intake/picture_loader.h"
 #include "pipeline/preview.h"
 #include "pipeline/stage_chain.h"
 #include "pipeline/statistics.h"
+#include "processing/colour_normalise.h"
+#include "processing/filter_store.h"
 #include "svg/svg_writer.h"
 #include "vector/fitting.h"
 
@@ -69,10 +80,10 @@ StageParams paramsOf(const BatchArgs& args) {
   return p;
 }
 
-// The window's last preview, in a box of the picture's own shape (the
-// window's view is 400 pixels on its longer side): stage 6 draws on a
-// cleared box, over the original when it is kept.
-void writePreview(const StageChain& chain, const Picture& original, bool keepOriginal, const std::string& path) {
+// The window's last preview as PNG bytes, in a box of the picture's own
+// shape (the window's view is 400 pixels on its longer side): stage 6 draws
+// on a cleared box, over the original when it is kept.
+std::string previewPng(const StageChain& chain, const Picture& original, bool keepOriginal) {
   const Int32 w = pictureWidth(original);
   const Int32 h = pictureHeight(original);
   PictureBox box(static_cast<float>(kTwipsPerPixel), 0);
@@ -85,7 +96,7 @@ void writePreview(const StageChain& chain, const Picture& original, bool keepOri
   box.setScaleHeight(static_cast<float>(h));
   if (keepOriginal) box.PaintPicture(original, 0.0F, 0.0F, static_cast<float>(w), static_cast<float>(h));
   drawSegments(chain.segments(), box, chain.previewFactor());
-  saveBitmapPng(box, path);
+  return encodeBitmapPng(box);
 }
 
 // What stage 3 used, in words: the fixed or the chosen threshold, or the
@@ -117,6 +128,12 @@ std::optional<Int32> fittingScale(const BatchArgs& args, const StageOutcome& o) 
     fit = scale * static_cast<double>(o.limit) / static_cast<double>(o.count) * 0.95;
   } else if (o.width > 0 || o.height > 0) {
     fit = scale * static_cast<double>(o.limit) / std::max(o.width, o.height);
+  }
+  // Without --large the filters and the black-and-white stage take 1500
+  // pixels a side at most: a scale that passes the rescale must pass them too.
+  if (!args.large && o.width > 0 && o.height > 0) {
+    const double side = std::min(kFilterLimit, kBlackWhiteLimit) + 0.5;
+    fit = std::min(fit, scale * side / std::max(o.width, o.height));
   }
   const auto hundredths = static_cast<Int32>(std::floor(fit * 100.0 - 1e-9));
   if (hundredths < 1 || hundredths >= args.scale) return std::nullopt;
@@ -180,7 +197,7 @@ float lineWidthOf(long long black, const RecordTable& segments) {
   return static_cast<float>(std::clamp(static_cast<double>(black) / length, 1.0, 64.0));
 }
 
-std::string describe(const BatchArgs& args, const StageOutcome& o, const Darkness& darkness) {
+std::string describe(const BatchArgs& args, const StageOutcome& o, const Darkness& darkness = {}) {
   std::string reason = o.reason;
   while (!reason.empty() && reason.back() == '.') reason.pop_back();
   std::string text = std::string("stage ") + std::to_string(static_cast<int>(o.stage)) + " (" + stageName(o.stage) +
@@ -207,9 +224,59 @@ std::string describe(const BatchArgs& args, const StageOutcome& o, const Darknes
   return text;
 }
 
-}  // namespace
+// The rescale's refusal, told from the size in the picture's header before
+// any pixel is decoded, so that a --scale too large costs no picture memory.
+// Nothing when the header cannot be read: loading says why.
+std::optional<StageOutcome> refusedByHeader(const BatchArgs& args, const std::string& picture, long long limit) {
+  std::ifstream in(picture, std::ios::binary);
+  const std::vector<unsigned char> bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  const PictureShape shape = inspectPictureFile(bytes.data(), bytes.size());
+  // The header gives the first page's size only.
+  if (!shape.problem.empty() || shape.width <= 0 || shape.height <= 0 || args.page != 1) return std::nullopt;
+  const double factor = paramsOf(args).scale;
+  StageOutcome o;
+  o.stage = Stage::rescale;
+  o.width = static_cast<Int32>(std::min(2e9, std::round(static_cast<double>(shape.width) * factor)));
+  o.height = static_cast<Int32>(std::min(2e9, std::round(static_cast<double>(shape.height) * factor)));
+  o.limit = limit;
+  if (static_cast<long long>(o.width) * o.height <= limit) return std::nullopt;
+  o.kind = StageOutcome::Kind::refused;
+  o.reason = "the rescaled picture would be " + std::to_string(o.width) + " by " + std::to_string(o.height) +
+             " pixels, over the limit of " + std::to_string(limit) + " pixels";
+  return o;
+}
 
-BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
+std::string stemOf(const std::string& picture) {
+  return std::filesystem::path(picture).stem().string();
+}
+
+// With --out-dir: each picture's name in the output folders, or the clash.
+std::string nameOutputs(const BatchArgs& args, std::vector<PictureFiles>& files) {
+  const std::set<std::string> stems = [&] {
+    std::set<std::string> all;
+    for (const std::string& p : args.pictures) all.insert(stemOf(p));
+    return all;
+  }();
+  std::map<std::string, std::size_t> used;  // name -> the picture that has it
+  for (std::size_t i = 0; i < args.pictures.size(); ++i) {
+    std::string name = stemOf(args.pictures[i]);
+    if (const auto first = used.find(name); first != used.end()) {
+      if (!args.suffixOnCollision) {
+        return args.pictures[first->second] + " and " + args.pictures[i] + " would both be written as " +
+               (std::filesystem::path(*args.outDir) / (name + ".dxf")).string() +
+               ": rename one, or give --on-collision suffix";
+      }
+      const std::string stem = name;
+      for (int n = 2; stems.contains(name) || used.contains(name); ++n) name = stem + "-" + std::to_string(n);
+    }
+    used.emplace(name, i);
+    files[i].drawing = (std::filesystem::path(*args.outDir) / (name + ".dxf")).string();
+    if (args.previewDir) files[i].preview = (std::filesystem::path(*args.previewDir) / (name + ".png")).string();
+  }
+  return "";
+}
+
+BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
                            const std::optional<std::string>& preview, ProgressLine* progress) {
   const auto started = std::chrono::steady_clock::now();
   BatchResult result;
@@ -230,6 +297,11 @@ BatchResult convertPicture(const BatchArgs& args, const std::optional<std::strin
   // stays only while the preview still needs it.
   StageChain chain(context, report, ChainOptions{Retention::letGo});
   const StageParams params = paramsOf(args);
+  if (picture) {
+    if (const auto refused = refusedByHeader(args, *picture, context.limits.surfacePixels)) {
+      return finish(describe(args, *refused));
+    }
+  }
   Picture original;
   try {
     original = loadOriginal(args, picture);
@@ -258,23 +330,24 @@ BatchResult convertPicture(const BatchArgs& args, const std::optional<std::strin
     return finish(describe(args, last, darkness));
   }
   try {
+    // Every output is staged before any is put in place: a preview that
+    // cannot be written leaves the old drawing too.
     DrawingOptions options = drawingOptionsOf(args);
     options.lineWidth = lineWidthOf(blackPixels(outcomes), chain.segments());
     const std::vector<FittedChain> fitted =
         options.fit ? fitDrawing(chain.session.LineTable, options.fitTolerance) : std::vector<FittedChain>{};
+    const std::string dxf = options.fit ? cadDxfText(fitted, options) : dxfDrawingBytes(chain.segments(), options);
+    OutputSet outputs;
+    if (drawing != "-") outputs.add(withDxfExtension(drawing), dxf);
+    if (args.svg)
+      outputs.add(*args.svg, options.fit ? svgDrawing(fitted, options) : svgDrawing(chain.segments(), options));
+    if (preview) outputs.add(*preview, previewPng(chain, original, params.keepOriginal));
+    outputs.commit();
     if (drawing == "-") {
-      const std::string bytes = options.fit ? cadDxfText(fitted, options) : dxfDrawingBytes(chain.segments(), options);
-      std::cout.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+      std::cout.write(dxf.data(), static_cast<std::streamsize>(dxf.size()));
       std::cout.flush();
       if (!std::cout) throw FileError("cannot write the drawing to standard output");
-    } else if (options.fit) {
-      writeDxfDrawing(withDxfExtension(drawing), fitted, options);
-    } else {
-      writeDxfDrawing(withDxfExtension(drawing), chain.segments(), options);
     }
-    if (args.svg && options.fit) writeSvgFile(*args.svg, fitted, options);
-    if (args.svg && !options.fit) writeSvgFile(*args.svg, chain.segments(), options);
-    if (preview) writePreview(chain, original, params.keepOriginal, *preview);
   } catch (const QuernError& e) {
     return finish(e.what());
   }
@@ -290,25 +363,73 @@ BatchResult convertPicture(const BatchArgs& args, const std::optional<std::strin
   return finish("");
 }
 
+}  // namespace
+
+RunPlan planRun(const BatchArgs& args) {
+  RunPlan plan;
+  std::vector<std::string> inputs;
+  std::vector<std::string> outputs;
+  if (args.outDir) {
+    plan.pictures.resize(args.pictures.size());
+    for (std::size_t i = 0; i < args.pictures.size(); ++i) plan.pictures[i].picture = args.pictures[i];
+    plan.error = nameOutputs(args, plan.pictures);
+    if (!plan.error.empty()) return plan;
+    inputs = args.pictures;
+  } else {
+    plan.pictures.push_back({args.picture, withDxfExtension(args.drawing), args.preview});
+    if (args.picture) inputs.push_back(*args.picture);
+    if (args.svg) outputs.push_back(*args.svg);
+  }
+  for (const PictureFiles& f : plan.pictures) {
+    outputs.push_back(f.drawing);
+    if (f.preview) outputs.push_back(*f.preview);
+  }
+  if (const auto clash = firstClash(inputs, outputs)) {
+    const bool read = std::find(inputs.begin(), inputs.end(), clash->first) != inputs.end();
+    plan.error = read ? clash->second + " is the same file as the picture " + clash->first +
+                            ", which this run reads: nothing was written"
+                      : clash->second + " is the same file as " + clash->first +
+                            ", which this run writes too: nothing was written";
+  }
+  return plan;
+}
+
+BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
+                           const std::optional<std::string>& preview, ProgressLine* progress) {
+  const auto started = std::chrono::steady_clock::now();
+  try {
+    return convertOrThrow(args, picture, drawing, preview, progress);
+  } catch (const std::bad_alloc&) {
+    // The chain and its pictures are gone with the stack: the next picture has the memory back.
+    BatchResult result;
+    result.picture = picture.value_or("");
+    result.error = "out of memory: the run could not get the memory this picture needs, and wrote nothing for it";
+    result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    if (progress) progress->finish();
+    return result;
+  }
+}
+
 BatchResult runBatch(const BatchArgs& args, ProgressLine* progress) {
   return convertPicture(args, args.picture, args.drawing, args.preview, progress);
 }
 
 std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) {
-  const std::filesystem::path outDir(*args.outDir);
-  std::error_code made;
-  std::filesystem::create_directories(outDir, made);
-  if (args.previewDir) std::filesystem::create_directories(*args.previewDir, made);
+  for (const std::optional<std::string>& folder : {args.outDir, args.previewDir}) {
+    std::error_code made;
+    if (folder) std::filesystem::create_directories(*folder, made);
+    // The reason itself: a write into the folder would only say it is not there.
+    if (made) throw FileError("Cannot make the folder \"" + *folder + "\": " + made.message());
+  }
+  const RunPlan plan = planRun(args);
+  if (!plan.error.empty()) throw QuernError(plan.error);
   std::vector<BatchResult> results(args.pictures.size());
   std::atomic<std::size_t> next{0};
   std::atomic<std::size_t> finished{0};
   auto work = [&] {
     for (std::size_t i = next++; i < args.pictures.size(); i = next++) {
-      const std::string& picture = args.pictures[i];
-      const std::string stem = std::filesystem::path(picture).stem().string();
-      std::optional<std::string> preview;
-      if (args.previewDir) preview = (std::filesystem::path(*args.previewDir) / (stem + ".png")).string();
-      results[i] = convertPicture(args, picture, (outDir / (stem + ".dxf")).string(), preview, nullptr);
+      const PictureFiles& files = plan.pictures[i];
+      results[i] = convertPicture(args, files.picture, files.drawing, files.preview, nullptr);
       ++finished;
     }
   };
@@ -345,6 +466,16 @@ std::string summaryTable(const std::vector<BatchResult>& results) {
     out << r.picture << std::string(wide - r.picture.size(), ' ') << line << (r.ok() ? "written" : "failed: " + r.error)
         << "\n";
   }
+  std::size_t failed = 0;
+  double seconds = 0.0;
+  for (const BatchResult& r : results) {
+    failed += r.ok() ? 0 : 1;
+    seconds += r.seconds;
+  }
+  out << results.size() << (results.size() == 1 ? " picture: " : " pictures: ") << results.size() - failed
+      << " written, " << failed << " failed";
+  std::snprintf(line, sizeof line, ", %.2f seconds of work\n", seconds);
+  out << line;
   return out.str();
 }
 

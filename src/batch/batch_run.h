@@ -25,11 +25,30 @@ struct BatchResult {
   bool ok() const { return error.empty(); }
 };
 
+// The files of one picture's run.
+struct PictureFiles {
+  std::optional<std::string> picture;  // none: the built-in one
+  std::string drawing;                 // with its extension
+  std::optional<std::string> preview;
+};
+
+// Every picture's files, worked out and checked before any work: no output
+// may be an input or another output, by identity, whatever the names. With
+// --out-dir two pictures of one name (a/scan.gif, b/scan.jpg) are refused,
+// or with --on-collision suffix the later ones are written as scan-2 ...
+// in the order given. `error` names the clash.
+struct RunPlan {
+  std::vector<PictureFiles> pictures;
+  std::string error;
+};
+RunPlan planRun(const BatchArgs& args);
+
 // Loads one picture (or takes the built-in one), runs the six stages with
 // the run's values in a session of its own and, when every stage did its
-// work, writes the drawing and the preview asked for. A picture that could
-// not be loaded or a stage that refused or failed writes nothing: an existing
-// drawing of that name stays as it was. `progress` may be null.
+// work, writes the drawing, the SVG and the preview asked for, all together
+// or none. A picture that could not be loaded, a stage that refused or
+// failed, an output that could not be written or memory that ran out writes
+// nothing: every existing file stays as it was. `progress` may be null.
 BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
                            const std::optional<std::string>& preview, ProgressLine* progress);
 
@@ -39,9 +58,11 @@ BatchResult runBatch(const BatchArgs& args, ProgressLine* progress = nullptr);
 // The many-picture form: each picture to DIR/NAME.dxf (and DIR/NAME.png with
 // --preview-dir), args.jobs pictures at a time on threads of their own. One
 // picture's failure does not stop the others. Results in the pictures' order.
+// Throws QuernError when the folders cannot be made or the files clash.
 std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress = nullptr);
 
-// The summary of a many-picture run: picture, size, lines, seconds, result.
+// The summary of a many-picture run: picture, size, lines, seconds, result,
+// and a line of totals.
 std::string summaryTable(const std::vector<BatchResult>& results);
 
 }  // namespace quern

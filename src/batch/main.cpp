@@ -29,11 +29,19 @@ int main(int argc, char** argv) {
   const quern::BatchArgs& args = *parsed.args;
   quern::ProgressLine progress(!args.quiet && quern::ProgressLine::onTerminal());
   try {
+    // Before any work: an output over an input or over another output.
+    if (const quern::RunPlan plan = quern::planRun(args); !plan.error.empty()) {
+      std::cerr << "quernline-batch: " << plan.error << "\n";
+      return 2;
+    }
     if (args.outDir) {
       const std::vector<quern::BatchResult> results = quern::runMany(args, &progress);
       std::cout << quern::summaryTable(results);
       bool all = true;
-      for (const quern::BatchResult& r : results) all = all && r.ok();
+      for (const quern::BatchResult& r : results) {
+        if (!r.ok()) std::cerr << "quernline-batch: " << r.picture << ": " << r.error << "\n";
+        all = all && r.ok();
+      }
       return all ? 0 : 1;
     }
     const quern::BatchResult result = quern::runBatch(args, &progress);

@@ -183,7 +183,7 @@ std::string DxfDocument::text() const {
   return out;
 }
 
-void DxfDocument::DxfWriteAll(const std::string& fileName) const {
+std::string DxfDocument::fileBytes() const {
   const std::string whole = text();
   std::string lines;
   lines.reserve(whole.size() + whole.size() / 4);
@@ -195,7 +195,11 @@ void DxfDocument::DxfWriteAll(const std::string& fileName) const {
     }
   }
   lines += "\r\n";
-  replaceFile(fileName, lines);
+  return lines;
+}
+
+void DxfDocument::DxfWriteAll(const std::string& fileName) const {
+  replaceFile(fileName, fileBytes());
 }
 
 std::string withDxfExtension(const std::string& name) {

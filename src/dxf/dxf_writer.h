@@ -41,7 +41,9 @@ class DxfDocument {
   static std::string DxfHeaderText();
   // The whole file with bars for line ends.
   std::string text() const;
-  // Writes text() cut at its bars into CR LF lines: beside the target first,
+  // text() cut at its bars into CR LF lines: the bytes of the file.
+  std::string fileBytes() const;
+  // Writes fileBytes(): beside the target first,
   // then renamed over it, so a failed write leaves an existing file as it
   // was. Throws FileError naming the file and the reason.
   void DxfWriteAll(const std::string& fileName) const;

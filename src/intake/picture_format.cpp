@@ -1,5 +1,6 @@
 #include "intake/picture_format.h"
 
+#include <algorithm>
 #include <array>
 
 #include "intake/byte_reader.h"
@@ -197,6 +198,9 @@ PictureShape inspectJpeg(const Bytes& b) {
   std::int64_t h = 0;
   bool frame = false;
   bool scan = false;
+  bool arithmetic = false;
+  std::int64_t mcus = 0;
+  std::int64_t coded = 0;  // bytes of entropy-coded data in all scans
   const auto jpeg = [&](std::string p = {}) { return shape(PictureKind::Jpeg, w, h, std::move(p)); };
   std::size_t pos = 2;
   for (;;) {
@@ -208,6 +212,13 @@ PictureShape inspectJpeg(const Bytes& b) {
     pos += 2;
     if (marker == 0xD9) {
       if (!frame || !scan) return jpeg("it holds no image");
+      // Huffman coding spends at least one bit on the DC of each block, so a
+      // file whose scans are shorter than a bit a unit was cut or lies about
+      // its size; the reader would fill the rest and take the memory anyway.
+      if (!arithmetic && coded * 8 < mcus) {
+        return jpeg("its " + std::to_string(coded) + " bytes of image data cannot hold the " + std::to_string(w) +
+                    " by " + std::to_string(h) + " pixels it claims");
+      }
       return jpeg();
     }
     if ((marker >= 0xD0 && marker <= 0xD7) || marker == 0x01) continue;
@@ -221,6 +232,16 @@ PictureShape inspectJpeg(const Bytes& b) {
       w = b.be16(pos + 5);
       frame = true;
       if (w == 0 || h == 0) return jpeg("it claims no pixels");
+      arithmetic = marker >= 0xC9;
+      std::int64_t most = 1;  // the largest sampling factor, across and down
+      std::int64_t mostDown = 1;
+      const unsigned components = length >= 8 ? b.at(pos + 7) : 0;
+      for (unsigned c = 0; c < components && 8 + 3 * c + 1 < length; ++c) {
+        const unsigned factors = b.at(pos + 8 + 3 * c + 1);
+        most = std::max<std::int64_t>(most, factors >> 4);
+        mostDown = std::max<std::int64_t>(mostDown, factors & 15);
+      }
+      mcus = ((w + 8 * most - 1) / (8 * most)) * ((h + 8 * mostDown - 1) / (8 * mostDown));
     }
     pos += length;
     if (marker == 0xDA) {
@@ -228,10 +249,12 @@ PictureShape inspectJpeg(const Bytes& b) {
       scan = true;
       // Entropy-coded data runs to the next marker that is neither a stuffed
       // zero nor a restart.
+      const std::size_t start = pos;
       while (b.has(pos, 2) &&
              !(b.at(pos) == 0xFF && b.at(pos + 1) != 0 && (b.at(pos + 1) < 0xD0 || b.at(pos + 1) > 0xD7))) {
         ++pos;
       }
+      coded += static_cast<std::int64_t>(pos - start);
     }
   }
 }

@@ -41,8 +41,11 @@ Picture decodePictureFile(const unsigned char* data, std::size_t size, const std
 // Decodes the program's own pictures through the same readers; throws
 // FileError when they cannot be decoded.
 Picture decodePicture(const unsigned char* data, std::size_t size, const std::string& what);
-// Writes a box's persistent bitmap as an eight-bit RGB PNG file, replacing the
-// file only once it is complete; throws FileError.
+// A box's persistent bitmap as the bytes of an eight-bit RGB PNG file, for an
+// OutputSet that writes it with the other outputs of a run; throws FileError.
+std::string encodeBitmapPng(const PictureBox& box);
+// Writes encodeBitmapPng(box) as a file on its own, as replaceFile does;
+// throws FileError.
 void saveBitmapPng(const PictureBox& box, const std::string& path);
 
 }  // namespace quern

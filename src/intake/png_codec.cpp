@@ -147,7 +147,7 @@ Picture readPng(const unsigned char* data, std::size_t size, long long maxPixels
   return makePicture(job->width, job->height, std::move(job->pixels));
 }
 
-void saveBitmapPng(const PictureBox& box, const std::string& path) {
+std::string encodeBitmapPng(const PictureBox& box) {
   auto job = std::make_unique<PngJob>();
   job->width = box.pixelWidth();
   job->height = box.pixelHeight();
@@ -156,8 +156,15 @@ void saveBitmapPng(const PictureBox& box, const std::string& path) {
   bool done = false;
   if (job->info != nullptr) done = encode(*job, box.bits());
   png_destroy_write_struct(&job->png, &job->info);
-  if (!done) throw FileError("cannot write " + path + ": " + (job->message[0] != 0 ? job->message : "no memory"));
-  replaceFile(path, job->written);
+  if (!done) {
+    throw FileError("cannot make a PNG of " + std::to_string(job->width) + " by " + std::to_string(job->height) +
+                    " pixels: " + (job->message[0] != 0 ? job->message : "no memory"));
+  }
+  return std::move(job->written);
+}
+
+void saveBitmapPng(const PictureBox& box, const std::string& path) {
+  replaceFile(path, encodeBitmapPng(box));
 }
 
 }  // namespace quern

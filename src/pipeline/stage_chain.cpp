@@ -75,7 +75,7 @@ Progress& FractionReport::progressOf(Stage stage) {
 
 StageChain::StageChain(RasterContext& context, StageReport& report, ChainOptions options)
     : session(context.limits.mapLargeBlocks), context_(context), report_(report), options_(options) {
-  if (context.limits.tablesGrow) session.allowGrowth();
+  if (context.limits.tablesGrow) session.allowGrowth(context.limits.tableRecords);
 }
 
 void StageChain::setOriginal(Picture picture) {

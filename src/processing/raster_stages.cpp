@@ -109,7 +109,7 @@ ThinPictureResult thinPicture(const Picture& source, RecordTable& LineTable, con
   const ThinOutcome outcome = cells.loadgrid(scratch.box, toInt16(width), toInt16(height), LineTable, progress, grid);
   out.thin = {outcome, cells.foreground()};
   if (outcome == ThinOutcome::TooManyPixels) {
-    const Int32 most = LineTable.lastRecord() - 1;
+    const Int32 most = LineTable.mostRecords() - 1;
     out.refusal = sizeRefusal("thinning left " + std::to_string(cells.foreground()) +
                                   " line pixels and the line table takes " + std::to_string(most),
                               width, height, most);

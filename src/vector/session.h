@@ -1,5 +1,6 @@
 #pragma once
 
+#include <limits>
 #include <memory>
 
 #include "base/line_tables.h"
@@ -29,9 +30,9 @@ struct Session {
   Int32 LastPolyBound = 0;
 
   // Lets the three tables grow past their 100000 records when a picture's
-  // lines need more.
-  void allowGrowth() {
-    for (RecordTable* t : {&LineTable, &ChainTable, &OrderTable}) t->setGrowable(true);
+  // lines need more, up to `lastRecord` each.
+  void allowGrowth(Int32 lastRecord = std::numeric_limits<Int32>::max() - 1) {
+    for (RecordTable* t : {&LineTable, &ChainTable, &OrderTable}) t->setGrowable(true, lastRecord);
   }
 };
 

@@ -38,6 +38,14 @@ TEST(BatchArgs, OutOfRangeAndMalformedArgumentsAreRefused) {
       {"--threshold", "auto", "--local-window", "31", "o.dxf"},
       {"--threshold", "local", "--sensitivity", "1.5", "o.dxf"},
       {"--threshold", "local", "--local-window", "2", "o.dxf"},
+      {"scan.gif"},  // a picture alone would be converted into scan.gif.dxf
+      {"scan.gif", ""},
+      {"scan.gif", "/"},
+      {"scan.gif", "out/"},
+      {"--max-megapixels", "50", "o.dxf"},  // without --large nothing reads it
+      {"--no-original", "o.dxf"},           // without a preview nothing shows it
+      {"--on-collision", "suffix", "o.dxf"},
+      {"--on-collision", "overwrite", "--out-dir", "d", "a.gif"},
   };
   for (const auto& argv : bad) {
     const BatchParse p = parseBatchArgs(argv);
@@ -47,6 +55,16 @@ TEST(BatchArgs, OutOfRangeAndMalformedArgumentsAreRefused) {
   EXPECT_NE(parseBatchArgs({"--blur", "4", "o.dxf"}).error.find("0 to 3"), std::string::npos);
   EXPECT_NE(parseBatchArgs({"--units", "mm", "o.dxf"}).error.find("--dpi"), std::string::npos);
   EXPECT_NE(parseBatchArgs({"--dpi", "300", "o.dxf"}).error.find("--units mm"), std::string::npos);
+  EXPECT_NE(parseBatchArgs({"scan.gif"}).error.find("scan.gif DRAWING.dxf"), std::string::npos);
+}
+
+TEST(BatchArgs, TwoDashesEndTheOptions) {
+  const BatchParse p = parseBatchArgs({"--large", "--", "--scale.gif", "-j.dxf"});
+  ASSERT_TRUE(p.args) << p.error;
+  EXPECT_TRUE(p.args->large);
+  EXPECT_EQ(p.args->picture, "--scale.gif");
+  EXPECT_EQ(p.args->drawing, "-j.dxf");
+  EXPECT_FALSE(parseBatchArgs({"--", "--large", "a.gif", "o.dxf"}).args) << "three files";
 }
 
 TEST(BatchArgs, OutputOptionsGiveTheDrawingOptions) {

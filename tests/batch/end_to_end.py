@@ -190,9 +190,11 @@ class LargeScans(unittest.TestCase):
         self.assertEqual(r.returncode, 1)
         self.assertEqual(sorted(os.listdir(outdir)), ["plan.dxf", "strokes.dxf"])
         self.assertEqual(sorted(os.listdir(previews)), ["plan.png", "strokes.png"])
-        rows = r.stdout.splitlines()[1:]
+        rows = r.stdout.splitlines()[1:-1]
         self.assertEqual([row.split()[-1] if "written" in row else "failed" for row in rows],
                          ["written", "failed", "written"])
+        self.assertTrue(r.stdout.splitlines()[-1].startswith("3 pictures: 2 written, 1 failed"), r.stdout)
+        self.assertIn("bad.gif: ", r.stderr)
         # The same drawing as the single-picture form writes.
         single = self.path("plan.dxf")
         self.assertEqual(run(pictures[0], single).returncode, 0)

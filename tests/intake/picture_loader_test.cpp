@@ -101,6 +101,20 @@ Bytes jpegClaiming(const char* name, unsigned rows) {
 // A file of a kind the intake does not read.
 const Bytes kPdf = {'%', 'P', 'D', 'F', '-', '1', '.', '4', '\n'};
 
+// A JPEG whose frame header claims another size than its scans hold.
+Bytes claiming(Bytes b, unsigned w, unsigned h) {
+  for (std::size_t i = 2; i + 9 < b.size(); ++i) {
+    if (b[i] == 0xFF && (b[i + 1] == 0xC0 || b[i + 1] == 0xC2)) {
+      b[i + 5] = static_cast<unsigned char>(h >> 8);
+      b[i + 6] = static_cast<unsigned char>(h & 255);
+      b[i + 7] = static_cast<unsigned char>(w >> 8);
+      b[i + 8] = static_cast<unsigned char>(w & 255);
+      break;
+    }
+  }
+  return b;
+}
+
 std::string failure(const Bytes& b, const std::string& what) {
   try {
     decodePictureFile(b.data(), b.size(), what);
@@ -136,6 +150,9 @@ TEST(PictureLoader, IncompleteLyingOrForeignFilesAreRefusedWithTheReason) {
       {"progressive JPEG claiming more rows", jpegClaiming("progressive.jpg", 300), "the JPEG decoder stopped"},
       {"PDF bytes", kPdf, "it is not a JPEG, BMP, GIF, PNG or TIFF picture"},
       {"text", Bytes{'G', 'I', 'F', '8', '9', 'b'}, "it is not a JPEG, BMP, GIF, PNG or TIFF picture"},
+      {"JPEG claiming 6000 x 6000", claiming(fixture("grey.jpg"), 6000, 6000), "not a complete JPEG picture: its "},
+      {"progressive JPEG claiming 6000 x 6000", claiming(fixture("progressive.jpg"), 6000, 6000),
+       "not a complete JPEG picture: its "},
   };
   for (const Case& c : cases) {
     const std::string message = failure(c.bytes, "x.gif");

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quern {
+
+// The files one run writes (a drawing, its SVG, its preview, any later
+// report), put in place together or not at all. Each output is written the
+// way a careful editor saves:
+//
+// - A regular file is written to a new file beside it, which takes the old
+//   file's permission bits and owner and is then renamed over it. Where the
+//   file system allows, the new file has no name until it is put in place,
+//   so even a killed process leaves nothing behind.
+// - A symbolic link is followed to the file it names, and that file is
+//   replaced; the link stays a link.
+// - A file with more than one hard link is written in place, so every name
+//   sees the new contents. So is a file whose folder takes no new file or
+//   whose owner a new file could not keep. Space is reserved before the first
+//   byte is overwritten, and the old contents are kept to be put back.
+// - A character device or a fifo is written directly at commit; a fifo no
+//   program reads from, a folder, a disk device or a socket is refused.
+//
+// add() does the slow work (the bytes go to disk) and refuses what can never
+// be written; commit() puts every output in place. When one output fails at
+// commit, those already in place get their old contents back, so no old file
+// changes; only a device or fifo written before the failing one has seen its
+// bytes. An output set that is destroyed without commit leaves every file as
+// it was and removes what it made. SIGINT, SIGTERM and SIGHUP remove the
+// named temporaries too (see temp_registry.h).
+//
+// Throws FileError naming the file and the reason.
+class OutputSet {
+ public:
+  struct Options {
+    // Use unnamed temporaries (O_TMPFILE) where the file system has them.
+    bool unnamedTemporaries = true;
+  };
+
+  OutputSet();
+  explicit OutputSet(Options options);
+  ~OutputSet();
+  OutputSet(const OutputSet&) = delete;
+  OutputSet& operator=(const OutputSet&) = delete;
+
+  // Stages content as the new contents of path. Refuses a path that is the
+  // same file as an output already staged.
+  void add(const std::string& path, std::string_view content);
+  // Puts every staged output in place, or none of them.
+  void commit();
+  // Names staged so far, as given.
+  std::vector<std::string> paths() const;
+
+  struct Output;  // one staged file; defined where it is written
+
+ private:
+  void rollBack(std::size_t placed);
+  Options options_;
+  std::vector<std::unique_ptr<Output>> outputs_;
+  bool committed_ = false;
+};
+
+}  // namespace quern

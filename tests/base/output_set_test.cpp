@@ -1,0 +1,253 @@
+#include "base/output_set.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "../temp_files.h"
+#include "base/errors.h"
+#include "base/file_identity.h"
+#include "base/temp_registry.h"
+
+namespace quern {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::readAll;
+using Folder = testing::TempFolder;
+
+void writeText(const fs::path& path, const std::string& text, mode_t mode = 0644) {
+  std::ofstream(path, std::ios::binary) << text;
+  ::chmod(path.c_str(), mode);
+}
+struct stat statOf(const fs::path& p) {
+  struct stat st {};
+  ::stat(p.c_str(), &st);
+  return st;
+}
+// The reason a set was refused (at add or at commit), or "" when written.
+std::string writeSet(const std::vector<std::pair<fs::path, std::string>>& outputs, OutputSet::Options options = {}) {
+  try {
+    OutputSet set(options);
+    for (const auto& [path, text] : outputs) set.add(path.string(), text);
+    set.commit();
+  } catch (const FileError& e) {
+    return e.what();
+  }
+  return "";
+}
+// A character device in the test's own folder, as /dev/null (1, 3) or
+// /dev/full (1, 7) are; only root may make one.
+bool makeDevice(const fs::path& p, unsigned minor) {
+  return ::mknod(p.c_str(), S_IFCHR | 0666, ::makedev(1, minor)) == 0;
+}
+constexpr OutputSet::Options kNamed{false};
+constexpr OutputSet::Options kUnnamed{true};
+
+TEST(OutputSet, EachKindOfTargetKeepsWhatItIs) {
+  for (const OutputSet::Options options : {kNamed, kUnnamed}) {
+    Folder f;
+    ::umask(022);
+    writeText(f / "private.dxf", "old", 0600);
+    writeText(f / "real.svg", "old", 0640);
+    fs::create_symlink("real.svg", f / "link.svg");
+    writeText(f / "linked.png", "old");
+    fs::create_hard_link(f / "linked.png", f / "other-name.png");
+    ASSERT_EQ(::mkfifo((f / "read.fifo").c_str(), 0600), 0);
+    const int reader = ::open((f / "read.fifo").c_str(), O_RDONLY | O_NONBLOCK);
+    const bool root = makeDevice(f / "null.dev", 3);
+    // What is written, where it must land, its mode, and whether the file
+    // that was there is the one written.
+    struct Case {
+      const char* name;
+      const char* lands;
+      mode_t mode;
+      bool sameInode;
+    };
+    const Case cases[] = {
+        {"private.dxf", "private.dxf", 0600, false},
+        {"link.svg", "real.svg", 0640, false},
+        {"linked.png", "other-name.png", 0644, true},
+        {"new.html", "new.html", 0644, false},
+    };
+    std::vector<std::pair<fs::path, std::string>> outputs;
+    for (const Case& c : cases) outputs.emplace_back(f / c.name, std::string("new ") + c.name);
+    outputs.emplace_back(f / "read.fifo", "through the pipe");
+    if (root) outputs.emplace_back(f / "null.dev", "into nothing");
+    std::vector<ino_t> before;
+    for (const Case& c : cases) before.push_back(statOf(f / c.lands).st_ino);
+
+    ASSERT_EQ(writeSet(outputs, options), "");
+    for (std::size_t i = 0; i < std::size(cases); ++i) {
+      const Case& c = cases[i];
+      EXPECT_EQ(readAll(f / c.lands), std::string("new ") + c.name) << c.name;
+      EXPECT_EQ(statOf(f / c.lands).st_mode & 07777, c.mode) << c.name;
+      if (c.sameInode) {
+        EXPECT_EQ(statOf(f / c.lands).st_ino, before[i]) << c.name;
+      }
+    }
+    char got[64] = {};
+    EXPECT_EQ(::read(reader, got, sizeof got), 16);
+    EXPECT_STREQ(got, "through the pipe");
+    ::close(reader);
+    EXPECT_TRUE(fs::is_symlink(f / "link.svg"));
+    EXPECT_TRUE(fs::is_fifo(f / "read.fifo"));
+    if (root) {
+      EXPECT_TRUE(fs::is_character_file(f / "null.dev"));
+    }
+    EXPECT_EQ(readAll(f / "other-name.png"), "new linked.png");
+    EXPECT_EQ(f.entries(), root ? 8 : 7) << "nothing is left beside the targets";
+    EXPECT_EQ(registeredTemporaries(), 0);
+  }
+}
+
+TEST(OutputSet, NamesOfOneFileClash) {
+  Folder f;
+  writeText(f / "in.gif", "picture");
+  fs::create_hard_link(f / "in.gif", f / "hard.gif");
+  fs::create_symlink("in.gif", f / "soft.gif");
+  fs::create_directory(f / "sub");
+  fs::create_symlink("sub", f / "via");
+  const std::string dot = (f.path / "." / "in.gif").string();
+  struct Case {
+    std::vector<std::string> inputs;
+    std::vector<std::string> outputs;
+    const char* clash;  // the second name of the clash, or "" for none
+  };
+  const Case cases[] = {
+      {{f.file("in.gif")}, {f.file("out.dxf"), dot}, "in.gif"},
+      {{f.file("hard.gif")}, {f.file("in.gif")}, "in.gif"},
+      {{f.file("soft.gif")}, {f.file("out.dxf"), f.file("in.gif")}, "in.gif"},
+      {{}, {f.file("sub/new.dxf"), f.file("via/new.dxf")}, "via/new.dxf"},
+      {{}, {f.file("a.dxf"), f.file("a.svg"), f.file("a.DXF")}, ""},
+      {{f.file("in.gif"), f.file("in.gif")}, {f.file("in.dxf")}, ""},
+  };
+  for (const Case& c : cases) {
+    const auto clash = firstClash(c.inputs, c.outputs);
+    if (*c.clash == '\0') {
+      EXPECT_FALSE(clash) << clash->first << " / " << clash->second;
+    } else {
+      ASSERT_TRUE(clash) << c.clash;
+      EXPECT_TRUE(clash->second.ends_with(c.clash)) << clash->second;
+    }
+  }
+  // The set itself refuses a second name of one output, before anything is written.
+  writeText(f / "old.dxf", "old");
+  fs::create_symlink("old.dxf", f / "also.dxf");
+  const std::string why = writeSet({{f / "old.dxf", "one"}, {f / "also.dxf", "two"}});
+  EXPECT_NE(why.find("the same file as"), std::string::npos) << why;
+  EXPECT_EQ(readAll(f / "old.dxf"), "old");
+  EXPECT_EQ(f.entries(), 7);
+}
+
+// One output fails, at add or at commit, after others were staged or placed:
+// every old file stays byte for byte as it was and nothing new is left.
+TEST(OutputSet, AFailingOutputChangesNoOldFile) {
+  Folder f;
+  fs::create_directory(f / "folder.png");
+  ASSERT_EQ(::mkfifo((f / "unread.fifo").c_str(), 0600), 0);
+  ASSERT_EQ(::mkfifo((f / "closing.fifo").c_str(), 0600), 0);
+  const bool root = makeDevice(f / "full.dev", 7);
+  struct Case {
+    const char* failing;
+    const char* reason;
+    bool closeReader;  // the fifo's reader goes away before the commit
+  };
+  std::vector<Case> cases = {
+      {"folder.png", "it is a folder", false},
+      {"unread.fifo", "no program is reading from", false},
+      {"closing.fifo", "Broken pipe", true},
+      {"missing/x.png", "No such file or directory", false},
+  };
+  if (root) cases.push_back({"full.dev", "No space left on device", false});
+  const std::string big(300000, 'n');
+  for (const OutputSet::Options options : {kNamed, kUnnamed}) {
+    for (const Case& c : cases) {
+      writeText(f / "drawing.dxf", "old drawing", 0640);
+      writeText(f / "linked.svg", "old svg");
+      fs::remove(f / "second.svg");
+      fs::create_hard_link(f / "linked.svg", f / "second.svg");
+      fs::remove(f / "new.html");
+      const int reader = ::open((f / "closing.fifo").c_str(), O_RDONLY | O_NONBLOCK);
+      std::string why;
+      try {
+        OutputSet set(options);
+        set.add(f.file("drawing.dxf"), big);
+        set.add(f.file("linked.svg"), big);
+        set.add(f.file("new.html"), big);
+        set.add(f.file(c.failing), big);
+        if (c.closeReader) ::close(reader);
+        set.commit();
+      } catch (const FileError& e) {
+        why = e.what();
+      }
+      if (!c.closeReader) ::close(reader);
+      EXPECT_NE(why.find(c.reason), std::string::npos) << c.failing << ": " << why;
+      EXPECT_NE(why.find(c.failing), std::string::npos) << why;
+      EXPECT_EQ(readAll(f / "drawing.dxf"), "old drawing") << c.failing;
+      EXPECT_EQ(statOf(f / "drawing.dxf").st_mode & 07777, 0640U) << c.failing;
+      EXPECT_EQ(readAll(f / "second.svg"), "old svg") << c.failing;
+      EXPECT_FALSE(fs::exists(f / "new.html")) << c.failing;
+      EXPECT_EQ(f.entries(), root ? 7 : 6) << c.failing << ": a temporary was left";
+      EXPECT_EQ(registeredTemporaries(), 0);
+    }
+  }
+}
+
+// A child stages a large output and is then signalled, during its write or
+// after it; the signal ends it as it would have, and the folder holds only
+// the old file. An unnamed temporary leaves nothing even after SIGKILL.
+TEST(OutputSet, AnInterruptedWriteLeavesNothingBehind) {
+  struct Case {
+    int sig;
+    OutputSet::Options options;
+    bool duringWrite;
+  };
+  const Case cases[] = {
+      {SIGINT, kNamed, false}, {SIGTERM, kNamed, false},   {SIGHUP, kNamed, false},
+      {SIGTERM, kNamed, true}, {SIGKILL, kUnnamed, false},
+  };
+  const std::string big(64 << 20, 'x');
+  for (const Case& c : cases) {
+    Folder f;
+    writeText(f / "drawing.dxf", "old drawing");
+    int ready[2];
+    ASSERT_EQ(::pipe(ready), 0);
+    const pid_t child = ::fork();
+    if (child == 0) {
+      ::close(ready[0]);
+      OutputSet set(c.options);
+      if (c.duringWrite && ::write(ready[1], "s", 1) != 1) ::_exit(3);
+      set.add(f.file("drawing.dxf"), big);
+      if (!c.duringWrite && ::write(ready[1], "r", 1) != 1) ::_exit(3);
+      ::pause();
+      ::_exit(0);
+    }
+    ::close(ready[1]);
+    char got = 0;
+    ASSERT_EQ(::read(ready[0], &got, 1), 1);
+    ::close(ready[0]);
+    if (c.duringWrite) {
+      // As soon as the hidden file is there, the write has begun.
+      for (int i = 0; i < 20000 && f.entries() < 2; ++i) std::this_thread::sleep_for(std::chrono::microseconds(50));
+    }
+    ::kill(child, c.sig);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == c.sig) << "signal " << c.sig << ", status " << status;
+    EXPECT_EQ(f.entries(), 1) << "signal " << c.sig;
+    EXPECT_EQ(readAll(f / "drawing.dxf"), "old drawing");
+  }
+}
+
+}  // namespace
+}  // namespace quern
