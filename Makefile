@@ -12,7 +12,8 @@ CMAKE_GEN  := -G Ninja
 SUDO := $(shell [ "$$(id -u)" = 0 ] || echo sudo)
 PACKAGES := cmake ninja-build g++ make pkg-config qt6-base-dev libgl-dev \
             libgtest-dev libgmock-dev libbenchmark-dev \
-            python3 python3-ezdxf python3-pil xvfb xauth fonts-dejavu-extra desktop-file-utils
+            python3 python3-ezdxf python3-pil xvfb xauth fonts-dejavu-extra desktop-file-utils \
+            chromium
 # What `make package` needs beyond the build: dpkg-shlibdeps reads the programs' libraries.
 PACKAGE_TOOLS := dpkg-dev file
 

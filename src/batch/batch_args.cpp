@@ -13,8 +13,8 @@ const char* const kBatchUsage =
     "usage: quernline-batch [--scale F] [--blur N] [--threshold T] [--tolerance K] [--reorder]\n"
     "                       [--no-original] [--preview FILE.png] [--dpi N --units mm|in] [--polyline]\n"
     "                       [--min-branch N] [--min-chain N] [--svg FILE.svg] [--large [--max-megapixels N]]\n"
-    "                       [--quiet] [PICTURE] DRAWING.dxf\n"
-    "       quernline-batch [options] --out-dir DIR [--preview-dir DIR] [-j N] PICTURE...\n"
+    "                       [--quiet] [--report FILE.html] [PICTURE] DRAWING.dxf\n"
+    "       quernline-batch [options] --out-dir DIR [--preview-dir DIR] [-j N] [--report FILE.html] PICTURE...\n"
     "       quernline-batch --version\n"
     "  --scale F       rescale factor, 0.01 to 3 in steps of 0.01 (default 1)\n"
     "  --blur N        smoothing runs, 0 to 3 (default 1)\n"
@@ -39,6 +39,9 @@ const char* const kBatchUsage =
     "  --preview-dir DIR  with --out-dir, also write DIR/NAME.png, the preview of each\n"
     "  -j N            with --out-dir, pictures at a time, 1 to 64 (default: one per core)\n"
     "  --quiet         no progress bars on the terminal\n"
+    "  --report FILE   also write FILE.html, a page to review the run in a browser: totals, then a\n"
+    "                  thumbnail of each picture with its lines in red, failures first; its\n"
+    "                  thumbnails and previews go to the folder FILE_files beside it\n"
     "  PICTURE         a .jpg, .JPG, .bmp, .BMP, .gif or .GIF file (default: the built-in picture)\n"
     "Exit status: 0 every drawing written, 1 a picture or a stage failed (nothing written for it),\n"
     "2 bad arguments.\n";
@@ -129,6 +132,7 @@ constexpr OptionRow kOptions[] = {
     {"-j", true, setWhole<&BatchArgs::jobs, 1, 64>},
     {"--jobs", true, setWhole<&BatchArgs::jobs, 1, 64>},
     {"--quiet", false, setFlag<&BatchArgs::quiet>},
+    {"--report", true, setName<&BatchArgs::report, false>},
 };
 
 const OptionRow* optionNamed(std::string_view name) {

@@ -36,6 +36,7 @@ struct BatchArgs {
   std::vector<std::string> pictures;      // the pictures of an --out-dir run
   Int32 jobs = 0;                         // pictures at a time; 0: one per core
   bool quiet = false;                     // no progress on the terminal
+  std::optional<std::string> report;      // the review page, FILE.html
 };
 
 // How the drawing is to be written: the unit scale counts the rescale

@@ -10,6 +10,7 @@
 #include "base/errors.h"
 #include "base/number_text.h"
 #include "batch/progress.h"
+#include "batch/report.h"
 #include "dxf/dxf_drawing.h"
 #include "dxf/dxf_writer.h"
 #include "intake/builtin_pictures.h"
@@ -22,6 +23,9 @@
 namespace quern {
 
 namespace {
+
+// The thumbnail has this many times fewer pixels a side than the preview.
+constexpr Int32 kThumbnailShrink = 2;
 
 // The terminal's progress line: a line for each stage that reports, its bar
 // at the fraction the stage has done.
@@ -63,15 +67,28 @@ StageParams paramsOf(const BatchArgs& args) {
 }
 
 // The window's last preview: stage 6 draws on a cleared box, over the
-// original when it is kept.
-void writePreview(const StageChain& chain, const Picture& original, bool keepOriginal, const std::string& path) {
+// original when it is kept. The thumbnail is the same made small; it shrinks
+// the preview's backdrop rather than the original, so a large scan is read
+// once, and draws the lines anew so that none is lost in the shrinking.
+// Without segments (a stage stopped) it shows the original alone.
+void writePreviews(const RecordTable* segments, float factor, const Picture& original, bool keepOriginal,
+                   const std::optional<std::string>& preview, const std::optional<std::string>& thumbnail) {
   const Int32 w = pictureWidth(original);
   const Int32 h = pictureHeight(original);
   PictureBox box(static_cast<float>(kTwipsPerPixel), 0);
   layOutPreview(box, w, h);
   if (keepOriginal) box.PaintPicture(original, 0.0F, 0.0F, static_cast<float>(w), static_cast<float>(h));
-  drawSegments(chain.segments(), box, chain.previewFactor());
-  saveBitmapPng(box, path);
+  if (thumbnail) {
+    PictureBox small(static_cast<float>(kTwipsPerPixel * kThumbnailShrink), 0);
+    layOutPreview(small, w, h);
+    if (keepOriginal) small.PaintPicture(box.Image(), 0.0F, 0.0F, static_cast<float>(w), static_cast<float>(h));
+    if (segments) drawSegments(*segments, small, factor);
+    saveBitmapPng(small, *thumbnail);
+  }
+  if (preview && segments) {
+    drawSegments(*segments, box, factor);
+    saveBitmapPng(box, *preview);
+  }
 }
 
 // A rescale factor, in hundredths, at which a refused picture would fit.
@@ -111,11 +128,14 @@ std::string describe(const BatchArgs& args, const StageOutcome& o) {
 }  // namespace
 
 BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
-                           const std::optional<std::string>& preview, ProgressLine* progress) {
+                           const std::optional<std::string>& preview, ProgressLine* progress,
+                           const std::optional<std::string>& thumbnail) {
   const auto started = std::chrono::steady_clock::now();
   BatchResult result;
   result.picture = picture.value_or("");
-  auto finish = [&](std::string error) {
+  result.threshold = args.threshold;
+  auto finish = [&](std::string failedAt, std::string error) {
+    result.failedAt = std::move(failedAt);
     result.error = std::move(error);
     result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
     if (progress) progress->finish();
@@ -135,32 +155,76 @@ BatchResult convertPicture(const BatchArgs& args, const std::optional<std::strin
   try {
     original = loadOriginal(args, picture);
   } catch (const QuernError& e) {
-    return finish(e.what());
+    return finish("loading", e.what());
   }
   result.width = pictureWidth(original);
   result.height = pictureHeight(original);
   chain.setOriginal(original);
-  if (!preview) original = nullptr;
+  if (!preview && !thumbnail) original = nullptr;
   const std::vector<StageOutcome> outcomes = chain.run(Stage::rescale, params);
-  if (!outcomes.back().done()) return finish(describe(args, outcomes.back()));
+  if (!outcomes.back().done()) {
+    const StageOutcome& stopped = outcomes.back();
+    if (thumbnail) {
+      // The review page shows what was refused; the drawing's files stay untouched.
+      try {
+        writePreviews(nullptr, 1.0F, original, params.keepOriginal, std::nullopt, thumbnail);
+        result.thumbnail = *thumbnail;
+      } catch (const QuernError&) {
+      }
+    }
+    return finish("stage " + std::to_string(static_cast<int>(stopped.stage)) + " (" + stageName(stopped.stage) + ")",
+                  describe(args, stopped));
+  }
   try {
     const DrawingOptions options = drawingOptionsOf(args);
-    writeDxfDrawing(withDxfExtension(drawing), chain.segments(), options);
-    if (args.svg) writeSvgFile(*args.svg, chain.segments(), options);
-    if (preview) writePreview(chain, original, params.keepOriginal, *preview);
+    result.drawing = withDxfExtension(drawing);
+    writeDxfDrawing(result.drawing, chain.segments(), options);
+    if (args.svg) {
+      writeSvgFile(*args.svg, chain.segments(), options);
+      result.svg = *args.svg;
+    }
+    if (preview || thumbnail) {
+      writePreviews(&chain.segments(), chain.previewFactor(), original, params.keepOriginal, preview, thumbnail);
+      result.preview = preview.value_or("");
+      result.thumbnail = thumbnail.value_or("");
+    }
   } catch (const QuernError& e) {
-    return finish(e.what());
+    return finish("writing", e.what());
   }
   const std::string name = picture ? std::filesystem::path(*picture).filename().string() : std::string();
   result.lines = chain.segments().count();
   const std::array<std::string, 6> lines =
       statisticsLines(name, result.width, result.height, outcomes.front().width, outcomes.front().height, result.lines);
   result.statistics.assign(lines.begin(), lines.end());
-  return finish("");
+  return finish("", "");
 }
 
+namespace {
+
+// With --report, a picture's thumbnail beside the page, and its preview there
+// too unless one was asked for elsewhere.
+void reportPictures(const BatchArgs& args, const std::string& stem, std::optional<std::string>& preview,
+                    std::optional<std::string>& thumbnail) {
+  if (!args.report) return;
+  thumbnail = reportFile(*args.report, stem, ".thumb.png");
+  if (!preview) preview = reportFile(*args.report, stem, ".png");
+}
+
+void makeReportFolder(const BatchArgs& args) {
+  if (!args.report) return;
+  std::error_code made;
+  std::filesystem::create_directories(std::filesystem::path(reportFile(*args.report, "x", "")).parent_path(), made);
+}
+
+}  // namespace
+
 BatchResult runBatch(const BatchArgs& args, ProgressLine* progress) {
-  return convertPicture(args, args.picture, args.drawing, args.preview, progress);
+  std::optional<std::string> preview = args.preview;
+  std::optional<std::string> thumbnail;
+  makeReportFolder(args);
+  reportPictures(args, args.picture ? std::filesystem::path(*args.picture).stem().string() : "builtin", preview,
+                 thumbnail);
+  return convertPicture(args, args.picture, args.drawing, preview, progress, thumbnail);
 }
 
 std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) {
@@ -168,6 +232,7 @@ std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) 
   std::error_code made;
   std::filesystem::create_directories(outDir, made);
   if (args.previewDir) std::filesystem::create_directories(*args.previewDir, made);
+  makeReportFolder(args);
   std::vector<BatchResult> results(args.pictures.size());
   std::atomic<std::size_t> next{0};
   std::atomic<std::size_t> finished{0};
@@ -177,7 +242,9 @@ std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) 
       const std::string stem = std::filesystem::path(picture).stem().string();
       std::optional<std::string> preview;
       if (args.previewDir) preview = (std::filesystem::path(*args.previewDir) / (stem + ".png")).string();
-      results[i] = convertPicture(args, picture, (outDir / (stem + ".dxf")).string(), preview, nullptr);
+      std::optional<std::string> thumbnail;
+      reportPictures(args, stem, preview, thumbnail);
+      results[i] = convertPicture(args, picture, (outDir / (stem + ".dxf")).string(), preview, nullptr, thumbnail);
       ++finished;
     }
   };

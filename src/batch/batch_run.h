@@ -14,13 +14,20 @@ class ProgressLine;
 // What one picture's run came to: the statistics the window would show, or
 // the reason nothing was written.
 struct BatchResult {
-  std::string picture;  // as named on the command line; empty for the built-in one
-  std::string error;    // empty when the drawing was written
+  std::string picture;   // as named on the command line; empty for the built-in one
+  std::string error;     // empty when the drawing was written
+  std::string failedAt;  // what failed, in words: "loading", a stage's name, "writing"
   std::vector<std::string> statistics;
   Int32 width = 0;  // of the original
   Int32 height = 0;
   Int32 lines = 0;  // records of the drawing
   double seconds = 0.0;
+  Int32 threshold = 0;  // the black-and-white threshold it ran with
+  // The files written for it, as named to the writers; empty when not written.
+  std::string drawing;
+  std::string svg;
+  std::string preview;
+  std::string thumbnail;
   bool ok() const { return error.empty(); }
 };
 
@@ -28,15 +35,19 @@ struct BatchResult {
 // the run's values in a session of its own and, when every stage did its
 // work, writes the drawing and the preview asked for. A picture that could
 // not be loaded or a stage that refused or failed writes nothing: an existing
-// drawing of that name stays as it was. `progress` may be null.
+// drawing of that name stays as it was. `progress` may be null. A
+// `thumbnail` is the preview made small, for the review page; a picture that
+// loaded but failed a stage still gets one, of the original alone.
 BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
-                           const std::optional<std::string>& preview, ProgressLine* progress);
+                           const std::optional<std::string>& preview, ProgressLine* progress,
+                           const std::optional<std::string>& thumbnail = std::nullopt);
 
 // The single-picture form: PICTURE (or the built-in one) to DRAWING.
 BatchResult runBatch(const BatchArgs& args, ProgressLine* progress = nullptr);
 
 // The many-picture form: each picture to DIR/NAME.dxf (and DIR/NAME.png with
-// --preview-dir), args.jobs pictures at a time on threads of their own. One
+// --preview-dir, and a thumbnail beside the review page with --report),
+// args.jobs pictures at a time on threads of their own. One
 // picture's failure does not stop the others. Results in the pictures' order.
 std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress = nullptr);
 
