@@ -55,4 +55,24 @@ void BM_BatchLineDrawing1500(benchmark::State& state) {
 }
 BENCHMARK(BM_BatchLineDrawing1500)->Unit(benchmark::kMillisecond)->UseRealTime();
 
+// Twenty-four scans, two at a time, without and with the review page: the
+// difference is what --report adds to a batch (previews and thumbnails drawn
+// from the pictures in hand, and the page).
+void BM_Batch24Pictures(benchmark::State& state) {
+  QTemporaryDir dir;
+  const QImage scan = quern::tools::lineDrawing(1200, 900);
+  std::vector<std::string> args = {"--quiet", "-j", "2", "--out-dir", dir.filePath("dxf").toStdString()};
+  if (state.range(0) != 0) {
+    args.push_back("--report");
+    args.push_back(dir.filePath("review.html").toStdString());
+  }
+  for (int i = 0; i < 24; ++i) {
+    const QString picture = dir.filePath(QString("scan %1.bmp").arg(i));
+    scan.save(picture);
+    args.push_back(picture.toStdString());
+  }
+  runAndCheck(state, args);
+}
+BENCHMARK(BM_Batch24Pictures)->ArgName("report")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->UseRealTime();
+
 }  // namespace

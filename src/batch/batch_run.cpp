@@ -11,6 +11,7 @@
 #include "base/number_text.h"
 #include "batch/progress.h"
 #include "batch/report.h"
+#include "batch/report_pictures.h"
 #include "dxf/dxf_drawing.h"
 #include "dxf/dxf_writer.h"
 #include "intake/builtin_pictures.h"
@@ -83,11 +84,11 @@ void writePreviews(const RecordTable* segments, float factor, const Picture& ori
     layOutPreview(small, w, h);
     if (keepOriginal) small.PaintPicture(box.Image(), 0.0F, 0.0F, static_cast<float>(w), static_cast<float>(h));
     if (segments) drawSegments(*segments, small, factor);
-    saveBitmapPng(small, *thumbnail);
+    saveBoxPicture(small, *thumbnail);
   }
   if (preview && segments) {
     drawSegments(*segments, box, factor);
-    saveBitmapPng(box, *preview);
+    saveBoxPicture(box, *preview);
   }
 }
 
@@ -206,8 +207,8 @@ namespace {
 void reportPictures(const BatchArgs& args, const std::string& stem, std::optional<std::string>& preview,
                     std::optional<std::string>& thumbnail) {
   if (!args.report) return;
-  thumbnail = reportFile(*args.report, stem, ".thumb.png");
-  if (!preview) preview = reportFile(*args.report, stem, ".png");
+  thumbnail = reportFile(*args.report, stem, ".thumb.bmp");
+  if (!preview) preview = reportFile(*args.report, stem, ".bmp");
 }
 
 void makeReportFolder(const BatchArgs& args) {

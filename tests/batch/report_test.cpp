@@ -20,7 +20,7 @@ BatchResult written(const std::string& picture, Int32 lines) {
   r.lines = lines;
   r.threshold = 200;
   r.drawing = "/out/" + std::filesystem::path(picture).stem().string() + ".dxf";
-  r.thumbnail = "/out/r_files/" + std::filesystem::path(picture).stem().string() + ".thumb.png";
+  r.thumbnail = "/out/r_files/" + std::filesystem::path(picture).stem().string() + ".thumb.bmp";
   return r;
 }
 
@@ -105,19 +105,20 @@ TEST(ReportRun, ThumbnailsBesideThePageForWrittenAndRefusedPictures) {
   ASSERT_TRUE(results[0].ok()) << results[0].error;
   EXPECT_EQ(results[1].failedAt, "stage 2 (blur)");
   EXPECT_EQ(results[2].failedAt, "loading");
-  const auto pngWidth = [](const std::string& path) {
-    const std::string png = readAll(path);
-    if (png.size() < 24) return 0U;
-    const auto byte = [&](std::size_t i) { return static_cast<unsigned>(static_cast<unsigned char>(png[i])); };
-    return byte(16) << 24 | byte(17) << 16 | byte(18) << 8 | byte(19);
+  // The width a BMP's header gives.
+  const auto widthOf = [](const std::string& path) {
+    const std::string bmp = readAll(path);
+    if (bmp.size() < 54 || bmp.substr(0, 2) != "BM") return 0U;
+    const auto byte = [&](std::size_t i) { return static_cast<unsigned>(static_cast<unsigned char>(bmp[i])); };
+    return byte(18) | byte(19) << 8 | byte(20) << 16 | byte(21) << 24;
   };
-  EXPECT_EQ(results[0].thumbnail, out.file("review_files/plan.thumb.png"));
-  EXPECT_EQ(pngWidth(results[0].preview), 400U);
-  EXPECT_EQ(pngWidth(results[0].thumbnail), 200U);
-  EXPECT_EQ(pngWidth(results[1].thumbnail), 200U);
+  EXPECT_EQ(results[0].thumbnail, out.file("review_files/plan.thumb.bmp"));
+  EXPECT_EQ(widthOf(results[0].preview), 400U);
+  EXPECT_EQ(widthOf(results[0].thumbnail), 200U);
+  EXPECT_EQ(widthOf(results[1].thumbnail), 200U);
   EXPECT_TRUE(results[1].preview.empty());
   EXPECT_FALSE(std::filesystem::exists(out / "dxf/wide.dxf"));
-  EXPECT_FALSE(std::filesystem::exists(out / "review_files/wide.png"));
+  EXPECT_FALSE(std::filesystem::exists(out / "review_files/wide.bmp"));
   EXPECT_TRUE(results[2].thumbnail.empty());
 }
 
