@@ -27,7 +27,8 @@ header dd{margin:0;font-size:18px;font-weight:bold}
 .thumb{display:flex;align-items:center;justify-content:center;height:210px;background:#eee}
 .thumb img{max-width:100%;max-height:210px;image-rendering:pixelated}
 .none{color:#888}
-.failure{color:#a00;font-weight:bold}
+.failure{color:#a00;font-weight:bold;margin:4px 0}
+.reason{color:#a00;margin:4px 0}
 .card ul{list-style:none;padding:0;margin:4px 0;color:#444;font-size:12px}
 .card dl{display:grid;grid-template-columns:auto 1fr;gap:0 8px;margin:4px 0;font-size:12px}
 .card dt{color:#666}.card dd{margin:0}
@@ -65,7 +66,11 @@ void card(std::ostringstream& out, const std::string& page, const BatchResult& r
   }
   out << "</div>\n<h2 title=\"" << htmlText(r.picture) << "\">" << htmlText(name) << "</h2>\n";
   if (!r.ok()) {
-    out << "<p class=\"failure\">Failed at " << htmlText(r.failedAt) << ": " << htmlText(r.error) << "</p>\n";
+    // The reason names the stage itself more often than not; say it once.
+    std::string_view reason = r.error;
+    if (reason.starts_with(r.failedAt + " ")) reason.remove_prefix(r.failedAt.size() + 1);
+    out << "<p class=\"failure\">Failed at " << htmlText(r.failedAt) << "</p>\n<p class=\"reason\">" << htmlText(reason)
+        << "</p>\n";
   }
   out << "<dl>";
   item(out, "size", r.width > 0 ? std::to_string(r.width) + " x " + std::to_string(r.height) + " pixels" : "-");

@@ -83,7 +83,9 @@ TEST(ReportPage, FailuresFirstAndTotalsCountEveryPicture) {
   EXPECT_NE(at("<dd id=\"failed\">2</dd>"), std::string::npos);
   EXPECT_NE(at("<dd id=\"lines\">15</dd>"), std::string::npos);
   EXPECT_NE(at("<dd id=\"seconds\">3.46 s</dd>"), std::string::npos);
-  EXPECT_NE(at("Failed at loading: cannot load /in/four.gif: cut short"), std::string::npos);
+  EXPECT_NE(at("Failed at loading</p>\n<p class=\"reason\">cannot load /in/four.gif: cut short</p>"),
+            std::string::npos);
+  EXPECT_NE(at("Failed at stage 2 (blur)</p>\n<p class=\"reason\">refused: too wide</p>"), std::string::npos);
   // A failed picture links to no drawing: none was written.
   EXPECT_EQ(at("two.dxf"), std::string::npos);
   EXPECT_NE(at("<a href=\"one.dxf\">DXF</a>"), std::string::npos);
