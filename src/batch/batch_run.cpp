@@ -171,6 +171,8 @@ BatchResult convertPicture(const BatchArgs& args, const std::optional<std::strin
         writePreviews(nullptr, 1.0F, original, params.keepOriginal, std::nullopt, thumbnail);
         result.thumbnail = *thumbnail;
       } catch (const QuernError&) {
+        // The card then shows no picture; what the reader needs is the
+        // refusal, which stands either way.
       }
     }
     return finish("stage " + std::to_string(static_cast<int>(stopped.stage)) + " (" + stageName(stopped.stage) + ")",
@@ -214,7 +216,7 @@ void reportPictures(const BatchArgs& args, const std::string& stem, std::optiona
 void makeReportFolder(const BatchArgs& args) {
   if (!args.report) return;
   std::error_code made;
-  std::filesystem::create_directories(std::filesystem::path(reportFile(*args.report, "x", "")).parent_path(), made);
+  std::filesystem::create_directories(reportFolder(*args.report), made);
 }
 
 }  // namespace

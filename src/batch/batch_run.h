@@ -16,7 +16,7 @@ class ProgressLine;
 struct BatchResult {
   std::string picture;   // as named on the command line; empty for the built-in one
   std::string error;     // empty when the drawing was written
-  std::string failedAt;  // what failed, in words: "loading", a stage's name, "writing"
+  std::string failedAt;  // what failed: "loading", a stage as "stage 2 (blur)", "writing"
   std::vector<std::string> statistics;
   Int32 width = 0;  // of the original
   Int32 height = 0;

@@ -142,9 +142,13 @@ std::string linkFrom(const std::string& page, const std::string& target) {
   return out;
 }
 
-std::string reportFile(const std::string& page, const std::string& stem, std::string_view suffix) {
+std::string reportFolder(const std::string& page) {
   const fs::path p(page);
-  return (p.parent_path() / (p.stem().string() + "_files") / (stem + std::string(suffix))).string();
+  return (p.parent_path() / (p.stem().string() + "_files")).string();
+}
+
+std::string reportFile(const std::string& page, const std::string& stem, std::string_view suffix) {
+  return (fs::path(reportFolder(page)) / (stem + std::string(suffix))).string();
 }
 
 std::string reportPage(const std::string& page, const std::vector<BatchResult>& results, double seconds) {

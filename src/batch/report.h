@@ -13,8 +13,10 @@ namespace quern {
 // a browser opens from its folder with no server; every file it shows or
 // links to is named relative to that folder.
 
-// Where the page keeps a picture's files of its own (its thumbnail, and its
-// preview when no other was asked for): PAGE_files/STEM + suffix.
+// Where the page keeps the pictures' files of its own (each thumbnail, and
+// each preview when no other was asked for): PAGE_files beside PAGE.html, and
+// in it STEM + suffix.
+std::string reportFolder(const std::string& page);
 std::string reportFile(const std::string& page, const std::string& stem, std::string_view suffix);
 
 // The page for these results of a batch that took `seconds` in all.
