@@ -68,10 +68,9 @@ StageParams paramsOf(const BatchArgs& args) {
 }
 
 // The window's last preview: stage 6 draws on a cleared box, over the
-// original when it is kept. The thumbnail is the same made small; it shrinks
-// the preview's backdrop rather than the original, so a large scan is read
-// once, and draws the lines anew so that none is lost in the shrinking.
-// Without segments (a stage stopped) it shows the original alone.
+// original when it is kept. The thumbnail is that box made small, so the
+// original is read once and the lines are drawn once; without segments (a
+// stage stopped) it shows the original alone.
 void writePreviews(const RecordTable* segments, float factor, const Picture& original, bool keepOriginal,
                    const std::optional<std::string>& preview, const std::optional<std::string>& thumbnail) {
   const Int32 w = pictureWidth(original);
@@ -79,17 +78,9 @@ void writePreviews(const RecordTable* segments, float factor, const Picture& ori
   PictureBox box(static_cast<float>(kTwipsPerPixel), 0);
   layOutPreview(box, w, h);
   if (keepOriginal) box.PaintPicture(original, 0.0F, 0.0F, static_cast<float>(w), static_cast<float>(h));
-  if (thumbnail) {
-    PictureBox small(static_cast<float>(kTwipsPerPixel * kThumbnailShrink), 0);
-    layOutPreview(small, w, h);
-    if (keepOriginal) small.PaintPicture(box.Image(), 0.0F, 0.0F, static_cast<float>(w), static_cast<float>(h));
-    if (segments) drawSegments(*segments, small, factor);
-    saveBoxPicture(small, *thumbnail);
-  }
-  if (preview && segments) {
-    drawSegments(*segments, box, factor);
-    saveBoxPicture(box, *preview);
-  }
+  if (segments) drawSegments(*segments, box, factor);
+  if (thumbnail) saveBoxPicture(shrunkKeeping(box, kThumbnailShrink, kRed), *thumbnail);
+  if (preview && segments) saveBoxPicture(box, *preview);
 }
 
 // A rescale factor, in hundredths, at which a refused picture would fit.

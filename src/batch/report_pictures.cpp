@@ -1,5 +1,7 @@
 #include "batch/report_pictures.h"
 
+#include <algorithm>
+
 #include "base/replace_file.h"
 #include "intake/picture_loader.h"
 
@@ -44,6 +46,33 @@ std::string bmpFileOf(const PictureBox& box) {
     }
   }
   return out;
+}
+
+PictureBox shrunkKeeping(const PictureBox& box, Int32 by, Colour line) {
+  const Int32 w = box.pixelWidth();
+  const Int32 h = box.pixelHeight();
+  PictureBox small(1.0F, 0);
+  small.setWidth(static_cast<float>((w + by - 1) / by));
+  small.setHeight(static_cast<float>((h + by - 1) / by));
+  const Colour* from = box.bits();
+  Colour* to = small.overwriteBits();
+  const Int32 sw = small.pixelWidth();
+  for (Int32 y = 0; y < small.pixelHeight(); ++y) {
+    for (Int32 x = 0; x < sw; ++x) {
+      Colour all = -1;
+      bool onLine = false;
+      for (Int32 v = y * by; v < std::min(h, (y + 1) * by); ++v) {
+        for (Int32 u = x * by; u < std::min(w, (x + 1) * by); ++u) {
+          const Colour c = from[static_cast<std::size_t>(v) * w + u];
+          onLine = onLine || c == line;
+          all &= c;
+        }
+      }
+      to[static_cast<std::size_t>(y) * sw + x] = onLine ? line : all & 0xFFFFFF;
+    }
+  }
+  small.bitsChanged();
+  return small;
 }
 
 void saveBoxPicture(const PictureBox& box, const std::string& path) {

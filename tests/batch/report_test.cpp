@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "../temp_files.h"
+#include "batch/report_pictures.h"
 
 namespace quern {
 namespace {
@@ -122,6 +123,32 @@ TEST(ReportRun, ThumbnailsBesideThePageForWrittenAndRefusedPictures) {
   EXPECT_FALSE(std::filesystem::exists(out / "dxf/wide.dxf"));
   EXPECT_FALSE(std::filesystem::exists(out / "review_files/wide.bmp"));
   EXPECT_TRUE(results[2].thumbnail.empty());
+}
+
+// A thumbnail is the preview halved: a red centre line inside a black stroke
+// stays red, a thin dark line on white stays dark, an odd side rounds up.
+TEST(ReportThumbnail, HalvingKeepsRedLinesAndDarkStrokes) {
+  PictureBox box(1.0F, 0);
+  box.setWidth(7);
+  box.setHeight(4);
+  box.setBackColor(kWhite);
+  Colour* px = box.mutableBits();
+  std::fill_n(px, 7 * 4, kWhite);
+  for (int y = 0; y < 4; ++y) {
+    px[y * 7 + 0] = 0x000000;  // a black stroke two pixels wide, red at its centre
+    px[y * 7 + 1] = y == 1 ? kRed : 0x000000;
+    px[y * 7 + 3] = 0x202020;  // a thin grey line on white
+  }
+  box.bitsChanged();
+  const PictureBox small = shrunkKeeping(box, 2, kRed);
+  ASSERT_EQ(small.pixelWidth(), 4);
+  ASSERT_EQ(small.pixelHeight(), 2);
+  const Colour* s = small.bits();
+  EXPECT_EQ(s[0], kRed);
+  EXPECT_EQ(s[4], 0x000000);
+  EXPECT_EQ(s[1], 0x202020);
+  EXPECT_EQ(s[2], kWhite);
+  EXPECT_EQ(s[3], kWhite) << "the last, half block";
 }
 
 }  // namespace
