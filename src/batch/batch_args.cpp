@@ -40,8 +40,8 @@ const char* const kBatchUsage =
     "  -j N            with --out-dir, pictures at a time, 1 to 64 (default: one per core)\n"
     "  --quiet         no progress bars on the terminal\n"
     "  --report FILE   also write FILE.html, a page to review the run in a browser: totals, then a\n"
-    "                  thumbnail of each picture with its lines in red, failures first; its\n"
-    "                  thumbnails and previews go to the folder FILE_files beside it\n"
+    "                  thumbnail of each picture with its lines in red, failures first; the\n"
+    "                  previews it opens go to the folder FILE_files beside it\n"
     "  PICTURE         a .jpg, .JPG, .bmp, .BMP, .gif or .GIF file (default: the built-in picture)\n"
     "Exit status: 0 every drawing written, 1 a picture or a stage failed (nothing written for it),\n"
     "2 bad arguments.\n";

@@ -71,16 +71,17 @@ StageParams paramsOf(const BatchArgs& args) {
 // original when it is kept. The thumbnail is that box made small, so the
 // original is read once and the lines are drawn once; without segments (a
 // stage stopped) it shows the original alone.
-void writePreviews(const RecordTable* segments, float factor, const Picture& original, bool keepOriginal,
-                   const std::optional<std::string>& preview, const std::optional<std::string>& thumbnail) {
+// Gives the thumbnail's BMP bytes when asked for one.
+std::string writePreviews(const RecordTable* segments, float factor, const Picture& original, bool keepOriginal,
+                          const std::optional<std::string>& preview, bool thumbnail) {
   const Int32 w = pictureWidth(original);
   const Int32 h = pictureHeight(original);
   PictureBox box(static_cast<float>(kTwipsPerPixel), 0);
   layOutPreview(box, w, h);
   if (keepOriginal) box.PaintPicture(original, 0.0F, 0.0F, static_cast<float>(w), static_cast<float>(h));
   if (segments) drawSegments(*segments, box, factor);
-  if (thumbnail) saveBoxPicture(shrunkKeeping(box, kThumbnailShrink, kRed), *thumbnail);
   if (preview && segments) saveBoxPicture(box, *preview);
+  return thumbnail ? bmpFileOf(shrunkKeeping(box, kThumbnailShrink, kRed)) : std::string();
 }
 
 // A rescale factor, in hundredths, at which a refused picture would fit.
@@ -120,8 +121,7 @@ std::string describe(const BatchArgs& args, const StageOutcome& o) {
 }  // namespace
 
 BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
-                           const std::optional<std::string>& preview, ProgressLine* progress,
-                           const std::optional<std::string>& thumbnail) {
+                           const std::optional<std::string>& preview, ProgressLine* progress, bool thumbnail) {
   const auto started = std::chrono::steady_clock::now();
   BatchResult result;
   result.picture = picture.value_or("");
@@ -157,13 +157,11 @@ BatchResult convertPicture(const BatchArgs& args, const std::optional<std::strin
   if (!outcomes.back().done()) {
     const StageOutcome& stopped = outcomes.back();
     if (thumbnail) {
-      // The review page shows what was refused; the drawing's files stay untouched.
+      // The review page shows what was refused; nothing is written for it.
       try {
-        writePreviews(nullptr, 1.0F, original, params.keepOriginal, std::nullopt, thumbnail);
-        result.thumbnail = *thumbnail;
+        result.thumbnailBmp = writePreviews(nullptr, 1.0F, original, params.keepOriginal, std::nullopt, true);
       } catch (const QuernError&) {
-        // The card then shows no picture; what the reader needs is the
-        // refusal, which stands either way.
+        // The card then shows no picture; the refusal it must show stands either way.
       }
     }
     return finish("stage " + std::to_string(static_cast<int>(stopped.stage)) + " (" + stageName(stopped.stage) + ")",
@@ -178,9 +176,9 @@ BatchResult convertPicture(const BatchArgs& args, const std::optional<std::strin
       result.svg = *args.svg;
     }
     if (preview || thumbnail) {
-      writePreviews(&chain.segments(), chain.previewFactor(), original, params.keepOriginal, preview, thumbnail);
+      result.thumbnailBmp =
+          writePreviews(&chain.segments(), chain.previewFactor(), original, params.keepOriginal, preview, thumbnail);
       result.preview = preview.value_or("");
-      result.thumbnail = thumbnail.value_or("");
     }
   } catch (const QuernError& e) {
     return finish("writing", e.what());
@@ -195,13 +193,10 @@ BatchResult convertPicture(const BatchArgs& args, const std::optional<std::strin
 
 namespace {
 
-// With --report, a picture's thumbnail beside the page, and its preview there
-// too unless one was asked for elsewhere.
-void reportPictures(const BatchArgs& args, const std::string& stem, std::optional<std::string>& preview,
-                    std::optional<std::string>& thumbnail) {
-  if (!args.report) return;
-  thumbnail = reportFile(*args.report, stem, ".thumb.bmp");
-  if (!preview) preview = reportFile(*args.report, stem, ".bmp");
+// With --report, a picture's preview beside the page unless one was asked
+// for elsewhere; its thumbnail goes into the page itself.
+void reportPreview(const BatchArgs& args, const std::string& stem, std::optional<std::string>& preview) {
+  if (args.report && !preview) preview = reportFile(*args.report, stem, ".bmp");
 }
 
 void makeReportFolder(const BatchArgs& args) {
@@ -214,11 +209,9 @@ void makeReportFolder(const BatchArgs& args) {
 
 BatchResult runBatch(const BatchArgs& args, ProgressLine* progress) {
   std::optional<std::string> preview = args.preview;
-  std::optional<std::string> thumbnail;
   makeReportFolder(args);
-  reportPictures(args, args.picture ? std::filesystem::path(*args.picture).stem().string() : "builtin", preview,
-                 thumbnail);
-  return convertPicture(args, args.picture, args.drawing, preview, progress, thumbnail);
+  reportPreview(args, args.picture ? std::filesystem::path(*args.picture).stem().string() : "builtin", preview);
+  return convertPicture(args, args.picture, args.drawing, preview, progress, args.report.has_value());
 }
 
 std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) {
@@ -236,9 +229,9 @@ std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) 
       const std::string stem = std::filesystem::path(picture).stem().string();
       std::optional<std::string> preview;
       if (args.previewDir) preview = (std::filesystem::path(*args.previewDir) / (stem + ".png")).string();
-      std::optional<std::string> thumbnail;
-      reportPictures(args, stem, preview, thumbnail);
-      results[i] = convertPicture(args, picture, (outDir / (stem + ".dxf")).string(), preview, nullptr, thumbnail);
+      reportPreview(args, stem, preview);
+      results[i] =
+          convertPicture(args, picture, (outDir / (stem + ".dxf")).string(), preview, nullptr, args.report.has_value());
       ++finished;
     }
   };

@@ -27,7 +27,7 @@ struct BatchResult {
   std::string drawing;
   std::string svg;
   std::string preview;
-  std::string thumbnail;
+  std::string thumbnailBmp;  // the preview made small, as the bytes of a BMP file
   bool ok() const { return error.empty(); }
 };
 
@@ -36,17 +36,16 @@ struct BatchResult {
 // work, writes the drawing and the preview asked for. A picture that could
 // not be loaded or a stage that refused or failed writes nothing: an existing
 // drawing of that name stays as it was. `progress` may be null. A
-// `thumbnail` is the preview made small, for the review page; a picture that
-// loaded but failed a stage still gets one, of the original alone.
+// `thumbnail` asks for the preview made small, for the review page; a
+// picture that loaded but failed a stage still gets one, of the original alone.
 BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
-                           const std::optional<std::string>& preview, ProgressLine* progress,
-                           const std::optional<std::string>& thumbnail = std::nullopt);
+                           const std::optional<std::string>& preview, ProgressLine* progress, bool thumbnail = false);
 
 // The single-picture form: PICTURE (or the built-in one) to DRAWING.
 BatchResult runBatch(const BatchArgs& args, ProgressLine* progress = nullptr);
 
 // The many-picture form: each picture to DIR/NAME.dxf (and DIR/NAME.png with
-// --preview-dir, and a thumbnail beside the review page with --report),
+// --preview-dir, and a thumbnail for the review page with --report),
 // args.jobs pictures at a time on threads of their own. One
 // picture's failure does not stop the others. Results in the pictures' order.
 std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress = nullptr);

@@ -10,12 +10,12 @@ namespace quern {
 
 // The review page of a batch: totals, then one card per picture with its
 // thumbnail, numbers and links, failures first. It is plain HTML and CSS that
-// a browser opens from its folder with no server; every file it shows or
-// links to is named relative to that folder.
+// a browser opens from its folder with no server. The thumbnails are inside
+// it, so that a picture costs the batch one file less to write carefully;
+// every file it links to is named relative to its folder.
 
-// Where the page keeps the pictures' files of its own (each thumbnail, and
-// each preview when no other was asked for): PAGE_files beside PAGE.html, and
-// in it STEM + suffix.
+// Where the page keeps the pictures' previews when no others were asked
+// for: PAGE_files beside PAGE.html, and in it STEM + suffix.
 std::string reportFolder(const std::string& page);
 std::string reportFile(const std::string& page, const std::string& stem, std::string_view suffix);
 

@@ -21,7 +21,7 @@ BatchResult written(const std::string& picture, Int32 lines) {
   r.lines = lines;
   r.threshold = 200;
   r.drawing = "/out/" + std::filesystem::path(picture).stem().string() + ".dxf";
-  r.thumbnail = "/out/r_files/" + std::filesystem::path(picture).stem().string() + ".thumb.bmp";
+  r.thumbnailBmp = "BM";
   return r;
 }
 
@@ -92,10 +92,10 @@ TEST(ReportPage, FailuresFirstAndTotalsCountEveryPicture) {
   EXPECT_NE(at("<a href=\"one.dxf\">DXF</a>"), std::string::npos);
 }
 
-// The run itself: thumbnails beside the page for every picture that loaded,
-// the preview made small, and for a refused picture the original alone with
-// no drawing of it written.
-TEST(ReportRun, ThumbnailsBesideThePageForWrittenAndRefusedPictures) {
+// The run itself: a thumbnail for every picture that loaded, the preview made
+// small, its preview beside the page, and for a refused picture the original
+// alone with nothing written for it.
+TEST(ReportRun, ThumbnailsForWrittenAndRefusedPicturesPreviewsBesideThePage) {
   const std::string golden = QUERN_GOLDEN_PICTURES;
   TempFolder out;
   BatchArgs args;
@@ -109,20 +109,20 @@ TEST(ReportRun, ThumbnailsBesideThePageForWrittenAndRefusedPictures) {
   EXPECT_EQ(results[1].failedAt, "stage 2 (blur)");
   EXPECT_EQ(results[2].failedAt, "loading");
   // The width a BMP's header gives.
-  const auto widthOf = [](const std::string& path) {
-    const std::string bmp = readAll(path);
+  const auto widthOf = [](const std::string& bmp) {
     if (bmp.size() < 54 || bmp.substr(0, 2) != "BM") return 0U;
     const auto byte = [&](std::size_t i) { return static_cast<unsigned>(static_cast<unsigned char>(bmp[i])); };
     return byte(18) | byte(19) << 8 | byte(20) << 16 | byte(21) << 24;
   };
-  EXPECT_EQ(results[0].thumbnail, out.file("review_files/plan.thumb.bmp"));
-  EXPECT_EQ(widthOf(results[0].preview), 400U);
-  EXPECT_EQ(widthOf(results[0].thumbnail), 200U);
-  EXPECT_EQ(widthOf(results[1].thumbnail), 200U);
+  EXPECT_EQ(results[0].preview, out.file("review_files/plan.bmp"));
+  EXPECT_EQ(widthOf(readAll(results[0].preview)), 400U);
+  EXPECT_EQ(widthOf(results[0].thumbnailBmp), 200U);
+  EXPECT_EQ(widthOf(results[1].thumbnailBmp), 200U);
   EXPECT_TRUE(results[1].preview.empty());
   EXPECT_FALSE(std::filesystem::exists(out / "dxf/wide.dxf"));
   EXPECT_FALSE(std::filesystem::exists(out / "review_files/wide.bmp"));
-  EXPECT_TRUE(results[2].thumbnail.empty());
+  EXPECT_TRUE(results[2].thumbnailBmp.empty());
+  EXPECT_EQ(out.entries(), 2) << "the drawings' folder and the previews', nothing else";
 }
 
 // A thumbnail is the preview halved: a red centre line inside a black stroke
