@@ -14,7 +14,8 @@ PACKAGES := cmake ninja-build g++ make pkg-config qt6-base-dev libgl-dev \
             libjpeg62-turbo-dev libpng-dev libgif-dev libtiff-dev \
             libgtest-dev libgmock-dev libbenchmark-dev \
             python3 python3-ezdxf python3-pil xvfb xauth fonts-dejavu-extra desktop-file-utils \
-            libdxflib-dev
+            libdxflib-dev \
+            chromium
 # What `make package` needs beyond the build: dpkg-shlibdeps reads the programs' libraries.
 PACKAGE_TOOLS := dpkg-dev file
 

@@ -37,13 +37,25 @@ int runBatch(const std::vector<std::string>& args) {
   return status;
 }
 
+double childCpuSeconds() {
+  rusage usage{};
+  getrusage(RUSAGE_CHILDREN, &usage);
+  const auto seconds = [](const timeval& t) { return static_cast<double>(t.tv_sec) + t.tv_usec / 1e6; };
+  return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+// Real time, and the program's own processor time beside it: on a machine
+// that others share, the second moves less with their load.
 void runAndCheck(benchmark::State& state, const std::vector<std::string>& args) {
+  const double cpuBefore = childCpuSeconds();
   for (auto _ : state) {
     if (runBatch(args) != 0) {
       state.SkipWithError("quernline-batch failed");
       return;
     }
   }
+  state.counters["batch_cpu_ms"] =
+      benchmark::Counter((childCpuSeconds() - cpuBefore) * 1000.0, benchmark::Counter::kAvgIterations);
 }
 
 // A run whose outcome is known (drawn, or refused with exit 1), with the
@@ -123,5 +135,25 @@ void BM_BatchLineDrawing1500(benchmark::State& state) {
   runAndCheck(state, {picture.toStdString(), dir.filePath("out.dxf").toStdString()});
 }
 BENCHMARK(BM_BatchLineDrawing1500)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// Twenty-four scans, two at a time, without and with the review page: the
+// difference is what --report adds to a batch (previews and thumbnails drawn
+// from the pictures in hand, and the page).
+void BM_Batch24Pictures(benchmark::State& state) {
+  QTemporaryDir dir;
+  const QImage scan = quern::tools::lineDrawing(1200, 900);
+  std::vector<std::string> args = {"--quiet", "-j", "2", "--out-dir", dir.filePath("dxf").toStdString()};
+  if (state.range(0) != 0) {
+    args.push_back("--report");
+    args.push_back(dir.filePath("review.html").toStdString());
+  }
+  for (int i = 0; i < 24; ++i) {
+    const QString picture = dir.filePath(QString("scan %1.bmp").arg(i));
+    scan.save(picture);
+    args.push_back(picture.toStdString());
+  }
+  runAndCheck(state, args);
+}
+BENCHMARK(BM_Batch24Pictures)->ArgName("report")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }  // namespace

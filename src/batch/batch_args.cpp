@@ -16,9 +16,10 @@ const char* const kBatchUsage =
     "                       [--no-original] [--preview FILE.png] [--dpi N --units mm|in] [--polyline]\n"
     "                       [--min-branch N] [--min-chain N] [--svg FILE.svg] [--fit [--fit-tolerance X]]\n"
     "                       [--clean] [--dxf 12|2000] [--origin top-left|lower-left]\n"
-    "                       [--large [--max-megapixels N]] [--page N] [--quiet] [PICTURE] DRAWING.dxf\n"
+    "                       [--large [--max-megapixels N]] [--page N] [--quiet]\n"
+    "                       [--report FILE.html] [PICTURE] DRAWING.dxf\n"
     "       quernline-batch [options] --out-dir DIR [--preview-dir DIR] [-j N]\n"
-    "                       [--on-collision refuse|suffix] PICTURE...\n"
+    "                       [--on-collision refuse|suffix] [--report FILE.html] PICTURE...\n"
     "       quernline-batch --version\n"
     "  --scale F       rescale factor, 0.01 to 3 in steps of 0.01 (default 1)\n"
     "  --blur N        smoothing runs, 0 to 3 (default 1)\n"
@@ -63,6 +64,9 @@ const char* const kBatchUsage =
     "                  refuse (default: nothing is converted) or suffix (scan.dxf, scan-2.dxf ...)\n"
     "  --              the end of the options: every later argument is a file\n"
     "  --quiet         no progress bars on the terminal\n"
+    "  --report FILE   also write FILE.html, a page to review the run in a browser: totals, then a\n"
+    "                  thumbnail of each picture with its lines in red, failures first; the\n"
+    "                  previews it opens go to the folder FILE_files beside it\n"
     "  DRAWING         the DXF file to write; - writes it to standard output\n"
     "  PICTURE         a .jpg, .jpeg, .bmp, .gif, .png, .tif or .tiff file, in any case\n"
     "                  (default: the built-in picture)\n"
@@ -219,6 +223,7 @@ constexpr OptionRow kOptions[] = {
     {"--jobs", true, setWhole<&BatchArgs::jobs, 1, 64>},
     {"--quiet", false, setFlag<&BatchArgs::quiet>},
     {"--on-collision", true, setCollision},
+    {"--report", true, setName<&BatchArgs::report, false>},
 };
 
 const OptionRow* optionNamed(std::string_view name) {

@@ -48,6 +48,7 @@ struct BatchArgs {
   bool suffixOnCollision = false;         // --on-collision suffix: NAME-2.dxf for a second NAME
   bool quiet = false;                     // no progress on the terminal
   Int32 page = 1;                         // of a multi-page TIFF, counted from 1
+  std::optional<std::string> report;      // the review page, FILE.html
 };
 
 // How the drawing is to be written: the unit scale counts the rescale

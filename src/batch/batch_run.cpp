@@ -19,6 +19,8 @@
 #include "base/number_text.h"
 #include "base/output_set.h"
 #include "batch/progress.h"
+#include "batch/report.h"
+#include "batch/report_pictures.h"
 #include "dxf/cad_dxf.h"
 #include "dxf/dxf_drawing.h"
 #include "dxf/dxf_writer.h"
@@ -36,6 +38,9 @@
 namespace quern {
 
 namespace {
+
+// The thumbnail has this many times fewer pixels a side than the preview.
+constexpr Int32 kThumbnailShrink = 2;
 
 // The terminal's progress line: a line for each stage that reports, its bar
 // at the fraction the stage has done.
@@ -80,10 +85,18 @@ StageParams paramsOf(const BatchArgs& args) {
   return p;
 }
 
-// The window's last preview as PNG bytes, in a box of the picture's own
-// shape (the window's view is 400 pixels on its longer side): stage 6 draws
-// on a cleared box, over the original when it is kept.
-std::string previewPng(const StageChain& chain, const Picture& original, bool keepOriginal) {
+// The window's last preview, in a box of the picture's own shape (the
+// window's view is 400 pixels on its longer side): stage 6 draws on a
+// cleared box, over the original when it is kept. Gives the file's bytes
+// (a BMP when its name ends in ".bmp", else a PNG) and, for the review page,
+// the box made small as a BMP; the original is read once and the lines drawn
+// once for both. Without segments (a stage stopped) it shows the original alone.
+struct PreviewImages {
+  std::string file;
+  std::string thumbnail;
+};
+PreviewImages previewImages(const RecordTable* segments, float factor, const Picture& original, bool keepOriginal,
+                            const std::optional<std::string>& preview, bool thumbnail) {
   const Int32 w = pictureWidth(original);
   const Int32 h = pictureHeight(original);
   PictureBox box(static_cast<float>(kTwipsPerPixel), 0);
@@ -95,8 +108,11 @@ std::string previewPng(const StageChain& chain, const Picture& original, bool ke
   box.setScaleWidth(static_cast<float>(w));
   box.setScaleHeight(static_cast<float>(h));
   if (keepOriginal) box.PaintPicture(original, 0.0F, 0.0F, static_cast<float>(w), static_cast<float>(h));
-  drawSegments(chain.segments(), box, chain.previewFactor());
-  return encodeBitmapPng(box);
+  if (segments) drawSegments(*segments, box, factor);
+  PreviewImages images;
+  if (preview && segments) images.file = preview->ends_with(".bmp") ? bmpFileOf(box) : encodeBitmapPng(box);
+  if (thumbnail) images.thumbnail = bmpFileOf(shrunkKeeping(box, kThumbnailShrink, kRed));
+  return images;
 }
 
 // What stage 3 used, in words: the fixed or the chosen threshold, or the
@@ -277,11 +293,13 @@ std::string nameOutputs(const BatchArgs& args, std::vector<PictureFiles>& files)
 }
 
 BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
-                           const std::optional<std::string>& preview, ProgressLine* progress) {
+                           const std::optional<std::string>& preview, ProgressLine* progress, bool thumbnail) {
   const auto started = std::chrono::steady_clock::now();
   BatchResult result;
   result.picture = picture.value_or("");
-  auto finish = [&](std::string error) {
+  result.threshold = std::to_string(args.threshold);
+  auto finish = [&](std::string failedAt, std::string error) {
+    result.failedAt = std::move(failedAt);
     result.error = std::move(error);
     result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
     if (progress) progress->finish();
@@ -299,19 +317,19 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
   const StageParams params = paramsOf(args);
   if (picture) {
     if (const auto refused = refusedByHeader(args, *picture, context.limits.surfacePixels)) {
-      return finish(describe(args, *refused));
+      return finish("loading", describe(args, *refused));
     }
   }
   Picture original;
   try {
     original = loadOriginal(args, picture);
   } catch (const QuernError& e) {
-    return finish(e.what());
+    return finish("loading", e.what());
   }
   result.width = pictureWidth(original);
   result.height = pictureHeight(original);
   chain.setOriginal(original);
-  if (!preview) original = nullptr;
+  if (!preview && !thumbnail) original = nullptr;
   const std::vector<StageOutcome> outcomes = chain.run(Stage::rescale, params);
   if (!outcomes.back().done()) {
     // A grey page refused at thinning is told of the threshold that would
@@ -327,7 +345,16 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
       } catch (const QuernError&) {
       }
     }
-    return finish(describe(args, last, darkness));
+    if (thumbnail) {
+      // The review page shows what was refused; nothing is written for it.
+      try {
+        result.thumbnailBmp = previewImages(nullptr, 1.0F, original, params.keepOriginal, std::nullopt, true).thumbnail;
+      } catch (const QuernError&) {
+        // The card then shows no picture; the refusal it must show stands either way.
+      }
+    }
+    return finish("stage " + std::to_string(static_cast<int>(last.stage)) + " (" + stageName(last.stage) + ")",
+                  describe(args, last, darkness));
   }
   try {
     // Every output is staged before any is put in place: a preview that
@@ -338,10 +365,21 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
         options.fit ? fitDrawing(chain.session.LineTable, options.fitTolerance) : std::vector<FittedChain>{};
     const std::string dxf = options.fit ? cadDxfText(fitted, options) : dxfDrawingBytes(chain.segments(), options);
     OutputSet outputs;
-    if (drawing != "-") outputs.add(withDxfExtension(drawing), dxf);
-    if (args.svg)
+    if (drawing != "-") {
+      result.drawing = withDxfExtension(drawing);
+      outputs.add(result.drawing, dxf);
+    }
+    if (args.svg) {
       outputs.add(*args.svg, options.fit ? svgDrawing(fitted, options) : svgDrawing(chain.segments(), options));
-    if (preview) outputs.add(*preview, previewPng(chain, original, params.keepOriginal));
+      result.svg = *args.svg;
+    }
+    if (preview || thumbnail) {
+      PreviewImages images =
+          previewImages(&chain.segments(), chain.previewFactor(), original, params.keepOriginal, preview, thumbnail);
+      if (preview) outputs.add(*preview, images.file);
+      result.thumbnailBmp = std::move(images.thumbnail);
+      result.preview = preview.value_or("");
+    }
     outputs.commit();
     if (drawing == "-") {
       std::cout.write(dxf.data(), static_cast<std::streamsize>(dxf.size()));
@@ -349,7 +387,7 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
       if (!std::cout) throw FileError("cannot write the drawing to standard output");
     }
   } catch (const QuernError& e) {
-    return finish(e.what());
+    return finish("writing", e.what());
   }
   const std::string name = picture ? std::filesystem::path(*picture).filename().string() : std::string();
   result.lines = chain.segments().count();
@@ -360,7 +398,7 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
   // The window's six lines stay as they are; another way of thresholding says which it took.
   if (params.thresholdSetting.mode != ThresholdMode::fixed)
     result.statistics.push_back("Threshold: " + result.threshold);
-  return finish("");
+  return finish("", "");
 }
 
 }  // namespace
@@ -395,14 +433,15 @@ RunPlan planRun(const BatchArgs& args) {
 }
 
 BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
-                           const std::optional<std::string>& preview, ProgressLine* progress) {
+                           const std::optional<std::string>& preview, ProgressLine* progress, bool thumbnail) {
   const auto started = std::chrono::steady_clock::now();
   try {
-    return convertOrThrow(args, picture, drawing, preview, progress);
+    return convertOrThrow(args, picture, drawing, preview, progress, thumbnail);
   } catch (const std::bad_alloc&) {
     // The chain and its pictures are gone with the stack: the next picture has the memory back.
     BatchResult result;
     result.picture = picture.value_or("");
+    result.failedAt = "memory";
     result.error = "out of memory: the run could not get the memory this picture needs, and wrote nothing for it";
     result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
     if (progress) progress->finish();
@@ -410,8 +449,27 @@ BatchResult convertPicture(const BatchArgs& args, const std::optional<std::strin
   }
 }
 
+namespace {
+
+// With --report, a picture's preview beside the page unless one was asked
+// for elsewhere; its thumbnail goes into the page itself.
+void reportPreview(const BatchArgs& args, const std::string& stem, std::optional<std::string>& preview) {
+  if (args.report && !preview) preview = reportFile(*args.report, stem, ".bmp");
+}
+
+void makeReportFolder(const BatchArgs& args) {
+  if (!args.report) return;
+  std::error_code made;
+  std::filesystem::create_directories(reportFolder(*args.report), made);
+}
+
+}  // namespace
+
 BatchResult runBatch(const BatchArgs& args, ProgressLine* progress) {
-  return convertPicture(args, args.picture, args.drawing, args.preview, progress);
+  std::optional<std::string> preview = args.preview;
+  makeReportFolder(args);
+  reportPreview(args, args.picture ? std::filesystem::path(*args.picture).stem().string() : "builtin", preview);
+  return convertPicture(args, args.picture, args.drawing, preview, progress, args.report.has_value());
 }
 
 std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) {
@@ -423,13 +481,16 @@ std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) 
   }
   const RunPlan plan = planRun(args);
   if (!plan.error.empty()) throw QuernError(plan.error);
+  makeReportFolder(args);
   std::vector<BatchResult> results(args.pictures.size());
   std::atomic<std::size_t> next{0};
   std::atomic<std::size_t> finished{0};
   auto work = [&] {
     for (std::size_t i = next++; i < args.pictures.size(); i = next++) {
       const PictureFiles& files = plan.pictures[i];
-      results[i] = convertPicture(args, files.picture, files.drawing, files.preview, nullptr);
+      std::optional<std::string> preview = files.preview;
+      reportPreview(args, std::filesystem::path(files.drawing).stem().string(), preview);
+      results[i] = convertPicture(args, files.picture, files.drawing, preview, nullptr, args.report.has_value());
       ++finished;
     }
   };

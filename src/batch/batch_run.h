@@ -14,14 +14,20 @@ class ProgressLine;
 // What one picture's run came to: the statistics the window would show, or
 // the reason nothing was written.
 struct BatchResult {
-  std::string picture;  // as named on the command line; empty for the built-in one
-  std::string error;    // empty when the drawing was written
+  std::string picture;   // as named on the command line; empty for the built-in one
+  std::string error;     // empty when the drawing was written
+  std::string failedAt;  // what failed: "loading", a stage as "stage 2 (blur)", "writing"
   std::vector<std::string> statistics;
   Int32 width = 0;  // of the original
   Int32 height = 0;
   Int32 lines = 0;        // records of the drawing
   std::string threshold;  // the threshold stage 3 used, in words ("200", "auto 137", ...)
   double seconds = 0.0;
+  // The files written for it, as named to the writers; empty when not written.
+  std::string drawing;
+  std::string svg;
+  std::string preview;
+  std::string thumbnailBmp;  // the preview made small, as the bytes of a BMP file
   bool ok() const { return error.empty(); }
 };
 
@@ -49,14 +55,17 @@ RunPlan planRun(const BatchArgs& args);
 // or none. A picture that could not be loaded, a stage that refused or
 // failed, an output that could not be written or memory that ran out writes
 // nothing: every existing file stays as it was. `progress` may be null.
+// A `thumbnail` asks for the preview made small, for the review page; a
+// picture that loaded but failed a stage still gets one, of the original alone.
 BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
-                           const std::optional<std::string>& preview, ProgressLine* progress);
+                           const std::optional<std::string>& preview, ProgressLine* progress, bool thumbnail = false);
 
 // The single-picture form: PICTURE (or the built-in one) to DRAWING.
 BatchResult runBatch(const BatchArgs& args, ProgressLine* progress = nullptr);
 
 // The many-picture form: each picture to DIR/NAME.dxf (and DIR/NAME.png with
-// --preview-dir), args.jobs pictures at a time on threads of their own. One
+// --preview-dir, and a thumbnail for the review page with --report),
+// args.jobs pictures at a time on threads of their own. One
 // picture's failure does not stop the others. Results in the pictures' order.
 // Throws QuernError when the folders cannot be made or the files clash.
 std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress = nullptr);

@@ -1,11 +1,13 @@
 // quernline-batch: the six stages on pictures, without a window.
 #include <malloc.h>
 
+#include <chrono>
 #include <iostream>
 
 #include "batch/batch_args.h"
 #include "batch/batch_run.h"
 #include "batch/progress.h"
+#include "batch/report.h"
 
 int main(int argc, char** argv) {
   if (argc == 2 && std::string(argv[1]) == "--version") {
@@ -34,25 +36,28 @@ int main(int argc, char** argv) {
       std::cerr << "quernline-batch: " << plan.error << "\n";
       return 2;
     }
+    const auto started = std::chrono::steady_clock::now();
+    std::vector<quern::BatchResult> results;
     if (args.outDir) {
-      const std::vector<quern::BatchResult> results = quern::runMany(args, &progress);
+      results = quern::runMany(args, &progress);
       std::cout << quern::summaryTable(results);
-      bool all = true;
       for (const quern::BatchResult& r : results) {
         if (!r.ok()) std::cerr << "quernline-batch: " << r.picture << ": " << r.error << "\n";
-        all = all && r.ok();
       }
-      return all ? 0 : 1;
+    } else {
+      results.push_back(quern::runBatch(args, &progress));
+      if (!results[0].ok()) std::cerr << "quernline-batch: " << results[0].error << "\n";
+      // A drawing on standard output leaves the statistics to stderr.
+      std::ostream& out = args.drawing == "-" ? std::cerr : std::cout;
+      for (const std::string& line : results[0].statistics) out << line << "\n";
     }
-    const quern::BatchResult result = quern::runBatch(args, &progress);
-    if (!result.ok()) {
-      std::cerr << "quernline-batch: " << result.error << "\n";
-      return 1;
+    if (args.report) {
+      const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+      quern::writeReport(*args.report, results, seconds);
     }
-    // A drawing on standard output leaves the statistics to stderr.
-    std::ostream& out = args.drawing == "-" ? std::cerr : std::cout;
-    for (const std::string& line : result.statistics) out << line << "\n";
-    return 0;
+    bool all = true;
+    for (const quern::BatchResult& r : results) all = all && r.ok();
+    return all ? 0 : 1;
   } catch (const std::exception& e) {
     std::cerr << "quernline-batch: " << e.what() << "\n";
     return 1;

@@ -1,0 +1,203 @@
+#include "batch/report.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <sstream>
+
+#include "base/replace_file.h"
+
+namespace quern {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kStyle = R"(
+body{font:14px/1.35 sans-serif;margin:16px;background:#f4f4f2;color:#222}
+header{display:flex;flex-wrap:wrap;gap:8px 24px;align-items:baseline;margin-bottom:14px}
+header h1{font-size:20px;margin:0 16px 0 0}
+header dl{display:flex;gap:20px;margin:0}
+header dt{color:#666;font-size:12px}
+header dd{margin:0;font-size:18px;font-weight:bold}
+#sheet{display:grid;grid-template-columns:repeat(auto-fill,minmax(230px,1fr));gap:12px}
+.card{background:#fff;border:1px solid #ccc;border-radius:4px;padding:10px;overflow-wrap:anywhere}
+.card.failed{border:2px solid #c00;background:#fff4f4}
+.card h2{font-size:14px;margin:6px 0 2px}
+.thumb{display:flex;align-items:center;justify-content:center;height:210px;background:#eee}
+.thumb img{max-width:100%;max-height:210px;image-rendering:pixelated}
+.none{color:#888}
+.failure{color:#a00;font-weight:bold;margin:4px 0}
+.reason{color:#a00;margin:4px 0}
+.card ul{list-style:none;padding:0;margin:4px 0;color:#444;font-size:12px}
+.card dl{display:grid;grid-template-columns:auto 1fr;gap:0 8px;margin:4px 0;font-size:12px}
+.card dt{color:#666}.card dd{margin:0}
+body.only-failed .card.ok{display:none}
+)";
+
+std::string seconds2(double s) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.2f", s);
+  return text;
+}
+
+std::string baseName(const std::string& path) {
+  const std::string name = fs::path(path).filename().string();
+  return name.empty() ? path : name;
+}
+
+std::string base64(std::string_view bytes) {
+  static constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string out;
+  out.reserve((bytes.size() + 2) / 3 * 4);
+  for (std::size_t i = 0; i < bytes.size(); i += 3) {
+    const std::size_t n = std::min<std::size_t>(3, bytes.size() - i);
+    std::uint32_t v = 0;
+    for (std::size_t k = 0; k < 3; ++k) {
+      v = v << 8 | (k < n ? static_cast<unsigned char>(bytes[i + k]) : 0U);
+    }
+    for (std::size_t k = 0; k < 4; ++k) out += k <= n ? kDigits[v >> (18 - 6 * k) & 63] : '=';
+  }
+  return out;
+}
+
+void item(std::ostringstream& out, std::string_view term, const std::string& value) {
+  out << "<dt>" << term << "</dt><dd>" << htmlText(value) << "</dd>";
+}
+
+void card(std::ostringstream& out, const std::string& page, const BatchResult& r) {
+  const std::string name = r.picture.empty() ? std::string("built-in picture") : baseName(r.picture);
+  out << "<article class=\"card " << (r.ok() ? "ok" : "failed") << "\" data-ok=\"" << (r.ok() ? 1 : 0) << "\">\n";
+  out << "<div class=\"thumb\">";
+  if (!r.thumbnailBmp.empty()) {
+    // A click shows the preview, or the picture itself when the stages
+    // stopped before there was a drawing to lay over it.
+    const std::string full = !r.preview.empty() ? r.preview : r.picture;
+    if (!full.empty()) out << "<a href=\"" << linkFrom(page, full) << "\">";
+    out << "<img src=\"data:image/bmp;base64," << base64(r.thumbnailBmp) << "\" alt=\"" << htmlText(name) << "\">";
+    if (!full.empty()) out << "</a>";
+  } else {
+    out << "<span class=\"none\">no picture</span>";
+  }
+  out << "</div>\n<h2 title=\"" << htmlText(r.picture) << "\">" << htmlText(name) << "</h2>\n";
+  if (!r.ok()) {
+    // The reason names the stage itself more often than not; say it once.
+    std::string_view reason = r.error;
+    if (reason.starts_with(r.failedAt + " ")) reason.remove_prefix(r.failedAt.size() + 1);
+    out << "<p class=\"failure\">Failed at " << htmlText(r.failedAt) << "</p>\n<p class=\"reason\">" << htmlText(reason)
+        << "</p>\n";
+  }
+  out << "<dl>";
+  item(out, "size", r.width > 0 ? std::to_string(r.width) + " x " + std::to_string(r.height) + " pixels" : "-");
+  item(out, "threshold", r.threshold);
+  item(out, "lines", std::to_string(r.lines));
+  item(out, "time", seconds2(r.seconds) + " s");
+  out << "</dl>\n";
+  if (!r.statistics.empty()) {
+    out << "<ul class=\"statistics\">";
+    for (const std::string& line : r.statistics) out << "<li>" << htmlText(line) << "</li>";
+    out << "</ul>\n";
+  }
+  if (r.ok()) {
+    out << "<p class=\"links\"><a href=\"" << linkFrom(page, r.drawing) << "\">DXF</a>";
+    if (!r.svg.empty()) out << " <a href=\"" << linkFrom(page, r.svg) << "\">SVG</a>";
+    out << "</p>\n";
+  }
+  out << "</article>\n";
+}
+
+}  // namespace
+
+std::string htmlText(std::string_view text) {
+  std::string out;
+  out.reserve(text.size());
+  for (char c : text) {
+    switch (c) {
+      case '&':
+        out += "&amp;";
+        break;
+      case '<':
+        out += "&lt;";
+        break;
+      case '>':
+        out += "&gt;";
+        break;
+      case '"':
+        out += "&quot;";
+        break;
+      case '\'':
+        out += "&#39;";
+        break;
+      default:
+        out += c;
+    }
+  }
+  return out;
+}
+
+std::string linkFrom(const std::string& page, const std::string& target) {
+  const fs::path folder = fs::absolute(fs::path(page)).parent_path().lexically_normal();
+  const fs::path whole = fs::absolute(fs::path(target)).lexically_normal();
+  const fs::path relative = whole.lexically_relative(folder);
+  const std::string path = relative.empty() ? whole.string() : relative.string();
+  std::string out;
+  if (relative.empty()) out = "file://";
+  static constexpr char kHex[] = "0123456789ABCDEF";
+  for (unsigned char c : path) {
+    const bool plain = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' ||
+                       c == '.' || c == '_' || c == '~' || c == '/';
+    if (plain) {
+      out += static_cast<char>(c);
+    } else {
+      out += '%';
+      out += kHex[c >> 4];
+      out += kHex[c & 15];
+    }
+  }
+  return out;
+}
+
+std::string reportFolder(const std::string& page) {
+  const fs::path p(page);
+  return (p.parent_path() / (p.stem().string() + "_files")).string();
+}
+
+std::string reportFile(const std::string& page, const std::string& stem, std::string_view suffix) {
+  return (fs::path(reportFolder(page)) / (stem + std::string(suffix))).string();
+}
+
+std::string reportPage(const std::string& page, const std::vector<BatchResult>& results, double seconds) {
+  // Failures first, each group in the pictures' order.
+  std::vector<const BatchResult*> order;
+  for (const BatchResult& r : results) order.push_back(&r);
+  std::stable_partition(order.begin(), order.end(), [](const BatchResult* r) { return !r->ok(); });
+  long long lines = 0;
+  std::size_t failed = 0;
+  for (const BatchResult& r : results) {
+    lines += r.lines;
+    failed += r.ok() ? 0 : 1;
+  }
+
+  std::ostringstream out;
+  out << "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
+      << "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
+      << "<title>quernline-batch: " << results.size() << " pictures, " << failed << " failed</title>\n"
+      << "<style>" << kStyle << "</style>\n</head>\n<body>\n<header>\n<h1>quernline-batch</h1>\n<dl id=\"totals\">";
+  out << "<div><dt>pictures</dt><dd id=\"pictures\">" << results.size() << "</dd></div>";
+  out << "<div><dt>written</dt><dd id=\"written\">" << results.size() - failed << "</dd></div>";
+  out << "<div><dt>failed</dt><dd id=\"failed\">" << failed << "</dd></div>";
+  out << "<div><dt>time</dt><dd id=\"seconds\">" << seconds2(seconds) << " s</dd></div>";
+  out << "<div><dt>lines</dt><dd id=\"lines\">" << lines << "</dd></div>";
+  out << "</dl>\n<label><input type=\"checkbox\" id=\"only-failed\"> failures only</label>\n</header>\n";
+  out << "<main id=\"sheet\">\n";
+  for (const BatchResult* r : order) card(out, page, *r);
+  out << "</main>\n<script>\ndocument.getElementById('only-failed').onchange = (e) =>\n"
+      << "  document.body.classList.toggle('only-failed', e.target.checked);\n</script>\n</body>\n</html>\n";
+  return out.str();
+}
+
+void writeReport(const std::string& page, const std::vector<BatchResult>& results, double seconds) {
+  replaceFile(page, reportPage(page, results, seconds));
+}
+
+}  // namespace quern

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "batch/batch_run.h"
+
+namespace quern {
+
+// The review page of a batch: totals, then one card per picture with its
+// thumbnail, numbers and links, failures first. It is plain HTML and CSS that
+// a browser opens from its folder with no server. The thumbnails are inside
+// it, so that a picture costs the batch one file less to write carefully;
+// every file it links to is named relative to its folder.
+
+// Where the page keeps the pictures' previews when no others were asked
+// for: PAGE_files beside PAGE.html, and in it STEM + suffix.
+std::string reportFolder(const std::string& page);
+std::string reportFile(const std::string& page, const std::string& stem, std::string_view suffix);
+
+// The page for these results of a batch that took `seconds` in all.
+std::string reportPage(const std::string& page, const std::vector<BatchResult>& results, double seconds);
+
+// The page written to `page` with the careful writer. Throws FileError.
+void writeReport(const std::string& page, const std::vector<BatchResult>& results, double seconds);
+
+// Text as HTML shows it, in an element or an attribute.
+std::string htmlText(std::string_view text);
+
+// A link from the page's folder to `target`: relative where it can be, every
+// byte but the unreserved ones and '/' percent-encoded.
+std::string linkFrom(const std::string& page, const std::string& target);
+
+}  // namespace quern
