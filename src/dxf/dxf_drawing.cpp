@@ -44,18 +44,7 @@ std::string dxfDrawingBytes(const RecordTable& ChainTable, const DrawingOptions&
     const std::vector<DrawingPath> paths = cadPaths(ChainTable, cleanupForLineWidth(options.lineWidth));
     return cadDxfText(chainsOfPaths(paths), options);
   }
-  const std::string whole = dxfDrawing(ChainTable, options).text();
-  std::string lines;
-  lines.reserve(whole.size() + whole.size() / 4);
-  for (const char c : whole) {
-    if (c == '|') {
-      lines += "\r\n";
-    } else {
-      lines += c;
-    }
-  }
-  lines += "\r\n";
-  return lines;
+  return dxfDrawing(ChainTable, options).fileBytes();
 }
 
 void writeDxfDrawing(const std::string& path, const RecordTable& ChainTable, const DrawingOptions& options) {

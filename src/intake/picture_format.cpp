@@ -10,15 +10,6 @@ namespace quern {
 
 namespace {
 
-PictureShape shape(PictureKind kind, std::int64_t w, std::int64_t h, std::string problem = {}) {
-  PictureShape s;
-  s.kind = kind;
-  s.width = w;
-  s.height = h;
-  s.problem = std::move(problem);
-  return s;
-}
-
 // --- GIF -------------------------------------------------------------------
 
 // Skips a chain of data sub-blocks; false when the file ends inside it.

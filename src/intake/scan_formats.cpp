@@ -8,15 +8,6 @@ namespace quern {
 
 namespace {
 
-PictureShape shape(PictureKind kind, std::int64_t w, std::int64_t h, std::string problem = {}) {
-  PictureShape s;
-  s.kind = kind;
-  s.width = w;
-  s.height = h;
-  s.problem = std::move(problem);
-  return s;
-}
-
 // --- TIFF ------------------------------------------------------------------
 
 class TiffBytes {
