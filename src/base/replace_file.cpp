@@ -7,8 +7,10 @@
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
+#include <mutex>
 #include <optional>
 #include <random>
+#include <set>
 #include <system_error>
 
 #include "base/errors.h"
@@ -87,13 +89,37 @@ int openBeside(const fs::path& target, std::string& tempName) {
   return -1;
 }
 
-void syncFolder(const fs::path& target) {
-  const fs::path dir = target.has_parent_path() ? target.parent_path() : fs::path(".");
+// Folders whose sync waits for the end of the open batches; writers on
+// several threads share them.
+struct DeferredSyncs {
+  std::mutex lock;
+  int batches = 0;
+  std::set<fs::path> folders;
+};
+DeferredSyncs& deferredSyncs() {
+  static DeferredSyncs syncs;
+  return syncs;
+}
+
+void syncNow(const fs::path& dir) {
   const int fd = ::open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (fd >= 0) {
     ::fsync(fd);  // the rename is safe on disk; a failure here loses nothing
     ::close(fd);
   }
+}
+
+void syncFolder(const fs::path& target) {
+  const fs::path dir = target.has_parent_path() ? target.parent_path() : fs::path(".");
+  {
+    DeferredSyncs& syncs = deferredSyncs();
+    const std::lock_guard<std::mutex> hold(syncs.lock);
+    if (syncs.batches > 0) {
+      syncs.folders.insert(dir);
+      return;
+    }
+  }
+  syncNow(dir);
 }
 
 // Writes beside the target and renames over it. False, with nothing changed,
@@ -195,6 +221,28 @@ void replaceFile(const std::string& path, std::string_view content) {
   if (old.st_nlink > 1 || !writeBesideAndRename(path, target, content, &old)) {
     writeInPlace(path, target, content, true);
   }
+}
+
+FolderSyncBatch::FolderSyncBatch() {
+  DeferredSyncs& syncs = deferredSyncs();
+  const std::lock_guard<std::mutex> hold(syncs.lock);
+  ++syncs.batches;
+}
+
+FolderSyncBatch::~FolderSyncBatch() {
+  std::set<fs::path> due;
+  {
+    DeferredSyncs& syncs = deferredSyncs();
+    const std::lock_guard<std::mutex> hold(syncs.lock);
+    if (--syncs.batches == 0) due.swap(syncs.folders);
+  }
+  for (const fs::path& dir : due) syncNow(dir);
+}
+
+std::size_t FolderSyncBatch::pending() {
+  DeferredSyncs& syncs = deferredSyncs();
+  const std::lock_guard<std::mutex> hold(syncs.lock);
+  return syncs.folders.size();
 }
 
 }  // namespace quern

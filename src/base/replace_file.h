@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -21,5 +22,20 @@ namespace quern {
 //
 // Throws FileError naming the file and the reason.
 void replaceFile(const std::string& path, std::string_view content);
+
+// A file is synced as it is written, and the folder it was renamed into right
+// after. While a FolderSyncBatch lives (in any thread), the folders are
+// synced once each when the last such batch ends instead: a batch of many
+// drawings into one folder then syncs it once, not once a drawing.
+class FolderSyncBatch {
+ public:
+  FolderSyncBatch();
+  ~FolderSyncBatch();
+  FolderSyncBatch(const FolderSyncBatch&) = delete;
+  FolderSyncBatch& operator=(const FolderSyncBatch&) = delete;
+
+  // Folders waiting for their sync.
+  static std::size_t pending();
+};
 
 }  // namespace quern

@@ -9,6 +9,7 @@
 
 #include "base/errors.h"
 #include "base/number_text.h"
+#include "base/replace_file.h"
 #include "batch/progress.h"
 #include "dxf/dxf_drawing.h"
 #include "dxf/dxf_writer.h"
@@ -168,6 +169,8 @@ std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) 
   std::error_code made;
   std::filesystem::create_directories(outDir, made);
   if (args.previewDir) std::filesystem::create_directories(*args.previewDir, made);
+  // Every drawing is synced as it is written; its folder once, at the end.
+  const FolderSyncBatch folders;
   std::vector<BatchResult> results(args.pictures.size());
   std::atomic<std::size_t> next{0};
   std::atomic<std::size_t> finished{0};

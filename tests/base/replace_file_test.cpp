@@ -155,3 +155,31 @@ TEST(ReplaceFile, WithoutPermissionOrSpaceTheOldFileStaysAsItWas) {
 
 }  // namespace
 }  // namespace quern
+
+namespace quern {
+namespace {
+
+// Within nested batches each folder waits once, however many drawings went
+// into it, and all of them are synced when the outer batch ends; outside a
+// batch nothing waits.
+TEST(ReplaceFile, BatchesSyncEachFolderOnceWhenTheLastEnds) {
+  testing::TempFolder a;
+  testing::TempFolder b;
+  replaceFile(a.file("alone.dxf"), "x");
+  EXPECT_EQ(FolderSyncBatch::pending(), 0U);
+  {
+    const FolderSyncBatch outer;
+    replaceFile(a.file("one.dxf"), "1");
+    {
+      const FolderSyncBatch inner;
+      replaceFile(a.file("two.dxf"), "2");
+      replaceFile(b.file("three.dxf"), "3");
+    }
+    EXPECT_EQ(FolderSyncBatch::pending(), 2U);
+    EXPECT_EQ(testing::readAll(a / "two.dxf"), "2");
+  }
+  EXPECT_EQ(FolderSyncBatch::pending(), 0U);
+}
+
+}  // namespace
+}  // namespace quern
