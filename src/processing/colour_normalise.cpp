@@ -31,7 +31,7 @@ Colour exactShade(Colour colour, Int16 threshold) {
 // such sums, so only a sum equal to 100 times the threshold can come out
 // either way, and those (and colours that are not plain 0x00BBGGRR bytes)
 // take the double arithmetic.
-void shadeRow(Colour* row, Int32 width, Int16 threshold) {
+void shadeRow(const Colour* row, Colour* out, Int32 width, Int16 threshold) {
   const Int32 limit = 100 * static_cast<Int32>(threshold);
   Int32 x = 0;
 #ifdef __SSE2__
@@ -42,8 +42,7 @@ void shadeRow(Colour* row, Int32 width, Int16 threshold) {
   const __m128i lim = _mm_set1_epi32(limit);
   const __m128i white = _mm_set1_epi32(kWhite);
   for (; x + 4 <= width; x += 4) {
-    auto* at = reinterpret_cast<__m128i*>(row + x);
-    const __m128i c = _mm_loadu_si128(at);
+    const __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + x));
     // Bytes times weights stay below 2^16, so the 16-bit multiply is exact
     // in each 32-bit lane.
     const __m128i r = _mm_mullo_epi16(_mm_and_si128(c, bytes), wr);
@@ -52,16 +51,16 @@ void shadeRow(Colour* row, Int32 width, Int16 threshold) {
     const __m128i sum = _mm_add_epi32(_mm_add_epi32(r, g), b);
     const __m128i odd = _mm_or_si128(_mm_cmpeq_epi32(sum, lim), _mm_cmplt_epi32(c, _mm_setzero_si128()));
     if (_mm_movemask_epi8(odd) != 0) {
-      for (int k = 0; k < 4; ++k) row[x + k] = exactShade(row[x + k], threshold);
+      for (int k = 0; k < 4; ++k) out[x + k] = exactShade(row[x + k], threshold);
       continue;
     }
-    _mm_storeu_si128(at, _mm_and_si128(_mm_cmpgt_epi32(sum, lim), white));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), _mm_and_si128(_mm_cmpgt_epi32(sum, lim), white));
   }
 #endif
   for (; x < width; ++x) {
     const Colour c = row[x];
     const Int32 sum = 30 * (c & 0xFF) + 59 * (c >> 8 & 0xFF) + 11 * (c >> 16 & 0xFF);
-    row[x] = c < 0 || sum == limit ? exactShade(c, threshold) : sum > limit ? kWhite : kBlack;
+    out[x] = c < 0 || sum == limit ? exactShade(c, threshold) : sum > limit ? kWhite : kBlack;
   }
 }
 
@@ -81,6 +80,25 @@ bool makeblackwhite(PictureBox& picture, Int16 threshold, Progress& progress, In
 
   // In pixel scale Point reads the bitmap itself; under a user scale it is asked.
   const bool direct = picture.ScaleMode() == kScalePixels;
+  if (direct && width == static_cast<float>(picture.pixelWidth()) &&
+      height == static_cast<float>(picture.pixelHeight())) {
+    // Every pixel is painted: read them where they lie and paint a bitmap of
+    // the box's own, instead of copying the shared pixels first. The box's
+    // picture keeps the pixels read alive.
+    const Colour* from = picture.bits();
+    Colour* to = picture.overwriteBits();
+    const auto w = static_cast<std::size_t>(picture.pixelWidth());
+    for (Int32 y = 0; y < picture.pixelHeight(); ++y) {
+      shadeRow(from + y * w, to + y * w, picture.pixelWidth(), threshold);
+      skipOnError([&] {
+        progress.yield();
+        progress.bar().Value = static_cast<float>(y);
+      });
+    }
+    picture.bitsChanged();
+    skipOnError([&] { progress.bar().Value = 0.0F; });
+    return true;
+  }
   Canvas canvas(picture);
   Colour c = 0;
   // The counters are 16-bit; the limit keeps them far from overflow.
@@ -88,7 +106,7 @@ bool makeblackwhite(PictureBox& picture, Int16 threshold, Progress& progress, In
     Colour* row = direct ? canvas.row(y) : nullptr;
     if (row) {
       const Int32 inside = std::min<Int32>(static_cast<Int32>(std::ceil(width)), canvas.width());
-      shadeRow(row, inside, threshold);
+      shadeRow(row, row, inside, threshold);
     } else {
       for (Int16 x = 0; x < width; ++x) {
         skipOnError([&] { c = picture.Point(x, y); });
