@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cmath>
+#include <limits>
 #include <string>
 
 #ifdef __SSE2__
@@ -126,7 +127,9 @@ void runsmooth(PictureBox& picture, FilterStore& filterpixels, Progress& progres
   unpack(0, lanes[0]);
   unpack(1, lanes[1]);
   std::vector<Record> column(static_cast<std::size_t>(w));
-  Canvas canvas(picture);
+  // A picture loaded whole is painted whole but for its outer band.
+  const bool whole = w == picture.pixelWidth() && h == picture.pixelHeight();
+  Canvas canvas(picture, whole ? 1 : std::numeric_limits<Int32>::max());
   for (Int32 y = 1; y < h - 1; ++y) {
     const Record* above = lanes[(y - 1) % 3].data();
     const Record* here = lanes[y % 3].data();
