@@ -236,8 +236,8 @@ def peers(batch, make_assets, tmp, work, runs, sizes, fmt_ext, help_text):
         print("%-10s ours %s, potrace %s, ours/potrace %s" % (r["size"], fmt(r["cpu_ours"], "%.0f", " ms"),
                                                               fmt(r["cpu_potrace"], "%.0f", " ms"),
                                                               fmt(ratio, "%.2f", " x")))
-    print("Aims: ours/potrace at most 1.5 x at 700 x 557 and 1.0 x from 1500 x 1500 up, below skeletonize")
-    print("at 1500 x 1500, at most 16 bytes per pixel above start.")
+    print("Aims: ours/potrace at most 1.0 x at every size, below skeletonize at 1500 x 1500, at most 16 bytes")
+    print("per pixel above start.")
     print()
 
 
