@@ -110,4 +110,61 @@ inline void transposeBlock(const std::uint8_t* rows, std::size_t rowStride, std:
   }
 }
 
+// A line's cells in spans of kSpan; bit b of the line's words says that span
+// b may hold a set cell. Cells are only ever cleared once the grid is
+// loaded, so a bit set once stays true enough: the span is searched and
+// found empty.
+constexpr Int32 kSpan = 64;
+inline Int32 spanWords(Int32 cells) {
+  return (cells + kSpan * 64 - 1) / (kSpan * 64);
+}
+inline void markSpans(const std::uint8_t* line, Int32 cells, std::uint64_t* words) {
+  std::fill_n(words, spanWords(cells), 0);
+  for (Int32 from = 0; from < cells; from += kSpan) {
+    const Int32 to = std::min(from + kSpan, cells);
+    if (seek<false>(line, from, to, 1) < to) words[from / kSpan / 64] |= std::uint64_t{1} << (from / kSpan % 64);
+  }
+}
+
+// seek for a set cell that passes over the spans known to be clear.
+template <bool Backward>
+inline Int32 seekSet(const std::uint8_t* line, const std::uint64_t* words, Int32 pos, Int32 stop) {
+  if constexpr (Backward) {
+    while (pos > stop) {
+      const Int32 span = pos / kSpan;
+      Int32 w = span / 64;
+      std::uint64_t bits = words[w] & (~std::uint64_t{0} >> (63 - span % 64));
+      while (bits == 0) {
+        if (w == 0) return stop;
+        bits = words[--w];
+      }
+      const Int32 found = w * 64 + 63 - std::countl_zero(bits);
+      const Int32 from = std::min(pos, found * kSpan + kSpan - 1);
+      if (from <= stop) return stop;
+      const Int32 to = std::max(stop, found * kSpan - 1);
+      const Int32 hit = seek<true>(line, from, to, 1);
+      if (hit != to) return hit;
+      pos = to;
+    }
+  } else {
+    while (pos < stop) {
+      const Int32 span = pos / kSpan;
+      Int32 w = span / 64;
+      std::uint64_t bits = words[w] & (~std::uint64_t{0} << (span % 64));
+      while (bits == 0) {
+        if (++w * 64 * kSpan >= stop) return stop;
+        bits = words[w];
+      }
+      const Int32 found = w * 64 + std::countr_zero(bits);
+      const Int32 from = std::max(pos, found * kSpan);
+      if (from >= stop) return stop;
+      const Int32 to = std::min(stop, found * kSpan + kSpan);
+      const Int32 hit = seek<false>(line, from, to, 1);
+      if (hit != to) return hit;
+      pos = to;
+    }
+  }
+  return stop;
+}
+
 }  // namespace quern::thin_cells
