@@ -59,7 +59,7 @@ constexpr std::array<std::uint8_t, 256> kRingTable = [] {
 // a clear cell outward, which is the cell scanned just before it; so the scan
 // hops from run to run instead of visiting every cell.
 template <bool Backward, typename TryPeel>
-bool scanLine(const std::uint8_t* line, const std::uint64_t* spans, Int32 length, bool& armed, TryPeel&& tryPeel) {
+bool scanLine(const std::uint8_t* line, Int32 length, bool& armed, TryPeel&& tryPeel) {
   constexpr Int32 step = Backward ? -1 : 1;
   const Int32 stop = Backward ? 0 : length;
   Int32 pos = Backward ? length - 1 : 1;
@@ -72,7 +72,7 @@ bool scanLine(const std::uint8_t* line, const std::uint64_t* spans, Int32 length
       pos += step;
       continue;
     }
-    pos = thin_cells::seekSet<Backward>(line, spans, pos, stop);
+    pos = seek<Backward>(line, pos, stop, 1);
     if (pos == stop) break;
     const bool took = line[pos - step] == 0 && tryPeel(pos);
     peeled = peeled || took;
@@ -188,17 +188,6 @@ ThinOutcome ThinGrid::loadgrid(PictureBox& picture, Int16 width, Int16 height, R
     }
     for (Int32 x = x0; x < x1; ++x) progress.yield();
   }
-  const auto spansOf = [](const std::vector<std::uint8_t>& grid, Int32 lines, Int32 cells,
-                          std::vector<std::uint64_t>& spans) {
-    const auto words = static_cast<std::size_t>(thin_cells::spanWords(cells));
-    spans.resize(static_cast<std::size_t>(lines) * words);
-    for (Int32 l = 0; l < lines; ++l) {
-      const auto at = static_cast<std::size_t>(l);
-      thin_cells::markSpans(grid.data() + at * static_cast<std::size_t>(cells), cells, spans.data() + at * words);
-    }
-  };
-  spansOf(byColumn_, width + 1, height + 1, columnSpans_);
-  spansOf(byRow_, height + 1, width + 1, rowSpans_);
   return thingrid(picture, LineTable, progress);
 }
 
@@ -245,8 +234,6 @@ bool ThinGrid::peelPass(Side side, Progress& progress) {
   std::uint8_t* grid = byColumns ? byColumn_.data() : byRow_.data();
   const std::vector<std::int64_t>& changed = byColumns ? columnChanged_ : rowChanged_;
   std::vector<Memo>& memo = memo_[side];
-  const auto spanWords = static_cast<std::size_t>(thin_cells::spanWords(length + 1));
-  const std::uint64_t* allSpans = byColumns ? columnSpans_.data() : rowSpans_.data();
 
   bool armed = true;  // once per pass: a removal late in one line disarms the start of the next
   bool peeled = false;
@@ -263,7 +250,6 @@ bool ThinGrid::peelPass(Side side, Progress& progress) {
     const std::int64_t now = ++tick_;
     const bool armedIn = armed;
     const std::uint8_t* line = grid + at * stride;
-    const std::uint64_t* spans = allSpans + at * spanWords;
     // The ring tests read the lines on both sides at scattered places; on a
     // large grid those lines are out of cache unless asked for ahead.
     for (std::size_t b = 0; b < stride; b += 64) {
@@ -276,8 +262,8 @@ bool ThinGrid::peelPass(Side side, Progress& progress) {
       clear(byColumns ? l : pos, byColumns ? pos : l);
       return true;
     };
-    const bool took = side == kTop || side == kLeft ? scanLine<false>(line, spans, length, armed, tryPeel)
-                                                    : scanLine<true>(line, spans, length, armed, tryPeel);
+    const bool took = side == kTop || side == kLeft ? scanLine<false>(line, length, armed, tryPeel)
+                                                    : scanLine<true>(line, length, armed, tryPeel);
     m = took ? Memo{} : Memo{now, armedIn, armed};
     peeled = peeled || took;
     progress.yield();

@@ -90,10 +90,6 @@ class ThinGrid {
   Int32 foreground_ = 0;
   std::vector<std::uint8_t> byColumn_;  // cell (x, y) at x * (height + 1) + y
   std::vector<std::uint8_t> byRow_;     // cell (x, y) at y * (width + 1) + x
-  // Which spans of each line may hold a set cell (thin_cells::markSpans), so
-  // a scan passes over the empty paper between strokes.
-  std::vector<std::uint64_t> columnSpans_;
-  std::vector<std::uint64_t> rowSpans_;
 
   // A scan that took nothing is remembered and skipped the next time while
   // its line and the armed state it starts in are the same: late cycles
