@@ -87,7 +87,7 @@ demo: build
 
 # What only `make bench-peers` needs: the peers it is measured against, put in
 # by the deps recipe with this list in place of the build's.
-PEER_PACKAGES := potrace python3-numpy python3-pil python3-skimage time findutils
+PEER_PACKAGES := potrace libjpeg-turbo-progs python3-numpy python3-pil python3-skimage time findutils
 QUERN_BATCH ?= $(BUILD)/quernline-batch
 .PHONY: bench-peers
 

@@ -86,8 +86,8 @@ std::string hiddenName(const fs::path& target, const char* kind) {
   return (folderOf(target) / ("." + target.filename().string().substr(0, 200) + suffix)).string();
 }
 
-void syncFolder(const fs::path& target) {
-  const int fd = ::open(folderOf(target).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+void syncFolderNow(const fs::path& folder) {
+  const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (fd >= 0) {
     ::fsync(fd);  // the rename is safe on disk; a failure here loses nothing
     ::close(fd);
@@ -291,15 +291,33 @@ struct OutputSet::Output {
     }
   }
 
-  void finish() {
+  void finish(FolderSyncs* syncs) {
     if (fd >= 0) ::close(fd);
     fd = -1;
     if (way == Way::rename) {
       backup.remove();
-      syncFolder(target);
+      if (syncs) {
+        syncs->add(folderOf(target).string());
+      } else {
+        syncFolderNow(folderOf(target));
+      }
     }
   }
 };
+
+FolderSyncs::~FolderSyncs() {
+  for (const std::string& folder : folders_) syncFolderNow(folder);
+}
+
+void FolderSyncs::add(const std::string& folder) {
+  const std::lock_guard<std::mutex> hold(lock_);
+  folders_.insert(folder);
+}
+
+std::size_t FolderSyncs::pending() const {
+  const std::lock_guard<std::mutex> hold(lock_);
+  return folders_.size();
+}
 
 OutputSet::OutputSet() : OutputSet(Options{}) {}
 OutputSet::OutputSet(Options options) : options_(options) {}
@@ -358,7 +376,7 @@ void OutputSet::commit() {
     rollBack(placed);
     throw;
   }
-  for (auto& o : outputs_) o->finish();
+  for (auto& o : outputs_) o->finish(options_.folderSyncs);
   committed_ = true;
 }
 

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,11 +35,31 @@ namespace quern {
 // named temporaries too (see temp_registry.h).
 //
 // Throws FileError naming the file and the reason.
+// Folders whose sync waits for the end of a batch: every output renamed
+// into a folder is synced as it is written, and the folder, which holds the
+// new name, once when this is destroyed, however many drawings went into it.
+// Output sets on several threads may share one.
+class FolderSyncs {
+ public:
+  FolderSyncs() = default;
+  FolderSyncs(const FolderSyncs&) = delete;
+  FolderSyncs& operator=(const FolderSyncs&) = delete;
+  ~FolderSyncs();
+  void add(const std::string& folder);
+  std::size_t pending() const;
+
+ private:
+  mutable std::mutex lock_;
+  std::set<std::string> folders_;
+};
+
 class OutputSet {
  public:
   struct Options {
     // Use unnamed temporaries (O_TMPFILE) where the file system has them.
     bool unnamedTemporaries = true;
+    // Where folder syncs wait, if anywhere; without, each is synced at once.
+    FolderSyncs* folderSyncs = nullptr;
   };
 
   OutputSet();

@@ -293,7 +293,8 @@ std::string nameOutputs(const BatchArgs& args, std::vector<PictureFiles>& files)
 }
 
 BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
-                           const std::optional<std::string>& preview, ProgressLine* progress, bool thumbnail) {
+                           const std::optional<std::string>& preview, ProgressLine* progress, bool thumbnail,
+                           FolderSyncs* folderSyncs) {
   const auto started = std::chrono::steady_clock::now();
   BatchResult result;
   result.picture = picture.value_or("");
@@ -364,7 +365,9 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
     const std::vector<FittedChain> fitted =
         options.fit ? fitDrawing(chain.session.LineTable, options.fitTolerance) : std::vector<FittedChain>{};
     const std::string dxf = options.fit ? cadDxfText(fitted, options) : dxfDrawingBytes(chain.segments(), options);
-    OutputSet outputs;
+    OutputSet::Options writing;
+    writing.folderSyncs = folderSyncs;
+    OutputSet outputs(writing);
     if (drawing != "-") {
       result.drawing = withDxfExtension(drawing);
       outputs.add(result.drawing, dxf);
@@ -433,10 +436,11 @@ RunPlan planRun(const BatchArgs& args) {
 }
 
 BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
-                           const std::optional<std::string>& preview, ProgressLine* progress, bool thumbnail) {
+                           const std::optional<std::string>& preview, ProgressLine* progress, bool thumbnail,
+                           FolderSyncs* folderSyncs) {
   const auto started = std::chrono::steady_clock::now();
   try {
-    return convertOrThrow(args, picture, drawing, preview, progress, thumbnail);
+    return convertOrThrow(args, picture, drawing, preview, progress, thumbnail, folderSyncs);
   } catch (const std::bad_alloc&) {
     // The chain and its pictures are gone with the stack: the next picture has the memory back.
     BatchResult result;
@@ -482,6 +486,8 @@ std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) 
   const RunPlan plan = planRun(args);
   if (!plan.error.empty()) throw QuernError(plan.error);
   makeReportFolder(args);
+  // Every drawing is synced as it is written; its folder once, at the end.
+  FolderSyncs folders;
   std::vector<BatchResult> results(args.pictures.size());
   std::atomic<std::size_t> next{0};
   std::atomic<std::size_t> finished{0};
@@ -490,7 +496,8 @@ std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) 
       const PictureFiles& files = plan.pictures[i];
       std::optional<std::string> preview = files.preview;
       reportPreview(args, std::filesystem::path(files.drawing).stem().string(), preview);
-      results[i] = convertPicture(args, files.picture, files.drawing, preview, nullptr, args.report.has_value());
+      results[i] =
+          convertPicture(args, files.picture, files.drawing, preview, nullptr, args.report.has_value(), &folders);
       ++finished;
     }
   };

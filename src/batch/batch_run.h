@@ -9,6 +9,8 @@
 
 namespace quern {
 
+class FolderSyncs;
+
 class ProgressLine;
 
 // What one picture's run came to: the statistics the window would show, or
@@ -55,10 +57,12 @@ RunPlan planRun(const BatchArgs& args);
 // or none. A picture that could not be loaded, a stage that refused or
 // failed, an output that could not be written or memory that ran out writes
 // nothing: every existing file stays as it was. `progress` may be null.
+// `folderSyncs`, when given, holds the folders' syncs until the batch ends.
 // A `thumbnail` asks for the preview made small, for the review page; a
 // picture that loaded but failed a stage still gets one, of the original alone.
 BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
-                           const std::optional<std::string>& preview, ProgressLine* progress, bool thumbnail = false);
+                           const std::optional<std::string>& preview, ProgressLine* progress, bool thumbnail = false,
+                           FolderSyncs* folderSyncs = nullptr);
 
 // The single-picture form: PICTURE (or the built-in one) to DRAWING.
 BatchResult runBatch(const BatchArgs& args, ProgressLine* progress = nullptr);

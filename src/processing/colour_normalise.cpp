@@ -3,6 +3,10 @@
 #include <algorithm>
 #include <cmath>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 #include "processing/filter_store.h"
 
 namespace quern {
@@ -16,6 +20,50 @@ void skipOnError(Step&& step) {
   } catch (const std::exception&) {
   }
 }
+// The luminance test as defined, in doubles.
+Colour exactShade(Colour colour, Int16 threshold) {
+  const double luminance = (0.3 * redOf(colour) + 0.59 * greenOf(colour)) + 0.11 * blueOf(colour);
+  return luminance > threshold ? kWhite : kBlack;
+}
+
+// A row in place. 30 r + 59 g + 11 b is one hundred times the luminance,
+// exactly; the doubles are off from it by far less than the 0.01 between two
+// such sums, so only a sum equal to 100 times the threshold can come out
+// either way, and those (and colours that are not plain 0x00BBGGRR bytes)
+// take the double arithmetic.
+void shadeRow(const Colour* row, Colour* out, Int32 width, Int16 threshold) {
+  const Int32 limit = 100 * static_cast<Int32>(threshold);
+  Int32 x = 0;
+#ifdef __SSE2__
+  const __m128i bytes = _mm_set1_epi32(0xFF);
+  const __m128i wr = _mm_set1_epi32(30);
+  const __m128i wg = _mm_set1_epi32(59);
+  const __m128i wb = _mm_set1_epi32(11);
+  const __m128i lim = _mm_set1_epi32(limit);
+  const __m128i white = _mm_set1_epi32(kWhite);
+  for (; x + 4 <= width; x += 4) {
+    const __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + x));
+    // Bytes times weights stay below 2^16, so the 16-bit multiply is exact
+    // in each 32-bit lane.
+    const __m128i r = _mm_mullo_epi16(_mm_and_si128(c, bytes), wr);
+    const __m128i g = _mm_mullo_epi16(_mm_and_si128(_mm_srli_epi32(c, 8), bytes), wg);
+    const __m128i b = _mm_mullo_epi16(_mm_and_si128(_mm_srli_epi32(c, 16), bytes), wb);
+    const __m128i sum = _mm_add_epi32(_mm_add_epi32(r, g), b);
+    const __m128i odd = _mm_or_si128(_mm_cmpeq_epi32(sum, lim), _mm_cmplt_epi32(c, _mm_setzero_si128()));
+    if (_mm_movemask_epi8(odd) != 0) {
+      for (int k = 0; k < 4; ++k) out[x + k] = exactShade(row[x + k], threshold);
+      continue;
+    }
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), _mm_and_si128(_mm_cmpgt_epi32(sum, lim), white));
+  }
+#endif
+  for (; x < width; ++x) {
+    const Colour c = row[x];
+    const Int32 sum = 30 * (c & 0xFF) + 59 * (c >> 8 & 0xFF) + 11 * (c >> 16 & 0xFF);
+    out[x] = c < 0 || sum == limit ? exactShade(c, threshold) : sum > limit ? kWhite : kBlack;
+  }
+}
+
 }  // namespace
 
 bool makeblackwhite(PictureBox& picture, Int16 threshold, Progress& progress, Int32 limit) {
@@ -32,29 +80,37 @@ bool makeblackwhite(PictureBox& picture, Int16 threshold, Progress& progress, In
 
   // In pixel scale Point reads the bitmap itself; under a user scale it is asked.
   const bool direct = picture.ScaleMode() == kScalePixels;
-  Canvas canvas(picture);
-  // Line work has long runs of one colour: the last colour's answer is kept.
-  Colour c = 0;
-  Colour lastIn = kNoColour;
-  Colour lastOut = kWhite;
-  auto shade = [&](Colour colour) {
-    if (colour != lastIn) {
-      const double luminance = (0.3 * redOf(colour) + 0.59 * greenOf(colour)) + 0.11 * blueOf(colour);
-      lastOut = luminance > threshold ? kWhite : kBlack;
-      lastIn = colour;
+  if (direct && width == static_cast<float>(picture.pixelWidth()) &&
+      height == static_cast<float>(picture.pixelHeight())) {
+    // Every pixel is painted: read them where they lie and paint a bitmap of
+    // the box's own, instead of copying the shared pixels first. The box's
+    // picture keeps the pixels read alive.
+    const Colour* from = picture.bits();
+    Colour* to = picture.overwriteBits();
+    const auto w = static_cast<std::size_t>(picture.pixelWidth());
+    for (Int32 y = 0; y < picture.pixelHeight(); ++y) {
+      shadeRow(from + y * w, to + y * w, picture.pixelWidth(), threshold);
+      skipOnError([&] {
+        progress.yield();
+        progress.bar().Value = static_cast<float>(y);
+      });
     }
-    return lastOut;
-  };
+    picture.bitsChanged();
+    skipOnError([&] { progress.bar().Value = 0.0F; });
+    return true;
+  }
+  Canvas canvas(picture);
+  Colour c = 0;
   // The counters are 16-bit; the limit keeps them far from overflow.
   for (Int16 y = 0; y < height; ++y) {
     Colour* row = direct ? canvas.row(y) : nullptr;
     if (row) {
       const Int32 inside = std::min<Int32>(static_cast<Int32>(std::ceil(width)), canvas.width());
-      for (Int32 x = 0; x < inside; ++x) row[x] = shade(row[x]);
+      shadeRow(row, row, inside, threshold);
     } else {
       for (Int16 x = 0; x < width; ++x) {
         skipOnError([&] { c = picture.Point(x, y); });
-        canvas.set(x, y, shade(c));
+        canvas.set(x, y, exactShade(c, threshold));
       }
     }
     skipOnError([&] {

@@ -84,4 +84,22 @@ void FilterStore::load(const PictureBox& picture, Progress& progress) {
   }
 }
 
+Canvas::Canvas(PictureBox& box, Int32 band) : box_(box), w_(box.pixelWidth()), h_(box.pixelHeight()) {
+  // Whoever shares the old pixels keeps them alive past the swap.
+  const Colour* old = box.bits();
+  bits_ = box.overwriteBits();
+  if (bits_ == old) return;
+  const auto w = static_cast<std::size_t>(w_);
+  const Int32 side = std::min(band, w_);
+  for (Int32 y = 0; y < h_; ++y) {
+    const std::size_t at = static_cast<std::size_t>(y) * w;
+    if (y < band || y >= h_ - band) {
+      std::copy_n(old + at, w, bits_ + at);
+    } else {
+      std::copy_n(old + at, side, bits_ + at);
+      std::copy_n(old + at + w - static_cast<std::size_t>(side), side, bits_ + at + w - side);
+    }
+  }
+}
+
 }  // namespace quern

@@ -91,6 +91,10 @@ inline const FilterStore& loadfilterpixels(FilterStore& store, const PictureBox&
 class Canvas {
  public:
   explicit Canvas(PictureBox& box) : box_(box), bits_(box.mutableBits()), w_(box.pixelWidth()), h_(box.pixelHeight()) {}
+  // For a caller that paints every pixel but a band `band` pixels wide round
+  // the edge: only the band is kept from what the bitmap showed, so pixels
+  // shared with a picture are not copied whole first.
+  Canvas(PictureBox& box, Int32 band);
   ~Canvas() { box_.bitsChanged(); }
   Canvas(const Canvas&) = delete;
   Canvas& operator=(const Canvas&) = delete;

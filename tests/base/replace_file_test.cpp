@@ -14,6 +14,7 @@
 #include "../temp_files.h"
 #include "../unprivileged.h"
 #include "base/errors.h"
+#include "base/output_set.h"
 
 namespace quern {
 namespace {
@@ -151,6 +152,30 @@ TEST(ReplaceFile, WithoutPermissionOrSpaceTheOldFileStaysAsItWas) {
   EXPECT_EQ(readAll(f / "full-other.dxf"), "old drawing");
   EXPECT_EQ(modeOf(f / "full.dxf") & 07777, 0666U);
   EXPECT_EQ(f.entries(), 4) << "no half-written file is left beside the targets";
+}
+
+}  // namespace
+}  // namespace quern
+
+namespace quern {
+namespace {
+
+// Folders wait for the end of the batch, each once however many drawings
+// went into it; outside a batch nothing waits.
+TEST(OutputSet, ABatchSyncsEachFolderOnceAtItsEnd) {
+  testing::TempFolder a;
+  testing::TempFolder b;
+  FolderSyncs syncs;
+  OutputSet::Options options;
+  options.folderSyncs = &syncs;
+  for (const auto& [folder, name] : {std::pair{&a, "one.dxf"}, {&a, "two.dxf"}, {&b, "three.dxf"}}) {
+    OutputSet set(options);
+    set.add(folder->file(name), name);
+    set.commit();
+  }
+  replaceFile(a.file("alone.dxf"), "x");
+  EXPECT_EQ(syncs.pending(), 2U);
+  EXPECT_EQ(testing::readAll(a / "two.dxf"), "two.dxf");
 }
 
 }  // namespace

@@ -156,6 +156,43 @@ TEST(Thin, MatchesTheLiteralPeelingOnRandomPicturesInPixelsRecordsAndProgress) {
   }
 }
 
+// Strokes far apart on long lines, so that scans pass over many empty spans
+// of cells, and lines longer than one word of spans.
+TEST(Thin, MatchesTheLiteralPeelingAcrossLongEmptyStretches) {
+  std::mt19937 rng(7);
+  for (const auto& [w, h] : {std::pair{300, 40}, {40, 300}, {4300, 14}, {14, 4300}}) {
+    SCOPED_TRACE(std::to_string(w) + " x " + std::to_string(h));
+    PictureBox draw;
+    draw.setWidth(static_cast<float>(w));
+    draw.setHeight(static_cast<float>(h));
+    draw.setBackColor(kWhite);
+    std::uniform_real_distribution<float> fx(0.0F, static_cast<float>(w));
+    std::uniform_real_distribution<float> fy(0.0F, static_cast<float>(h));
+    for (int s = 0; s < 5; ++s) {
+      draw.DrawWidth = static_cast<Int16>(std::uniform_int_distribution<int>(1, 5)(rng));
+      // The first stroke near the far end of the long lines.
+      const float x = s == 0 && w > h ? static_cast<float>(w - 30) : fx(rng);
+      const float y = s == 0 && h > w ? static_cast<float>(h - 30) : fy(rng);
+      draw.Line(x, y, x + (w > h ? 9.0F : 3.0F), y + (w > h ? 3.0F : 9.0F), kBlack);
+    }
+    const Picture pic = draw.Image();
+    RecordTable fastTable("LineTable");
+    RecordTable slowTable("LineTable");
+    RecordingHost fastHost;
+    RecordingHost slowHost;
+    const Thinned fast = thinOnBox(pic, fastTable, fastHost);
+    PictureBox box;
+    box.AutoSize = true;
+    box.setPicture(pic);
+    testing::LiteralThinning literal;
+    literal.loadgrid(box, toInt16(w), toInt16(h), slowTable, slowHost);
+    ASSERT_EQ(fast.art, artOf(box.Image()));
+    ASSERT_EQ(fast.cycles, literal.thincycle);
+    ASSERT_EQ(fastTable.count(), slowTable.count());
+    for (Int32 i = 1; i <= fastTable.count(); ++i) ASSERT_EQ(fastTable[i], slowTable[i]) << i;
+  }
+}
+
 TEST(Thin, RefusesAListingThatLeavesNoSpareRecord) {
   Art art(10, std::string(12, '.'));
   for (std::size_t y = 1; y <= 8; ++y) art[y][5] = '#';  // eight cells that all stay
