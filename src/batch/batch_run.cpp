@@ -8,9 +8,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
-#include <map>
 #include <new>
-#include <set>
 #include <sstream>
 #include <thread>
 
@@ -19,6 +17,7 @@
 #include "base/number_text.h"
 #include "base/output_set.h"
 #include "batch/progress.h"
+#include "batch/refusals.h"
 #include "batch/report.h"
 #include "batch/report_pictures.h"
 #include "dxf/cad_dxf.h"
@@ -134,65 +133,6 @@ std::string thresholdUsed(const StageParams& params, const std::vector<StageOutc
   return std::to_string(value);
 }
 
-// A rescale factor, in hundredths, at which a refused picture would fit.
-std::optional<Int32> fittingScale(const BatchArgs& args, const StageOutcome& o) {
-  const double scale = args.scale / 100.0;
-  double fit = 0.0;
-  if (o.stage == Stage::rescale && o.width > 0 && o.height > 0) {
-    fit = scale * std::sqrt(static_cast<double>(o.limit) / (static_cast<double>(o.width) * o.height));
-  } else if (o.count > 0) {
-    fit = scale * static_cast<double>(o.limit) / static_cast<double>(o.count) * 0.95;
-  } else if (o.width > 0 || o.height > 0) {
-    fit = scale * static_cast<double>(o.limit) / std::max(o.width, o.height);
-  }
-  // Without --large the filters and the black-and-white stage take 1500
-  // pixels a side at most: a scale that passes the rescale must pass them too.
-  if (!args.large && o.width > 0 && o.height > 0) {
-    const double side = std::min(kFilterLimit, kBlackWhiteLimit) + 0.5;
-    fit = std::min(fit, scale * side / std::max(o.width, o.height));
-  }
-  const auto hundredths = static_cast<Int32>(std::floor(fit * 100.0 - 1e-9));
-  if (hundredths < 1 || hundredths >= args.scale) return std::nullopt;
-  return hundredths;
-}
-
-// How much of the original the threshold stage turns black: the share at
-// the run's threshold, and how many pixels fall at each whole luminance.
-struct Darkness {
-  long long dark = 0;
-  long long total = 0;
-  std::array<long long, 256> atLuminance{};
-  double share() const { return total > 0 ? static_cast<double>(dark) / static_cast<double>(total) : 0.0; }
-};
-
-Darkness darknessOf(const Picture& picture, Int32 threshold) {
-  Darkness d;
-  d.total = static_cast<long long>(picture->area());
-  for (const Colour c : picture->pixels()) {
-    // The threshold stage's own luminance: black when not above the threshold.
-    const double luminance = (0.3 * redOf(c) + 0.59 * greenOf(c)) + 0.11 * blueOf(c);
-    if (luminance <= threshold) ++d.dark;
-    ++d.atLuminance[static_cast<std::size_t>(std::clamp(luminance, 0.0, 255.0))];
-  }
-  return d;
-}
-
-// The highest threshold below the run's at which at most a quarter of the
-// picture is black, if there is one.
-std::optional<Int32> lighterThreshold(const Darkness& d, Int32 threshold) {
-  long long dark = 0;
-  std::optional<Int32> best;
-  for (Int32 t = 0; t < threshold && t < 256; ++t) {
-    dark += d.atLuminance[static_cast<std::size_t>(t)];
-    if (t >= 1 && dark * 4 <= d.total) best = t;
-  }
-  return best;
-}
-
-// Line work a few pixels wide leaves a fraction of the page black; a page
-// that is mostly black at the threshold is a grey page, not a large one.
-constexpr double kMostlyDark = 0.5;
-
 // The black pixels the threshold stage left, as its outcome counts them.
 long long blackPixels(const std::vector<StageOutcome>& outcomes) {
   for (const StageOutcome& o : outcomes) {
@@ -211,33 +151,6 @@ float lineWidthOf(long long black, const RecordTable& segments) {
   }
   if (length <= 0.0) return 1.0F;
   return static_cast<float>(std::clamp(static_cast<double>(black) / length, 1.0, 64.0));
-}
-
-std::string describe(const BatchArgs& args, const StageOutcome& o, const Darkness& darkness = {}) {
-  std::string reason = o.reason;
-  while (!reason.empty() && reason.back() == '.') reason.pop_back();
-  std::string text = std::string("stage ") + std::to_string(static_cast<int>(o.stage)) + " (" + stageName(o.stage) +
-                     ")" + (o.kind == StageOutcome::Kind::refused ? " refused: " : " failed: ") + reason;
-  if (o.kind != StageOutcome::Kind::refused) return text;
-  const std::string size = std::to_string(o.width) + " by " + std::to_string(o.height);
-  if (o.width > 0 && reason.find(size) == std::string::npos) text += " (the picture is " + size + " pixels)";
-  text += ".";
-  if (o.stage == Stage::thin && darkness.share() > kMostlyDark) {
-    const auto percent = static_cast<int>(std::lround(darkness.share() * 100.0));
-    text += " " + std::to_string(percent) + "% of the picture is black at --threshold " +
-            std::to_string(args.threshold) + ": this is a grey page, not a large one; a lower --threshold";
-    if (const std::optional<Int32> t = lighterThreshold(darkness, args.threshold)) {
-      text += " (" + std::to_string(*t) + " leaves at most a quarter of it black)";
-    }
-    return text + " keeps only the line work.";
-  }
-  if (const std::optional<Int32> fit = fittingScale(args, o)) {
-    text += " A --scale of " + decimalText(*fit / 100.0) + " would fit";
-    text += args.large ? ";" : ", or";
-  }
-  text += args.large ? " --max-megapixels sets how large a picture --large takes."
-                     : " --large lifts the limit for this run.";
-  return text;
 }
 
 // The rescale's refusal, told from the size in the picture's header before
@@ -260,36 +173,6 @@ std::optional<StageOutcome> refusedByHeader(const BatchArgs& args, const std::st
   o.reason = "the rescaled picture would be " + std::to_string(o.width) + " by " + std::to_string(o.height) +
              " pixels, over the limit of " + std::to_string(limit) + " pixels";
   return o;
-}
-
-std::string stemOf(const std::string& picture) {
-  return std::filesystem::path(picture).stem().string();
-}
-
-// With --out-dir: each picture's name in the output folders, or the clash.
-std::string nameOutputs(const BatchArgs& args, std::vector<PictureFiles>& files) {
-  const std::set<std::string> stems = [&] {
-    std::set<std::string> all;
-    for (const std::string& p : args.pictures) all.insert(stemOf(p));
-    return all;
-  }();
-  std::map<std::string, std::size_t> used;  // name -> the picture that has it
-  for (std::size_t i = 0; i < args.pictures.size(); ++i) {
-    std::string name = stemOf(args.pictures[i]);
-    if (const auto first = used.find(name); first != used.end()) {
-      if (!args.suffixOnCollision) {
-        return args.pictures[first->second] + " and " + args.pictures[i] + " would both be written as " +
-               (std::filesystem::path(*args.outDir) / (name + ".dxf")).string() +
-               ": rename one, or give --on-collision suffix";
-      }
-      const std::string stem = name;
-      for (int n = 2; stems.contains(name) || used.contains(name); ++n) name = stem + "-" + std::to_string(n);
-    }
-    used.emplace(name, i);
-    files[i].drawing = (std::filesystem::path(*args.outDir) / (name + ".dxf")).string();
-    if (args.previewDir) files[i].preview = (std::filesystem::path(*args.previewDir) / (name + ".png")).string();
-  }
-  return "";
 }
 
 BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
@@ -405,35 +288,6 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
 }
 
 }  // namespace
-
-RunPlan planRun(const BatchArgs& args) {
-  RunPlan plan;
-  std::vector<std::string> inputs;
-  std::vector<std::string> outputs;
-  if (args.outDir) {
-    plan.pictures.resize(args.pictures.size());
-    for (std::size_t i = 0; i < args.pictures.size(); ++i) plan.pictures[i].picture = args.pictures[i];
-    plan.error = nameOutputs(args, plan.pictures);
-    if (!plan.error.empty()) return plan;
-    inputs = args.pictures;
-  } else {
-    plan.pictures.push_back({args.picture, withDxfExtension(args.drawing), args.preview});
-    if (args.picture) inputs.push_back(*args.picture);
-    if (args.svg) outputs.push_back(*args.svg);
-  }
-  for (const PictureFiles& f : plan.pictures) {
-    outputs.push_back(f.drawing);
-    if (f.preview) outputs.push_back(*f.preview);
-  }
-  if (const auto clash = firstClash(inputs, outputs)) {
-    const bool read = std::find(inputs.begin(), inputs.end(), clash->first) != inputs.end();
-    plan.error = read ? clash->second + " is the same file as the picture " + clash->first +
-                            ", which this run reads: nothing was written"
-                      : clash->second + " is the same file as " + clash->first +
-                            ", which this run writes too: nothing was written";
-  }
-  return plan;
-}
 
 BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
                            const std::optional<std::string>& preview, ProgressLine* progress, bool thumbnail,
