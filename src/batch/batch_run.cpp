@@ -13,7 +13,6 @@
 #include <thread>
 
 #include "base/errors.h"
-#include "base/file_identity.h"
 #include "base/number_text.h"
 #include "base/output_set.h"
 #include "batch/progress.h"
