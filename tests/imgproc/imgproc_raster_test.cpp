@@ -14,26 +14,41 @@ namespace {
 
 using testing::scratchEmpty;
 
-// The control tells its host of a picture it refuses, and keeps the picture.
+// The control tells its host of a picture it refuses, and keeps the picture,
+// what was drawn on it and the table; the thinning limit holds each way.
 TEST(ImgProcRefusals, BlackAndWhiteAndThinningTellTheHostAndKeepThePicture) {
-  const std::string thinTooLarge =
-      "Image too large to thin: 5601 by 11 pixels. Thinning takes images of up to 5600 by 5600 pixels.";
-  for (const auto& [w, h, thin, message] :
-       {std::tuple{1501, 4, false, std::string("Image too large to process. Please try loading a smaller image.")},
-        {5601, 11, true, thinTooLarge}}) {
+  auto thinTooLarge = [](const char* size) {
+    return std::string("Image too large to thin: ") + size +
+           " pixels. Thinning takes images of up to 5600 by 5600 pixels.";
+  };
+  const std::tuple<Int32, Int32, bool, std::string> cases[] = {
+      {1501, 4, false, "Image too large to process. Please try loading a smaller image."},
+      {5601, 11, true, thinTooLarge("5601 by 11")},
+      {11, 5601, true, thinTooLarge("11 by 5601")},
+      {5600, 12, true, ""},
+  };
+  for (const auto& [w, h, thin, message] : cases) {
     QuietHost host;
     ImgProc ipc(&host);
-    const Picture before = makeFilledPicture(w, h, rgb(10, 10, 10));
+    const Picture before = testing::whiteWithBlack(w, h, {{w - 4, 1, w, 4}});
     ipc.setPicture(before);
+    ipc.Picture1.PSet(1, 1, kRed);
     RecordTable table("LineTable");
+    table.count() = 3;
     if (thin) {
-      EXPECT_EQ(ipc.thin(table).outcome, ThinOutcome::TooLarge);
+      EXPECT_EQ(ipc.thin(table).outcome == ThinOutcome::TooLarge, !message.empty()) << w << " by " << h;
     } else {
       EXPECT_FALSE(ipc.colnorm3(200));
     }
+    if (message.empty()) {
+      EXPECT_TRUE(host.messages.empty()) << w << " by " << h;
+      EXPECT_EQ(table.count(), 3 + 4) << "the block's middle row at the right edge";
+      continue;
+    }
     EXPECT_EQ(host.messages, std::vector<std::string>{message});
     EXPECT_EQ(ipc.picture(), before);
-    EXPECT_EQ(table.count(), 0);
+    EXPECT_EQ(ipc.Picture1.Point(1, 1), kRed) << "a refusal loses not even what was drawn";
+    EXPECT_EQ(table.count(), 3);
   }
 }
 
