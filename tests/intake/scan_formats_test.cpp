@@ -16,11 +16,7 @@ namespace quern {
 namespace {
 
 using testing::Bytes;
-
-Bytes fixture(const std::string& name) {
-  const std::string bytes = testing::readAll(std::string(QUERN_FIXTURES) + "/" + name);
-  return Bytes(bytes.begin(), bytes.end());
-}
+using testing::fixture;
 
 Picture decode(const Bytes& b, long long maxPixels = kMaxPicturePixels, int page = 1) {
   return decodePictureFile(b.data(), b.size(), "x", maxPixels, page);
