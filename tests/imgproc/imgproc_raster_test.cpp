@@ -6,6 +6,7 @@
 #include <tuple>
 #include <vector>
 
+#include "../processing/raster_fixtures.h"
 #include "face_fixtures.h"
 #include "processing/rank_filters.h"
 
@@ -112,9 +113,7 @@ TEST(Filters, RefusedRunsLeaveThePictureAndEmptyTheScratchBoxes) {
 }
 
 TEST(Filters, MembersPassTheirDefaultsToTheirKernels) {
-  std::vector<Colour> px(16 * 14);
-  for (std::size_t i = 0; i < px.size(); ++i) px[i] = static_cast<Colour>((i * 2654435761U) & 0xFFFFFF);
-  const Picture src = makePicture(16, 14, px);
+  const Picture src = testing::noisePicture(16, 14);
   const FilterArray edge = ImgProc::filtcreatecust3(-1, -1, -1, -1, 8, -1, -1, -1, -1);
   using Kernel = std::function<void(PictureBox&, FilterStore&, Progress&, RandomSource&)>;
   const std::tuple<const char*, std::function<void(ImgProc&)>, Kernel> cases[] = {
@@ -131,9 +130,7 @@ TEST(Filters, MembersPassTheirDefaultsToTheirKernels) {
     ImgProc ipc;
     ipc.setPicture(src);
     member(ipc);
-    PictureBox direct;
-    direct.AutoSize = true;
-    direct.setPicture(src);
+    PictureBox direct = testing::boxWith(src);
     QuietHost host;
     HostProgress hostProgress(host, 1);
     FilterStore store;
@@ -173,11 +170,7 @@ TEST(RasterContext, ControlsOfOneContextShareTheStoreAndContinueTheRandomSequenc
   EXPECT_FALSE(holds(second.picture(), kBlack));
   EXPECT_TRUE(holds(alone.picture(), kBlack)) << "a fresh store is empty beyond the picture";
 
-  const Picture noise = makePicture(12, 12, [] {
-    std::vector<Colour> px(144);
-    for (std::size_t i = 0; i < px.size(); ++i) px[i] = static_cast<Colour>((i * 2654435761U) & 0xFFFFFF);
-    return px;
-  }());
+  const Picture noise = testing::noisePicture(12, 12);
   RasterContext context;
   ImgProc a(context, nullptr);
   ImgProc b(context, nullptr);
