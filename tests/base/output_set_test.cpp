@@ -60,6 +60,10 @@ TEST(OutputSet, EachKindOfTargetKeepsWhatItIs) {
     writeText(f / "private.dxf", "old", 0600);
     writeText(f / "real.svg", "old", 0640);
     fs::create_symlink("real.svg", f / "link.svg");
+    writeText(f / "deep-real.svg", "old", 0640);
+    fs::create_symlink("deep-real.svg", f / "mid.svg");
+    fs::create_symlink("mid.svg", f / "link-to-link.svg");
+    fs::create_symlink("made-by-export.svg", f / "dangling.svg");
     writeText(f / "linked.png", "old");
     fs::create_hard_link(f / "linked.png", f / "other-name.png");
     ASSERT_EQ(::mkfifo((f / "read.fifo").c_str(), 0600), 0);
@@ -74,10 +78,9 @@ TEST(OutputSet, EachKindOfTargetKeepsWhatItIs) {
       bool sameInode;
     };
     const Case cases[] = {
-        {"private.dxf", "private.dxf", 0600, false},
-        {"link.svg", "real.svg", 0640, false},
-        {"linked.png", "other-name.png", 0644, true},
-        {"new.html", "new.html", 0644, false},
+        {"private.dxf", "private.dxf", 0600, false},        {"link.svg", "real.svg", 0640, false},
+        {"link-to-link.svg", "deep-real.svg", 0640, false}, {"dangling.svg", "made-by-export.svg", 0644, false},
+        {"linked.png", "other-name.png", 0644, true},       {"new.html", "new.html", 0644, false},
     };
     std::vector<std::pair<fs::path, std::string>> outputs;
     for (const Case& c : cases) outputs.emplace_back(f / c.name, std::string("new ") + c.name);
@@ -99,13 +102,15 @@ TEST(OutputSet, EachKindOfTargetKeepsWhatItIs) {
     EXPECT_EQ(::read(reader, got, sizeof got), 16);
     EXPECT_STREQ(got, "through the pipe");
     ::close(reader);
-    EXPECT_TRUE(fs::is_symlink(f / "link.svg"));
+    for (const char* link : {"link.svg", "mid.svg", "link-to-link.svg", "dangling.svg"}) {
+      EXPECT_TRUE(fs::is_symlink(f / link)) << link;
+    }
     EXPECT_TRUE(fs::is_fifo(f / "read.fifo"));
     if (root) {
       EXPECT_TRUE(fs::is_character_file(f / "null.dev"));
     }
     EXPECT_EQ(readAll(f / "other-name.png"), "new linked.png");
-    EXPECT_EQ(f.entries(), root ? 8 : 7) << "nothing is left beside the targets";
+    EXPECT_EQ(f.entries(), root ? 13 : 12) << "nothing is left beside the targets";
     EXPECT_EQ(registeredTemporaries(), 0);
   }
 }

@@ -6,6 +6,7 @@
 #include <tuple>
 #include <vector>
 
+#include "../processing/raster_fixtures.h"
 #include "face_fixtures.h"
 #include "processing/rank_filters.h"
 
@@ -14,26 +15,42 @@ namespace {
 
 using testing::scratchEmpty;
 
-// The control tells its host of a picture it refuses, and keeps the picture.
+// The control tells its host of a picture it refuses, and keeps the picture,
+// what was drawn on it and the table; the thinning limit holds each way.
 TEST(ImgProcRefusals, BlackAndWhiteAndThinningTellTheHostAndKeepThePicture) {
-  const std::string thinTooLarge =
-      "Image too large to thin: 5601 by 11 pixels. Thinning takes images of up to 5600 by 5600 pixels.";
-  for (const auto& [w, h, thin, message] :
-       {std::tuple{1501, 4, false, std::string("Image too large to process. Please try loading a smaller image.")},
-        {5601, 11, true, thinTooLarge}}) {
+  auto thinTooLarge = [](const char* size) {
+    return std::string("Image too large to thin: ") + size +
+           " pixels. Thinning takes images of up to 5600 by 5600 pixels.";
+  };
+  const std::tuple<Int32, Int32, bool, std::string> cases[] = {
+      {1501, 4, false, "Image too large to process. Please try loading a smaller image."},
+      {5601, 11, true, thinTooLarge("5601 by 11")},
+      {11, 5601, true, thinTooLarge("11 by 5601")},
+      {5600, 12, true, ""},
+  };
+  for (const auto& [w, h, thin, message] : cases) {
     QuietHost host;
     ImgProc ipc(&host);
-    const Picture before = makeFilledPicture(w, h, rgb(10, 10, 10));
+    const Picture before = testing::whiteWithBlack(w, h, {{w - 4, 1, w, 4}});
     ipc.setPicture(before);
+    ipc.Picture1.PSet(1, 1, kRed);
     RecordTable table("LineTable");
+    table.count() = 3;
     if (thin) {
-      EXPECT_EQ(ipc.thin(table).outcome, ThinOutcome::TooLarge);
+      EXPECT_EQ(ipc.thin(table).outcome == ThinOutcome::TooLarge, !message.empty()) << w << " by " << h;
     } else {
       EXPECT_FALSE(ipc.colnorm3(200));
     }
+    if (message.empty()) {
+      EXPECT_TRUE(host.messages.empty()) << w << " by " << h;
+      EXPECT_EQ(table.count(), 3 + 4) << "the block's middle row at the right edge";
+      continue;
+    }
     EXPECT_EQ(host.messages, std::vector<std::string>{message});
     EXPECT_EQ(ipc.picture(), before);
-    EXPECT_EQ(table.count(), 0);
+    EXPECT_EQ(ipc.Picture1.Point(1, 1), kRed) << "a refusal loses not even what was drawn";
+    EXPECT_EQ(table.count(), 3);
+    EXPECT_TRUE(scratchEmpty(ipc));
   }
 }
 
@@ -88,18 +105,10 @@ TEST(Filters, RefusedRunsLeaveThePictureAndEmptyTheScratchBoxes) {
     EXPECT_EQ(ipc.picture(), before) << what;
     EXPECT_TRUE(scratchEmpty(ipc)) << what;
   }
-  ImgProc big;
-  const Picture before = makeFilledPicture(1501, 2, rgb(90, 90, 90));
-  big.setPicture(before);
-  big.colnorm3(200);
-  EXPECT_EQ(big.picture(), before) << "colnorm3 refuses with a message, not an error";
-  EXPECT_TRUE(scratchEmpty(big));
 }
 
 TEST(Filters, MembersPassTheirDefaultsToTheirKernels) {
-  std::vector<Colour> px(16 * 14);
-  for (std::size_t i = 0; i < px.size(); ++i) px[i] = static_cast<Colour>((i * 2654435761U) & 0xFFFFFF);
-  const Picture src = makePicture(16, 14, px);
+  const Picture src = testing::noisePicture(16, 14);
   const FilterArray edge = ImgProc::filtcreatecust3(-1, -1, -1, -1, 8, -1, -1, -1, -1);
   using Kernel = std::function<void(PictureBox&, FilterStore&, Progress&, RandomSource&)>;
   const std::tuple<const char*, std::function<void(ImgProc&)>, Kernel> cases[] = {
@@ -116,9 +125,7 @@ TEST(Filters, MembersPassTheirDefaultsToTheirKernels) {
     ImgProc ipc;
     ipc.setPicture(src);
     member(ipc);
-    PictureBox direct;
-    direct.AutoSize = true;
-    direct.setPicture(src);
+    PictureBox direct = testing::boxWith(src);
     QuietHost host;
     HostProgress hostProgress(host, 1);
     FilterStore store;
@@ -158,11 +165,7 @@ TEST(RasterContext, ControlsOfOneContextShareTheStoreAndContinueTheRandomSequenc
   EXPECT_FALSE(holds(second.picture(), kBlack));
   EXPECT_TRUE(holds(alone.picture(), kBlack)) << "a fresh store is empty beyond the picture";
 
-  const Picture noise = makePicture(12, 12, [] {
-    std::vector<Colour> px(144);
-    for (std::size_t i = 0; i < px.size(); ++i) px[i] = static_cast<Colour>((i * 2654435761U) & 0xFFFFFF);
-    return px;
-  }());
+  const Picture noise = testing::noisePicture(12, 12);
   RasterContext context;
   ImgProc a(context, nullptr);
   ImgProc b(context, nullptr);

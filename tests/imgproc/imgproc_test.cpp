@@ -44,26 +44,5 @@ TEST(ImgProcThin, ThinsTheStoredPictureAndCommitsTheResult) {
   EXPECT_TRUE(testing::scratchEmpty(ipc));
 }
 
-TEST(ImgProcThin, RefusesPicturesBeyondTheGridAndChangesNothing) {
-  for (const auto& [w, h] : {std::pair{5601, 12}, {12, 5601}, {5600, 12}}) {
-    QuietHost host;
-    ImgProc ipc(&host);
-    RecordTable LineTable("LineTable");
-    LineTable.count() = 3;
-    const Picture big = testing::whiteWithBlack(w, h, {Rect{w - 4, 4, w, 7}});
-    ipc.setPicture(big);
-    ipc.Picture1.PSet(1, 1, kRed);
-    ipc.thin(LineTable);
-    const bool refused = w * h > 5600 * 12;
-    EXPECT_EQ(host.messages.size(), refused ? 1U : 0U);
-    EXPECT_EQ(ipc.picture() == big, refused);
-    EXPECT_EQ(ipc.Picture1.Point(1, 1) == kRed, refused) << "a refusal loses not even what was drawn";
-    EXPECT_EQ(LineTable.count(), refused ? 3 : 7);
-    if (refused) {
-      EXPECT_NE(host.messages[0].find("5600"), std::string::npos);
-    }
-  }
-}
-
 }  // namespace
 }  // namespace quern

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
+
+#include "../temp_files.h"
 
 namespace quern::testing {
 
@@ -15,6 +18,12 @@ inline void put16(Bytes& b, unsigned v) {
 inline void put32(Bytes& b, std::uint32_t v) {
   put16(b, v & 0xFFFF);
   put16(b, v >> 16);
+}
+
+// A picture file of the test fixtures, as bytes.
+inline Bytes fixture(const std::string& name) {
+  const std::string bytes = readAll(std::string(QUERN_FIXTURES) + "/" + name);
+  return Bytes(bytes.begin(), bytes.end());
 }
 
 }  // namespace quern::testing

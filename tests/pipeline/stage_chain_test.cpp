@@ -143,6 +143,12 @@ TEST(StageChain, ThresholdModesSayWhatTheyUsed) {
   }
 }
 
+std::vector<LineRecord> segments(const Session& s) {
+  std::vector<LineRecord> out;
+  for (Int32 i = 1; i <= s.ChainTable.count(); ++i) out.push_back(s.ChainTable[i]);
+  return out;
+}
+
 // A chain that lets go holds only the last picture once the run is through,
 // and gives the drawing of one that keeps them all.
 TEST(StageChain, LettingPicturesGoGivesTheSameDrawing) {
@@ -157,17 +163,9 @@ TEST(StageChain, LettingPicturesGoGivesTheSameDrawing) {
                       chain.picture(Stage::threshold);
     EXPECT_EQ(held, retention == Retention::keepAll);
     EXPECT_TRUE(chain.picture(Stage::thin));
-    std::vector<LineRecord> out;
-    for (Int32 i = 1; i <= chain.segments().count(); ++i) out.push_back(chain.segments()[i]);
-    return out;
+    return segments(chain.session);
   };
   EXPECT_EQ(run(Retention::letGo), run(Retention::keepAll));
-}
-
-std::vector<LineRecord> segments(const Session& s) {
-  std::vector<LineRecord> out;
-  for (Int32 i = 1; i <= s.ChainTable.count(); ++i) out.push_back(s.ChainTable[i]);
-  return out;
 }
 
 // Chains with contexts of their own share nothing: on two threads at once

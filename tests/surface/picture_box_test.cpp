@@ -6,6 +6,8 @@
 #include <functional>
 #include <vector>
 
+#include "../processing/raster_fixtures.h"
+
 namespace quern {
 namespace {
 
@@ -13,12 +15,6 @@ namespace {
 Picture coordinatePicture(Int32 w, Int32 h) {
   std::vector<Colour> px;
   for (Int32 i = 0; i < w * h; ++i) px.push_back(rgb(i % w, i / w, 0));
-  return makePicture(w, h, std::move(px));
-}
-
-Picture noise(Int32 w, Int32 h, std::uint32_t seed) {
-  std::vector<Colour> px(static_cast<std::size_t>(w) * h);
-  for (Colour& c : px) c = static_cast<Colour>((seed = seed * 1664525U + 1013904223U) >> 8) & 0xFFFFFF;
   return makePicture(w, h, std::move(px));
 }
 
@@ -136,7 +132,7 @@ Colour slowStretch(const Picture& p, Int32 dw, Int32 dh, Int32 x, Int32 y) {
 TEST(Stretch, EveryDestinationPixelIsTheAndOfTheSourcePixelsItCovers) {
   for (const auto& [sw, sh, dw, dh] :
        {std::array{17, 13, 5, 4}, {17, 13, 40, 29}, {17, 13, 17, 13}, {9, 30, 31, 7}, {6, 6, 1, 1}, {4, 4, 2, 2}}) {
-    const Picture src = noise(sw, sh, static_cast<std::uint32_t>(dw * 7 + dh));
+    const Picture src = testing::noisePicture(sw, sh, static_cast<std::uint32_t>(dw * 7 + dh));
     PictureBox box = boxOf(dw, dh);
     box.PaintPicture(src, 0.0F, 0.0F, static_cast<float>(dw), static_cast<float>(dh));
     for (Int32 i = 0; i < dw * dh; ++i) {
@@ -147,7 +143,7 @@ TEST(Stretch, EveryDestinationPixelIsTheAndOfTheSourcePixelsItCovers) {
 }
 
 TEST(Stretch, ACopyPartlyOutsideTheBoxCombinesOnlyWhereItFalls) {
-  const Picture src = noise(4, 4, 3);
+  const Picture src = testing::noisePicture(4, 4, 3);
   for (const Int32 op : {kOpcodeCopy, kOpcodeAnd}) {
     PictureBox box = boxOf(5, 5, 0x7F7F7F);
     box.PaintPicture(src, -2.0F, -1.0F, std::nullopt, std::nullopt, std::nullopt, std::nullopt, std::nullopt,
