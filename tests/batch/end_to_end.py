@@ -3,8 +3,10 @@ import os
 import random
 import subprocess
 import sys
-import tempfile
 import unittest
+
+sys.path.insert(0, os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+from folder_case import FolderCase  # noqa: E402
 
 import ezdxf
 from PIL import Image, ImageDraw
@@ -25,17 +27,11 @@ def run(*args):
     return subprocess.run([BATCH, *args], capture_output=True, text=True, timeout=120)
 
 
-class EndToEnd(unittest.TestCase):
+class EndToEnd(FolderCase):
     def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
+        super().setUp()
         self.gif = os.path.join(self.dir.name, "drawing.gif")
         drawing(self.gif)
-
-    def tearDown(self):
-        self.dir.cleanup()
-
-    def path(self, name):
-        return os.path.join(self.dir.name, name)
 
     def test_gif_to_dxf_lines_match_the_statistics(self):
         out = self.path("out.dxf")
@@ -113,16 +109,7 @@ def lines_of(path):
     return list(ezdxf.readfile(path).modelspace().query("LINE"))
 
 
-class LargeScans(unittest.TestCase):
-    def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
-
-    def tearDown(self):
-        self.dir.cleanup()
-
-    def path(self, name):
-        return os.path.join(self.dir.name, name)
-
+class LargeScans(FolderCase):
     def test_large_gives_the_same_drawing_for_pictures_within_the_limits(self):
         for picture, args in [("plan.gif", ["--reorder"]), ("sketch.jpg", ["--scale", "0.7", "--blur", "2"])]:
             plain, large = self.path("plain.dxf"), self.path("large.dxf")
@@ -207,16 +194,10 @@ class LargeScans(unittest.TestCase):
         self.assertEqual(r.stderr, "")
 
 
-class CadOutputs(unittest.TestCase):
+class CadOutputs(FolderCase):
     def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
+        super().setUp()
         self.picture = os.path.join(GOLDEN, "plan.gif")
-
-    def tearDown(self):
-        self.dir.cleanup()
-
-    def path(self, name):
-        return os.path.join(self.dir.name, name)
 
     def test_polylines_hold_every_segment_of_the_line_run_once(self):
         # --polyline makes a clean drawing; the clean LINE drawing has the
@@ -266,16 +247,7 @@ class CadOutputs(unittest.TestCase):
         self.assertIn("--dpi", r.stderr)
 
 
-class ScanFormats(unittest.TestCase):
-    def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
-
-    def tearDown(self):
-        self.dir.cleanup()
-
-    def path(self, name):
-        return os.path.join(self.dir.name, name)
-
+class ScanFormats(FolderCase):
     def test_png_and_group_4_tiff_give_the_drawing_of_the_bmp(self):
         drawing(self.path("grey.png"))
         bits = Image.open(self.path("grey.png")).convert("1")

@@ -9,8 +9,10 @@ import math
 import os
 import subprocess
 import sys
-import tempfile
 import unittest
+
+sys.path.insert(0, os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+from folder_case import FolderCase  # noqa: E402
 import xml.etree.ElementTree as ET
 
 import ezdxf
@@ -35,14 +37,11 @@ def run(*args):
     return subprocess.run([BATCH, *args], capture_output=True, text=True, timeout=120)
 
 
-class FitEndToEnd(unittest.TestCase):
+class FitEndToEnd(FolderCase):
     def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
+        super().setUp()
         self.picture = os.path.join(self.dir.name, "plate.gif")
         plate(self.picture)
-
-    def tearDown(self):
-        self.dir.cleanup()
 
     def convert(self, name, *options):
         out = os.path.join(self.dir.name, name + ".dxf")

@@ -4,8 +4,10 @@ import os
 import stat
 import subprocess
 import sys
-import tempfile
 import unittest
+
+sys.path.insert(0, os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+from folder_case import FolderCase  # noqa: E402
 
 from PIL import Image, ImageDraw
 
@@ -22,17 +24,11 @@ def picture(path):
     img.save(path)
 
 
-class NothingLost(unittest.TestCase):
+class NothingLost(FolderCase):
     def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
+        super().setUp()
         self.gif = self.path("in.gif")
         picture(self.gif)
-
-    def tearDown(self):
-        self.dir.cleanup()
-
-    def path(self, *names):
-        return os.path.join(self.dir.name, *names)
 
     def snapshot(self):
         """Every entry under the folder: its kind and its bytes."""

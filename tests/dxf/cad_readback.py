@@ -9,8 +9,10 @@ import math
 import os
 import subprocess
 import sys
-import tempfile
 import unittest
+
+sys.path.insert(0, os.path.dirname(os.path.dirname(os.path.abspath(__file__))))
+from folder_case import FolderCase  # noqa: E402
 
 import ezdxf
 from PIL import Image, ImageDraw
@@ -55,16 +57,7 @@ def entity_points(e):
     raise AssertionError(f"unexpected entity {e.dxftype()}")
 
 
-class CadDrawings(unittest.TestCase):
-    def setUp(self):
-        self.dir = tempfile.TemporaryDirectory()
-
-    def tearDown(self):
-        self.dir.cleanup()
-
-    def path(self, name):
-        return os.path.join(self.dir.name, name)
-
+class CadDrawings(FolderCase):
     def read_clean(self, path):
         """Reads strictly, audits, and checks what every clean drawing must be."""
         doc = ezdxf.readfile(path)
