@@ -32,7 +32,11 @@ std::string reason(int error) {
 }  // namespace
 
 void checkPixelLimit(long long width, long long height, long long maxPixels) {
-  if (width * height > maxPixels) {
+  // Sizes come from headers, up to 32 bits a side (a BMP's height may be
+  // negative): compared by division, the product cannot overflow.
+  const long long w = width < 0 ? -width : width;
+  const long long h = height < 0 ? -height : height;
+  if (w > 0 && h > 0 && w > maxPixels / h) {
     throw FileError("the picture is " + std::to_string(width) + " by " + std::to_string(height) +
                     " pixels, more than " + std::to_string(maxPixels) + " pixels in all");
   }

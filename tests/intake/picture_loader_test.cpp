@@ -108,6 +108,16 @@ std::string failure(const Bytes& b, const std::string& what) {
   return "";
 }
 
+// A PNG signature and header chunk claiming width by height, nothing more.
+Bytes pngClaiming(std::uint32_t width, std::uint32_t height) {
+  Bytes b = {0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A, 0, 0, 0, 13, 'I', 'H', 'D', 'R'};
+  for (const std::uint32_t v : {width, height}) {
+    for (int shift = 24; shift >= 0; shift -= 8) b.push_back(static_cast<unsigned char>(v >> shift));
+  }
+  for (const unsigned char c : {8, 0, 0, 0, 0, 0, 0, 0, 0}) b.push_back(c);  // depth, kinds, a CRC
+  return b;
+}
+
 TEST(PictureLoader, IncompleteLyingOrForeignFilesAreRefusedWithTheReason) {
   struct Case {
     const char* name;
@@ -124,6 +134,9 @@ TEST(PictureLoader, IncompleteLyingOrForeignFilesAreRefusedWithTheReason) {
       {"GIF claiming more than the cap", gif(60000, 60000, {}, false),
        "the picture is 60000 by 60000 pixels, more than 40000000"},
       {"GIF without its trailer", gif(1, 1, {0x44, 0x01}, false), "not a complete GIF picture: the file ends"},
+      // A size whose square is past 64 bits.
+      {"PNG claiming 4177066232 x 4177066232", pngClaiming(0xF8F8F8F8U, 0xF8F8F8F8U),
+       "the picture is 4177066232 by 4177066232 pixels, more than 40000000"},
       {"GIF cut in half", firstHalf(fixture("drawing.gif")), "not a complete GIF picture"},
       {"interlaced GIF cut in half", firstHalf(fixture("interlaced.gif")), "not a complete GIF picture"},
       {"BMP cut in half", firstHalf(fixture("colour.bmp")), "not a complete BMP picture"},
