@@ -147,9 +147,7 @@ StageOutcome StageChain::threshold(const ThresholdSetting& setting) {
     if (w > limit || h > limit) {
       // Refused as the fixed threshold refuses: the picture goes on as it came.
       slot(Stage::threshold) = source;
-      RasterResult refused{source, Refusal{"the black-and-white stage takes pictures of up to " +
-                                               std::to_string(limit) + " by " + std::to_string(limit) + " pixels",
-                                           w, h, 0, limit}};
+      const RasterResult refused{source, blackWhiteRefusal(source, limit)};
       return rasterOutcome(Stage::threshold, refused);
     }
     Progress& progress = report_.progressOf(Stage::threshold);

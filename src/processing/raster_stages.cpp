@@ -70,13 +70,16 @@ RasterResult smoothPicture(const Picture& source, Int32 runs, RasterContext& con
   return {picture, std::nullopt};
 }
 
+Refusal blackWhiteRefusal(const Picture& source, Int32 limit) {
+  return sizeRefusal("the black-and-white stage takes pictures of up to " + std::to_string(limit) + " by " +
+                         std::to_string(limit) + " pixels",
+                     pictureWidth(source), pictureHeight(source), limit);
+}
+
 RasterResult blackWhitePicture(const Picture& source, Int16 threshold, const RasterLimits& limits, Progress& progress) {
   Scratch scratch(source, limits.surfacePixels);
   if (!makeblackwhite(scratch.box, threshold, progress, limits.blackWhite)) {
-    const Int32 limit = limits.blackWhite;
-    return {source, sizeRefusal("the black-and-white stage takes pictures of up to " + std::to_string(limit) + " by " +
-                                    std::to_string(limit) + " pixels",
-                                pictureWidth(source), pictureHeight(source), limit)};
+    return {source, blackWhiteRefusal(source, limits.blackWhite)};
   }
   return {scratch.box.takeImage(), std::nullopt};
 }

@@ -48,6 +48,9 @@ RasterResult smoothPicture(const Picture& source, Int32 runs, RasterContext& con
 // Black and white at a luminance threshold. The bar follows the rows.
 // Refused for a picture beyond the stage's limit.
 RasterResult blackWhitePicture(const Picture& source, Int16 threshold, const RasterLimits& limits, Progress& progress);
+// The refusal of a picture beyond the black-and-white stage's `limit`, which
+// every way of making black and white keeps.
+Refusal blackWhiteRefusal(const Picture& source, Int32 limit);
 
 // Thinning to lines one pixel wide: the lines black on white, every line
 // pixel added to LineTable by x, then y. Nothing is painted for a picture
