@@ -7,6 +7,7 @@
 
 #include "base/drawing_units.h"
 #include "dxf/dxf_drawing.h"
+#include "sample_options.h"
 #include "svg/svg_writer.h"
 #include "vector/chains.h"
 #include "vector/normalize.h"
@@ -18,29 +19,9 @@ int main(int argc, char** argv) {
                  "[--svg FILE]\n";
     return 2;
   }
-  quern::DrawingOptions options;
-  double dpi = 0.0;
-  double rescale = 1.0;
-  std::string svg;
-  for (int i = 3; i < argc; ++i) {
-    const std::string a = argv[i];
-    const std::string next = i + 1 < argc ? argv[i + 1] : "";
-    if (a == "--polyline") {
-      options.polyline = true;
-      continue;
-    }
-    ++i;
-    if (a == "--unit") {
-      options.unit = quern::drawingUnitNamed(next).value_or(quern::DrawingUnit::Pixel);
-    } else if (a == "--dpi") {
-      dpi = std::stod(next);
-    } else if (a == "--rescale") {
-      rescale = std::stod(next);
-    } else if (a == "--svg") {
-      svg = next;
-    }
-  }
-  options.unitScale = quern::unitsPerPixel(options.unit, dpi, rescale);
+  const quern::testing::SampleOptions sample = quern::testing::sampleOptions(argc, argv, 3);
+  const quern::DrawingOptions& options = sample.drawing;
+  const std::string& svg = sample.svg;
 
   quern::Session s;
   quern::FractionProgress progress;

@@ -12,6 +12,7 @@
 #include "base/drawing_entities.h"
 #include "base/drawing_units.h"
 #include "dxf/dxf_drawing.h"
+#include "sample_options.h"
 #include "svg/svg_writer.h"
 
 namespace {
@@ -62,27 +63,10 @@ int main(int argc, char** argv) {
     std::cerr << "usage: fit_sample <drawing.dxf> <entities.txt> [--polyline] [--unit U --dpi D] [--svg FILE]\n";
     return 2;
   }
-  quern::DrawingOptions options;
+  quern::testing::SampleOptions sampled = quern::testing::sampleOptions(argc, argv, 3);
+  quern::DrawingOptions& options = sampled.drawing;
   options.fit = true;
-  double dpi = 0.0;
-  std::string svg;
-  for (int i = 3; i < argc; ++i) {
-    const std::string a = argv[i];
-    const std::string next = i + 1 < argc ? argv[i + 1] : "";
-    if (a == "--polyline") {
-      options.polyline = true;
-      continue;
-    }
-    ++i;
-    if (a == "--unit") {
-      options.unit = quern::drawingUnitNamed(next).value_or(quern::DrawingUnit::Pixel);
-    } else if (a == "--dpi") {
-      dpi = std::stod(next);
-    } else if (a == "--svg") {
-      svg = next;
-    }
-  }
-  options.unitScale = quern::unitsPerPixel(options.unit, dpi, 1.0);
+  const std::string& svg = sampled.svg;
   const std::vector<FittedChain> fitted = sample();
   quern::writeDxfDrawing(argv[1], fitted, options);
   if (!svg.empty()) quern::writeSvgFile(svg, fitted, options);
