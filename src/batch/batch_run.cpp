@@ -98,13 +98,7 @@ PreviewImages previewImages(const RecordTable* segments, float factor, const Pic
   const Int32 w = pictureWidth(original);
   const Int32 h = pictureHeight(original);
   PictureBox box(static_cast<float>(kTwipsPerPixel), 0);
-  const double longer = std::max(w, h);
-  const double side = kPreviewSide / kTwipsPerPixel;
-  box.setWidth(static_cast<float>(std::max(1.0, std::round(side * w / longer)) * kTwipsPerPixel));
-  box.setHeight(static_cast<float>(std::max(1.0, std::round(side * h / longer)) * kTwipsPerPixel));
-  box.setBackColor(kWhite);
-  box.setScaleWidth(static_cast<float>(w));
-  box.setScaleHeight(static_cast<float>(h));
+  layOutPreview(box, w, h);
   if (keepOriginal) box.PaintPicture(original, 0.0F, 0.0F, static_cast<float>(w), static_cast<float>(h));
   if (segments) drawSegments(*segments, box, factor);
   PreviewImages images;

@@ -1,6 +1,7 @@
 #include "pipeline/preview.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace quern {
 
@@ -16,10 +17,11 @@ void fitPreview(PictureBox& box, float boxWidth, float boxHeight, float shapeWid
 }
 
 void layOutPreview(PictureBox& box, Int32 pictureWidth, Int32 pictureHeight) {
-  box.setWidth(kPreviewSide);
-  box.setHeight(kPreviewSide);
+  const double longer = std::max(pictureWidth, pictureHeight);
+  const double side = kPreviewSide / kTwipsPerPixel;
+  box.setWidth(static_cast<float>(std::max(1.0, std::round(side * pictureWidth / longer)) * kTwipsPerPixel));
+  box.setHeight(static_cast<float>(std::max(1.0, std::round(side * pictureHeight / longer)) * kTwipsPerPixel));
   box.setBackColor(kWhite);
-  fitPreview(box, kPreviewSide, kPreviewSide, kPreviewShapeWidth, kPreviewShapeHeight, pictureWidth, pictureHeight);
   box.setScaleWidth(static_cast<float>(pictureWidth));
   box.setScaleHeight(static_cast<float>(pictureHeight));
 }

@@ -25,8 +25,9 @@ inline constexpr float kPreviewShapeHeight = kPreviewShapeHeightTwips;
 void fitPreview(PictureBox& box, float boxWidth, float boxHeight, float shapeWidth, float shapeHeight,
                 Int32 pictureWidth, Int32 pictureHeight);
 
-// A box laid out as the window's preview of a picture of this size: fitted
-// and scaled to the picture, white, in twips.
+// A box in twips for a preview of a picture of this size outside the window:
+// the window's preview side (400 pixels) on its longer side and the
+// picture's own shape, white, scaled to the picture's pixels.
 void layOutPreview(PictureBox& box, Int32 pictureWidth, Int32 pictureHeight);
 
 // Pixels of the original per pixel of the thinned picture: the two widths
