@@ -5,9 +5,7 @@
 #include <chrono>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 #include <new>
 #include <sstream>
 #include <thread>
@@ -55,11 +53,15 @@ long long largestPicture(const BatchArgs& args) {
   return args.large ? static_cast<long long>(args.maxMegapixels) * 1'000'000 : kMaxPicturePixels;
 }
 
+void checkPictureName(const std::string& picture) {
+  if (!isBatchPictureName(picture)) {
+    throw FileError("cannot load " + picture + ": the name must end in " + kBatchPictureEndings + " (in any case)");
+  }
+}
+
 Picture loadOriginal(const BatchArgs& args, const std::optional<std::string>& picture) {
   if (!picture) return builtinPicture();
-  if (!isBatchPictureName(*picture)) {
-    throw FileError("cannot load " + *picture + ": the name must end in " + kBatchPictureEndings + " (in any case)");
-  }
+  checkPictureName(*picture);
   return loadPictureFile(*picture, largestPicture(args), args.page);
 }
 
@@ -149,10 +151,8 @@ float lineWidthOf(long long black, const RecordTable& segments) {
 // The rescale's refusal, told from the size in the picture's header before
 // any pixel is decoded, so that a --scale too large costs no picture memory.
 // Nothing when the header cannot be read: loading says why.
-std::optional<StageOutcome> refusedByHeader(const BatchArgs& args, const std::string& picture, long long limit) {
-  std::ifstream in(picture, std::ios::binary);
-  const std::vector<unsigned char> bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  const PictureShape shape = inspectPictureFile(bytes.data(), bytes.size());
+std::optional<StageOutcome> refusedByHeader(const BatchArgs& args, const PictureFileBytes& bytes, long long limit) {
+  const PictureShape shape = inspectPictureFile(bytes.data.get(), bytes.size);
   // The header gives the first page's size only.
   if (!shape.problem.empty() || shape.width <= 0 || shape.height <= 0 || args.page != 1) return std::nullopt;
   const double factor = paramsOf(args).scale;
@@ -192,14 +192,19 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
   // stays only while the preview still needs it.
   StageChain chain(context, report, ChainOptions{Retention::letGo});
   const StageParams params = paramsOf(args);
-  if (picture) {
-    if (const auto refused = refusedByHeader(args, *picture, context.limits.surfacePixels)) {
-      return finish("loading", describe(args, *refused));
-    }
-  }
+  // The file is read once: its header may refuse it before any pixel is decoded.
   Picture original;
   try {
-    original = loadOriginal(args, picture);
+    if (picture) {
+      checkPictureName(*picture);
+      const PictureFileBytes bytes = readPictureFile(*picture, largestPicture(args));
+      if (const auto refused = refusedByHeader(args, bytes, context.limits.surfacePixels)) {
+        return finish("loading", describe(args, *refused));
+      }
+      original = decodePictureFile(bytes.data.get(), bytes.size, *picture, largestPicture(args), args.page);
+    } else {
+      original = builtinPicture();
+    }
   } catch (const QuernError& e) {
     return finish("loading", e.what());
   }

@@ -74,7 +74,7 @@ Picture decodePictureFile(const unsigned char* data, std::size_t size, const std
   }
 }
 
-Picture loadPictureFile(const std::string& path, long long maxPixels, int page) {
+PictureFileBytes readPictureFile(const std::string& path, long long maxPixels) {
   // Eight bytes a pixel: an uncompressed 16-bit RGBA TIFF of the largest picture.
   const long long maxFileBytes = 8 * maxPixels + (1 << 20);
   const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
@@ -117,7 +117,12 @@ Picture loadPictureFile(const std::string& path, long long maxPixels, int page) 
   }
   ::close(fd);
   if (error != 0) refuse(path, reason(error));
-  return decodePictureFile(bytes.get(), done, path, maxPixels, page);
+  return PictureFileBytes{std::move(bytes), done};
+}
+
+Picture loadPictureFile(const std::string& path, long long maxPixels, int page) {
+  const PictureFileBytes bytes = readPictureFile(path, maxPixels);
+  return decodePictureFile(bytes.data.get(), bytes.size, path, maxPixels, page);
 }
 
 Picture decodePicture(const unsigned char* data, std::size_t size, const std::string& what) {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <memory>
 #include <string>
 
 #include "surface/picture.h"
@@ -35,6 +36,13 @@ inline constexpr long long kMaxPicturePixels = 40'000'000;
 // pixel plus its headers, the largest file read). `page` counts the pages of a TIFF
 // file from 1; every other format has one page.
 Picture loadPictureFile(const std::string& path, long long maxPixels = kMaxPicturePixels, int page = 1);
+// A picture file's bytes, read whole with the same refusals, for a caller
+// that looks at the header before it decodes.
+struct PictureFileBytes {
+  std::unique_ptr<unsigned char[]> data;
+  std::size_t size = 0;
+};
+PictureFileBytes readPictureFile(const std::string& path, long long maxPixels = kMaxPicturePixels);
 // The same for a file's bytes in memory; `what` names them in an error.
 Picture decodePictureFile(const unsigned char* data, std::size_t size, const std::string& what,
                           long long maxPixels = kMaxPicturePixels, int page = 1);
