@@ -35,9 +35,6 @@ namespace quern {
 
 namespace {
 
-// The thumbnail has this many times fewer pixels a side than the preview.
-constexpr Int32 kThumbnailShrink = 2;
-
 // The terminal's progress line: a line for each stage that reports, its bar
 // at the fraction the stage has done.
 FractionReport progressReport(ProgressLine* progress) {
@@ -87,25 +84,39 @@ StageParams paramsOf(const BatchArgs& args) {
 
 // The window's last preview, in a box of the picture's own shape (the
 // window's view is 400 pixels on its longer side): stage 6 draws on a
-// cleared box, over the original when it is kept. Gives the file's bytes
-// (a BMP when its name ends in ".bmp", else a PNG) and, for the review page,
-// the box made small as a BMP; the original is read once and the lines drawn
-// once for both. Without segments (a stage stopped) it shows the original alone.
-struct PreviewImages {
-  std::string file;
-  std::string thumbnail;
-};
-PreviewImages previewImages(const RecordTable* segments, float factor, const Picture& original, bool keepOriginal,
-                            const std::optional<std::string>& preview, bool thumbnail) {
+// cleared box, over the original when it is kept. The box is laid out and
+// the original painted in as soon as the picture is loaded, so that the
+// stages need not keep the original for it.
+PictureBox previewBox(const Picture& original, bool keepOriginal) {
   const Int32 w = pictureWidth(original);
   const Int32 h = pictureHeight(original);
   PictureBox box(static_cast<float>(kTwipsPerPixel), 0);
   layOutPreview(box, w, h);
   if (keepOriginal) box.PaintPicture(original, 0.0F, 0.0F, static_cast<float>(w), static_cast<float>(h));
+  return box;
+}
+
+// The preview's file bytes (a BMP when its name ends in ".bmp", else a PNG,
+// or the review page's own in its colours) and, for the review page, the box
+// halved as a data: URI; the lines are drawn once for all. Without segments
+// (a stage stopped) the box shows the original alone and only the thumbnail
+// is made.
+struct PreviewImages {
+  std::string file;
+  std::string thumbnail;
+};
+PreviewImages previewImages(PictureBox& box, const RecordTable* segments, float factor,
+                            const std::optional<std::string>& preview, Review review) {
   if (segments) drawSegments(*segments, box, factor);
   PreviewImages images;
-  if (preview && segments) images.file = preview->ends_with(".bmp") ? bmpFileOf(box) : encodeBitmapPng(box);
-  if (thumbnail) images.thumbnail = bmpFileOf(shrunkKeeping(box, kThumbnailShrink, kRed));
+  const bool pagePreview = review == Review::thumbnailAndPagePreview;
+  const ReviewPicture page = review != Review::none ? reviewPicture(box, kRed) : ReviewPicture{};
+  if (preview && segments) {
+    images.file = pagePreview                  ? bmpFileOf(page, kRed)
+                  : preview->ends_with(".bmp") ? bmpFileOf(box)
+                                               : encodeBitmapPng(box);
+  }
+  if (review != Review::none) images.thumbnail = dataUri("image/bmp", bmpFileOf(halved(page), kRed));
   return images;
 }
 
@@ -169,7 +180,7 @@ std::optional<StageOutcome> refusedByHeader(const BatchArgs& args, const Picture
 }
 
 BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
-                           const std::optional<std::string>& preview, ProgressLine* progress, bool thumbnail,
+                           const std::optional<std::string>& preview, ProgressLine* progress, Review review,
                            FolderSyncs* folderSyncs) {
   const auto started = std::chrono::steady_clock::now();
   BatchResult result;
@@ -210,8 +221,17 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
   }
   result.width = pictureWidth(original);
   result.height = pictureHeight(original);
-  chain.setOriginal(original);
-  if (!preview && !thumbnail) original = nullptr;
+  // A box that cannot be made leaves the card without a thumbnail, and a
+  // preview asked for fails the writing.
+  std::optional<PictureBox> box;
+  std::string noBox;
+  try {
+    if (preview || review != Review::none) box = previewBox(original, params.keepOriginal);
+  } catch (const QuernError& e) {
+    noBox = e.what();
+  }
+  // The chain holds the original only until the rescale has taken it on.
+  chain.setOriginal(std::move(original));
   const std::vector<StageOutcome> outcomes = chain.run(Stage::rescale, params);
   if (!outcomes.back().done()) {
     // A grey page refused at thinning is told of the threshold that would
@@ -223,14 +243,14 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
     Darkness darkness;
     if (mostlyDark) {
       try {
-        darkness = darknessOf(original ? original : loadOriginal(args, picture), args.threshold);
+        darkness = darknessOf(loadOriginal(args, picture), args.threshold);
       } catch (const QuernError&) {
       }
     }
-    if (thumbnail) {
+    if (review != Review::none && box) {
       // The review page shows what was refused; nothing is written for it.
       try {
-        result.thumbnailBmp = previewImages(nullptr, 1.0F, original, params.keepOriginal, std::nullopt, true).thumbnail;
+        result.thumbnail = previewImages(*box, nullptr, 1.0F, std::nullopt, review).thumbnail;
       } catch (const QuernError&) {
         // The card then shows no picture; the refusal it must show stands either way.
       }
@@ -257,11 +277,12 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
       outputs.add(*args.svg, options.fit ? svgDrawing(fitted, options) : svgDrawing(chain.segments(), options));
       result.svg = *args.svg;
     }
-    if (preview || thumbnail) {
+    if (preview && !box) throw FileError("cannot make the preview " + *preview + ": " + noBox);
+    if (box) {
       PreviewImages images =
-          previewImages(&chain.segments(), chain.previewFactor(), original, params.keepOriginal, preview, thumbnail);
+          previewImages(*box, &chain.segments(), chain.previewFactor(), preview, review);
       if (preview) outputs.add(*preview, images.file);
-      result.thumbnailBmp = std::move(images.thumbnail);
+      result.thumbnail = std::move(images.thumbnail);
       result.preview = preview.value_or("");
     }
     outputs.commit();
@@ -288,11 +309,11 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
 }  // namespace
 
 BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
-                           const std::optional<std::string>& preview, ProgressLine* progress, bool thumbnail,
+                           const std::optional<std::string>& preview, ProgressLine* progress, Review review,
                            FolderSyncs* folderSyncs) {
   const auto started = std::chrono::steady_clock::now();
   try {
-    return convertOrThrow(args, picture, drawing, preview, progress, thumbnail, folderSyncs);
+    return convertOrThrow(args, picture, drawing, preview, progress, review, folderSyncs);
   } catch (const std::bad_alloc&) {
     // The chain and its pictures are gone with the stack: the next picture has the memory back.
     BatchResult result;
@@ -307,10 +328,14 @@ BatchResult convertPicture(const BatchArgs& args, const std::optional<std::strin
 
 namespace {
 
-// With --report, a picture's preview beside the page unless one was asked
-// for elsewhere; its thumbnail goes into the page itself.
-void reportPreview(const BatchArgs& args, const std::string& stem, std::optional<std::string>& preview) {
-  if (args.report && !preview) preview = reportFile(*args.report, stem, ".bmp");
+// With --report, a picture's preview beside the page, in the page's
+// colours, unless one was asked for elsewhere; its thumbnail goes into the
+// page itself.
+Review reportPreview(const BatchArgs& args, const std::string& stem, std::optional<std::string>& preview) {
+  if (!args.report) return Review::none;
+  if (preview) return Review::thumbnail;
+  preview = reportFile(*args.report, stem, ".bmp");
+  return Review::thumbnailAndPagePreview;
 }
 
 void makeReportFolder(const BatchArgs& args) {
@@ -324,8 +349,9 @@ void makeReportFolder(const BatchArgs& args) {
 BatchResult runBatch(const BatchArgs& args, ProgressLine* progress) {
   std::optional<std::string> preview = args.preview;
   makeReportFolder(args);
-  reportPreview(args, args.picture ? std::filesystem::path(*args.picture).stem().string() : "builtin", preview);
-  return convertPicture(args, args.picture, args.drawing, preview, progress, args.report.has_value());
+  const Review review =
+      reportPreview(args, args.picture ? std::filesystem::path(*args.picture).stem().string() : "builtin", preview);
+  return convertPicture(args, args.picture, args.drawing, preview, progress, review);
 }
 
 std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) {
@@ -347,9 +373,8 @@ std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) 
     for (std::size_t i = next++; i < args.pictures.size(); i = next++) {
       const PictureFiles& files = plan.pictures[i];
       std::optional<std::string> preview = files.preview;
-      reportPreview(args, std::filesystem::path(files.drawing).stem().string(), preview);
-      results[i] =
-          convertPicture(args, files.picture, files.drawing, preview, nullptr, args.report.has_value(), &folders);
+      const Review review = reportPreview(args, std::filesystem::path(files.drawing).stem().string(), preview);
+      results[i] = convertPicture(args, files.picture, files.drawing, preview, nullptr, review, &folders);
       ++finished;
     }
   };

@@ -29,7 +29,7 @@ struct BatchResult {
   std::string drawing;
   std::string svg;
   std::string preview;
-  std::string thumbnailBmp;  // the preview made small, as the bytes of a BMP file
+  std::string thumbnail;  // the preview made small, as a data: URI the review page shows
   bool ok() const { return error.empty(); }
 };
 
@@ -58,11 +58,13 @@ RunPlan planRun(const BatchArgs& args);
 // failed, an output that could not be written or memory that ran out writes
 // nothing: every existing file stays as it was. `progress` may be null.
 // `folderSyncs`, when given, holds the folders' syncs until the batch ends.
-// A `thumbnail` asks for the preview made small, for the review page; a
-// picture that loaded but failed a stage still gets one, of the original alone.
+// `review` asks for the review page's thumbnail, the preview made small (a
+// picture that loaded but failed a stage still gets one, of the original
+// alone), and says whether `preview` is the page's own, in its colours.
+enum class Review { none, thumbnail, thumbnailAndPagePreview };
 BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
-                           const std::optional<std::string>& preview, ProgressLine* progress, bool thumbnail = false,
-                           FolderSyncs* folderSyncs = nullptr);
+                           const std::optional<std::string>& preview, ProgressLine* progress,
+                           Review review = Review::none, FolderSyncs* folderSyncs = nullptr);
 
 // The single-picture form: PICTURE (or the built-in one) to DRAWING.
 BatchResult runBatch(const BatchArgs& args, ProgressLine* progress = nullptr);

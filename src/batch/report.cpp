@@ -46,21 +46,6 @@ std::string baseName(const std::string& path) {
   return name.empty() ? path : name;
 }
 
-std::string base64(std::string_view bytes) {
-  static constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string out;
-  out.reserve((bytes.size() + 2) / 3 * 4);
-  for (std::size_t i = 0; i < bytes.size(); i += 3) {
-    const std::size_t n = std::min<std::size_t>(3, bytes.size() - i);
-    std::uint32_t v = 0;
-    for (std::size_t k = 0; k < 3; ++k) {
-      v = v << 8 | (k < n ? static_cast<unsigned char>(bytes[i + k]) : 0U);
-    }
-    for (std::size_t k = 0; k < 4; ++k) out += k <= n ? kDigits[v >> (18 - 6 * k) & 63] : '=';
-  }
-  return out;
-}
-
 void item(std::ostringstream& out, std::string_view term, const std::string& value) {
   out << "<dt>" << term << "</dt><dd>" << htmlText(value) << "</dd>";
 }
@@ -69,12 +54,12 @@ void card(std::ostringstream& out, const std::string& page, const BatchResult& r
   const std::string name = r.picture.empty() ? std::string("built-in picture") : baseName(r.picture);
   out << "<article class=\"card " << (r.ok() ? "ok" : "failed") << "\" data-ok=\"" << (r.ok() ? 1 : 0) << "\">\n";
   out << "<div class=\"thumb\">";
-  if (!r.thumbnailBmp.empty()) {
+  if (!r.thumbnail.empty()) {
     // A click shows the preview, or the picture itself when the stages
     // stopped before there was a drawing to lay over it.
     const std::string full = !r.preview.empty() ? r.preview : r.picture;
     if (!full.empty()) out << "<a href=\"" << linkFrom(page, full) << "\">";
-    out << "<img src=\"data:image/bmp;base64," << base64(r.thumbnailBmp) << "\" alt=\"" << htmlText(name) << "\">";
+    out << "<img src=\"" << r.thumbnail << "\" alt=\"" << htmlText(name) << "\">";
     if (!full.empty()) out << "</a>";
   } else {
     out << "<span class=\"none\">no picture</span>";

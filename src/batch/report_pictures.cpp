@@ -1,6 +1,12 @@
 #include "batch/report_pictures.h"
 
 #include <algorithm>
+#include <array>
+#include <cstring>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 #include "base/replace_file.h"
 #include "intake/picture_loader.h"
@@ -9,8 +15,32 @@ namespace quern {
 
 namespace {
 
-void putLittle(std::string& out, std::size_t at, std::uint32_t value, int bytes) {
-  for (int i = 0; i < bytes; ++i) out[at + static_cast<std::size_t>(i)] = static_cast<char>(value >> (8 * i) & 0xFF);
+void putLittle(char* at, std::uint32_t value, int bytes) {
+  for (int i = 0; i < bytes; ++i) at[i] = static_cast<char>(value >> (8 * i) & 0xFF);
+}
+
+// A BMP file of `w` by `h` pixels at `bits` a pixel with `colours` palette
+// entries, its rows bottom up and padded to four bytes; the pixels left zero.
+std::string bmpFile(std::size_t w, std::size_t h, int bits, std::size_t colours, std::size_t& row,
+                    std::size_t& pixelsAt) {
+  row = (w * static_cast<std::size_t>(bits) / 8 + 3) / 4 * 4;
+  pixelsAt = 14 + 40 + 4 * colours;
+  std::string out(pixelsAt + row * h, '\0');
+  char* at = out.data();
+  at[0] = 'B';
+  at[1] = 'M';
+  putLittle(at + 2, static_cast<std::uint32_t>(out.size()), 4);
+  putLittle(at + 10, static_cast<std::uint32_t>(pixelsAt), 4);
+  putLittle(at + 14, 40, 4);
+  putLittle(at + 18, static_cast<std::uint32_t>(w), 4);
+  putLittle(at + 22, static_cast<std::uint32_t>(h), 4);
+  putLittle(at + 26, 1, 2);
+  putLittle(at + 28, static_cast<std::uint32_t>(bits), 2);
+  putLittle(at + 34, static_cast<std::uint32_t>(row * h), 4);
+  putLittle(at + 38, 3780, 4);  // 96 dots per inch
+  putLittle(at + 42, 3780, 4);
+  putLittle(at + 46, static_cast<std::uint32_t>(colours), 4);
+  return out;
 }
 
 }  // namespace
@@ -18,61 +48,151 @@ void putLittle(std::string& out, std::size_t at, std::uint32_t value, int bytes)
 std::string bmpFileOf(const PictureBox& box) {
   const auto w = static_cast<std::size_t>(box.pixelWidth());
   const auto h = static_cast<std::size_t>(box.pixelHeight());
-  const std::size_t row = (w * 3 + 3) / 4 * 4;
-  constexpr std::size_t kHeader = 14 + 40;
-  std::string out(kHeader + row * h, '\0');
-  out[0] = 'B';
-  out[1] = 'M';
-  putLittle(out, 2, static_cast<std::uint32_t>(out.size()), 4);
-  putLittle(out, 10, kHeader, 4);
-  putLittle(out, 14, 40, 4);
-  putLittle(out, 18, static_cast<std::uint32_t>(w), 4);
-  putLittle(out, 22, static_cast<std::uint32_t>(h), 4);
-  putLittle(out, 26, 1, 2);
-  putLittle(out, 28, 24, 2);
-  putLittle(out, 34, static_cast<std::uint32_t>(row * h), 4);
-  putLittle(out, 38, 3780, 4);  // 96 dots per inch
-  putLittle(out, 42, 3780, 4);
+  std::size_t row = 0;
+  std::size_t pixelsAt = 0;
+  std::string out = bmpFile(w, h, 24, 0, row, pixelsAt);
   const Colour* bits = box.bits();
-  // Rows bottom up, each pixel blue, green, red.
+  // Each pixel blue, green, red: the low three bytes of its colour in order.
   for (std::size_t y = 0; y < h; ++y) {
-    char* to = out.data() + kHeader + (h - 1 - y) * row;
+    char* to = out.data() + pixelsAt + (h - 1 - y) * row;
     const Colour* from = bits + y * w;
-    for (std::size_t x = 0; x < w; ++x) {
-      const auto c = static_cast<std::uint32_t>(from[x]);
-      *to++ = static_cast<char>(c >> 16 & 0xFF);
-      *to++ = static_cast<char>(c >> 8 & 0xFF);
-      *to++ = static_cast<char>(c & 0xFF);
+    const auto bgr = [&](std::size_t x) { return __builtin_bswap32(static_cast<std::uint32_t>(from[x])) >> 8; };
+    // Four pixels make twelve bytes, stored as three words.
+    std::size_t x = 0;
+    for (; x + 4 <= w; x += 4, to += 12) {
+      const std::uint32_t a = bgr(x);
+      const std::uint32_t b = bgr(x + 1);
+      const std::uint32_t c = bgr(x + 2);
+      const std::uint32_t d = bgr(x + 3);
+      const std::uint32_t words[3] = {a | b << 24, b >> 8 | c << 16, c >> 16 | d << 8};
+      std::memcpy(to, words, sizeof words);
+    }
+    for (; x < w; ++x, to += 3) {
+      const std::uint32_t c = bgr(x);
+      std::memcpy(to, &c, 3);
     }
   }
   return out;
 }
 
-PictureBox shrunkKeeping(const PictureBox& box, Int32 by, Colour line) {
-  const Int32 w = box.pixelWidth();
-  const Int32 h = box.pixelHeight();
-  PictureBox small(1.0F, 0);
-  small.setWidth(static_cast<float>((w + by - 1) / by));
-  small.setHeight(static_cast<float>((h + by - 1) / by));
+ReviewPicture reviewPicture(const PictureBox& box, Colour line) {
+  ReviewPicture out{box.pixelWidth(), box.pixelHeight(), {}};
+  const std::size_t area = static_cast<std::size_t>(out.width) * static_cast<std::size_t>(out.height);
+  out.pixels.resize(area);
   const Colour* from = box.bits();
-  Colour* to = small.overwriteBits();
-  const Int32 sw = small.pixelWidth();
-  for (Int32 y = 0; y < small.pixelHeight(); ++y) {
-    for (Int32 x = 0; x < sw; ++x) {
-      Colour all = -1;
-      bool onLine = false;
-      for (Int32 v = y * by; v < std::min(h, (y + 1) * by); ++v) {
-        for (Int32 u = x * by; u < std::min(w, (x + 1) * by); ++u) {
-          const Colour c = from[static_cast<std::size_t>(v) * w + u];
-          onLine = onLine || c == line;
-          all &= c;
-        }
-      }
-      to[static_cast<std::size_t>(y) * sw + x] = onLine ? line : all & 0xFFFFFF;
+  std::uint8_t* to = out.pixels.data();
+  std::size_t i = 0;
+#ifdef __SSE2__
+  // Eight pixels a step, in sixteen-bit lanes: the sums stay below 2^15, and
+  // a sum over 100 is its high half times 5243 shifted by three more.
+  const __m128i byte = _mm_set1_epi32(0xFF);
+  const __m128i lineColour = _mm_set1_epi32(line);
+  const auto channel = [&](__m128i p, __m128i q, int shift) {
+    return _mm_packs_epi32(_mm_and_si128(_mm_srli_epi32(p, shift), byte), _mm_and_si128(_mm_srli_epi32(q, shift), byte));
+  };
+  for (; i + 8 <= area; i += 8) {
+    const __m128i p = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i));
+    const __m128i q = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i + 4));
+    __m128i sum = _mm_add_epi16(_mm_mullo_epi16(channel(p, q, 0), _mm_set1_epi16(30)),
+                                _mm_mullo_epi16(channel(p, q, 8), _mm_set1_epi16(59)));
+    sum = _mm_add_epi16(sum, _mm_add_epi16(_mm_mullo_epi16(channel(p, q, 16), _mm_set1_epi16(11)), _mm_set1_epi16(50)));
+    __m128i grey = _mm_srli_epi16(_mm_mulhi_epu16(sum, _mm_set1_epi16(5243)), 3);
+    grey = _mm_min_epi16(grey, _mm_set1_epi16(254));
+    const __m128i onLine = _mm_packs_epi32(_mm_cmpeq_epi32(p, lineColour), _mm_cmpeq_epi32(q, lineColour));
+    grey = _mm_or_si128(grey, _mm_and_si128(onLine, _mm_set1_epi16(kReviewLine)));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(to + i), _mm_packus_epi16(grey, grey));
+  }
+#endif
+  for (; i < area; ++i) {
+    // The luminance in hundredths, weighed as luminanceHundredths weighs it,
+    // rounded to a whole grey; white takes 254's place. The box holds
+    // colours of three bytes, so unsigned arithmetic gives the same.
+    const auto c = static_cast<std::uint32_t>(from[i]);
+    const std::uint32_t grey = (30 * (c & 0xFF) + 59 * (c >> 8 & 0xFF) + 11 * (c >> 16 & 0xFF) + 50) / 100;
+    to[i] = from[i] == line ? kReviewLine : static_cast<std::uint8_t>(std::min(grey, 254U));
+  }
+  return out;
+}
+
+ReviewPicture halved(const ReviewPicture& picture) {
+  const Int32 w = picture.width;
+  const Int32 h = picture.height;
+  ReviewPicture out{(w + 1) / 2, (h + 1) / 2, {}};
+  out.pixels.resize(static_cast<std::size_t>(out.width) * static_cast<std::size_t>(out.height));
+  for (Int32 y = 0; y < out.height; ++y) {
+    // An odd last row or column stands for its block alone.
+    const std::uint8_t* a = picture.pixels.data() + static_cast<std::size_t>(2 * y) * w;
+    const std::uint8_t* b = 2 * y + 1 < h ? a + w : a;
+    std::uint8_t* to = out.pixels.data() + static_cast<std::size_t>(y) * out.width;
+    Int32 x = 0;
+#ifdef __SSE2__
+    // Sixteen bytes of each row a step: the two rows' lower and higher bytes,
+    // then those of each pair of neighbours, in sixteen-bit lanes.
+    static_assert(kReviewLine == 0xFF, "the line is the lightest byte");
+    const __m128i low = _mm_set1_epi16(0xFF);
+    for (; 2 * x + 16 <= w; x += 8) {
+      const __m128i p = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a + 2 * x));
+      const __m128i q = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + 2 * x));
+      const __m128i lower = _mm_min_epu8(p, q);
+      const __m128i higher = _mm_max_epu8(p, q);
+      const __m128i darkest = _mm_min_epi16(_mm_and_si128(lower, low), _mm_srli_epi16(lower, 8));
+      const __m128i lightest = _mm_max_epi16(_mm_and_si128(higher, low), _mm_srli_epi16(higher, 8));
+      const __m128i shown = _mm_or_si128(darkest, _mm_and_si128(_mm_cmpeq_epi16(lightest, low), low));
+      _mm_storel_epi64(reinterpret_cast<__m128i*>(to + x), _mm_packus_epi16(shown, shown));
+    }
+#endif
+    for (; x < out.width; ++x) {
+      const Int32 u = 2 * x;
+      const Int32 v = std::min(u + 1, w - 1);
+      const std::uint8_t darkest = std::min(std::min(a[u], a[v]), std::min(b[u], b[v]));
+      const std::uint8_t lightest = std::max(std::max(a[u], a[v]), std::max(b[u], b[v]));
+      to[x] = lightest == kReviewLine ? kReviewLine : darkest;
     }
   }
-  small.bitsChanged();
-  return small;
+  return out;
+}
+
+std::string bmpFileOf(const ReviewPicture& picture, Colour line) {
+  const auto w = static_cast<std::size_t>(picture.width);
+  const auto h = static_cast<std::size_t>(picture.height);
+  std::size_t row = 0;
+  std::size_t pixelsAt = 0;
+  std::string out = bmpFile(w, h, 8, 256, row, pixelsAt);
+  // Greys 0 to 253 at their own index, white at 254, the line colour at 255.
+  for (std::uint32_t i = 0; i < kReviewLine; ++i) {
+    const std::uint32_t g = i == 254 ? 255 : i;
+    putLittle(out.data() + 54 + 4 * i, g << 16 | g << 8 | g, 4);
+  }
+  putLittle(out.data() + 54 + 4 * kReviewLine, __builtin_bswap32(static_cast<std::uint32_t>(line)) >> 8, 4);
+  for (std::size_t y = 0; y < h; ++y) {
+    std::memcpy(out.data() + pixelsAt + (h - 1 - y) * row, picture.pixels.data() + y * w, w);
+  }
+  return out;
+}
+
+std::string dataUri(std::string_view mediaType, std::string_view bytes) {
+  static constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  const std::string head = "data:" + std::string(mediaType) + ";base64,";
+  std::string out(head.size() + (bytes.size() + 2) / 3 * 4, '=');
+  std::memcpy(out.data(), head.data(), head.size());
+  char* to = out.data() + head.size();
+  const auto* from = reinterpret_cast<const unsigned char*>(bytes.data());
+  std::size_t i = 0;
+  for (; i + 3 <= bytes.size(); i += 3, to += 4) {
+    const std::uint32_t v = from[i] << 16 | from[i + 1] << 8 | from[i + 2];
+    to[0] = kDigits[v >> 18];
+    to[1] = kDigits[v >> 12 & 63];
+    to[2] = kDigits[v >> 6 & 63];
+    to[3] = kDigits[v & 63];
+  }
+  // One or two bytes left make two or three digits; the rest stays '='.
+  if (const std::size_t left = bytes.size() - i; left > 0) {
+    const std::uint32_t v = from[i] << 16 | (left > 1 ? from[i + 1] << 8 : 0U);
+    to[0] = kDigits[v >> 18];
+    to[1] = kDigits[v >> 12 & 63];
+    if (left > 1) to[2] = kDigits[v >> 6 & 63];
+  }
+  return out;
 }
 
 void saveBoxPicture(const PictureBox& box, const std::string& path) {

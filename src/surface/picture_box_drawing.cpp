@@ -68,10 +68,13 @@ void PictureBox::PSet(float x, float y, std::optional<Colour> colour) {
 
 void PictureBox::Line(float x1, float y1, float x2, float y2, std::optional<Colour> colour) {
   const Colour pen = resolveColour(colour.value_or(ForeColor));
-  Int32 ax = roundToInt32(toPixelX(x1));
-  Int32 ay = roundToInt32(toPixelY(y1));
-  const Int32 bx = roundToInt32(toPixelX(x2));
-  const Int32 by = roundToInt32(toPixelY(y2));
+  // The scale looked up once for both ends, as toPixelX and toPixelY divide.
+  const double ux = unitsPerPixelX(scaleMode_);
+  const double uy = unitsPerPixelY(scaleMode_);
+  Int32 ax = roundToInt32(x1 / ux);
+  Int32 ay = roundToInt32(y1 / uy);
+  const Int32 bx = roundToInt32(x2 / ux);
+  const Int32 by = roundToInt32(y2 / uy);
   // A line wholly beyond one edge of the bitmap draws nothing; skipping it
   // keeps far-off coordinates from costing a loop over every pixel between.
   const Int32 reach = DrawWidth;
@@ -228,6 +231,12 @@ void PictureBox::PaintPicture(const Picture& pic, float x1, float y1, std::optio
   // work on a light ground survives it. Rows of an enlargement that repeat a
   // source block reuse `line`.
   std::vector<Colour> acc(static_cast<std::size_t>(std::max(pw, 1)));
+  // Each span of the run overlaps the picture; its columns there, worked out once.
+  std::vector<Span> columns(static_cast<std::size_t>(iTo));
+  for (Int32 i = iFrom; i < iTo; ++i) {
+    const Span sx = xs[static_cast<std::size_t>(i)];
+    columns[static_cast<std::size_t>(i)] = {std::max(sx.from, 0), std::min(sx.to, pw)};
+  }
   std::vector<Colour> line(static_cast<std::size_t>(std::max(dw, 1)));
   Span lineRows{-1, -1};
   for (Int32 j = 0; j < dh; ++j) {
@@ -238,19 +247,50 @@ void PictureBox::PaintPicture(const Picture& pic, float x1, float y1, std::optio
     const Int32 syTo = std::min(sy.to, ph);
     if (syFrom >= syTo) continue;
     if (syFrom != lineRows.from || syTo != lineRows.to) {
-      std::fill(acc.begin() + uFrom, acc.begin() + uTo, 0xFFFFFF);
-      for (Int32 v = syFrom; v < syTo; ++v) {
-        const Colour* s = src + static_cast<std::size_t>(v) * pw;
-        for (Int32 u = uFrom; u < uTo; ++u) acc[u] &= s[u];
+      // Two source rows a sweep, so that `acc` is read and written half as often.
+      Colour* __restrict a = acc.data();
+      const auto rowAt = [&](Int32 v) { return src + static_cast<std::size_t>(v) * pw; };
+      Int32 v = syFrom;
+      if (syTo - v >= 2) {
+        const Colour* __restrict s0 = rowAt(v);
+        const Colour* __restrict s1 = rowAt(v + 1);
+        for (Int32 u = uFrom; u < uTo; ++u) a[u] = s0[u] & s1[u] & 0xFFFFFF;
+        v += 2;
+      } else {
+        const Colour* __restrict s0 = rowAt(v);
+        for (Int32 u = uFrom; u < uTo; ++u) a[u] = s0[u] & 0xFFFFFF;
+        v += 1;
       }
-      // Each span of this run overlaps the picture, and most hold one or two
-      // columns: a plain loop from the first beats a vectorised one.
+      for (; v + 1 < syTo; v += 2) {
+        const Colour* __restrict s0 = rowAt(v);
+        const Colour* __restrict s1 = rowAt(v + 1);
+        for (Int32 u = uFrom; u < uTo; ++u) a[u] &= s0[u] & s1[u];
+      }
+      if (v < syTo) {
+        const Colour* __restrict s0 = rowAt(v);
+        for (Int32 u = uFrom; u < uTo; ++u) a[u] &= s0[u];
+      }
+      // A shrink's spans hold a few columns each: those widths unrolled.
       for (Int32 i = iFrom; i < iTo; ++i) {
-        const Span sx = xs[static_cast<std::size_t>(i)];
-        const Int32 sxTo = std::min(sx.to, pw);
-        Int32 u = std::max(sx.from, 0);
-        Colour c = acc[u];
-        while (++u < sxTo) c &= acc[u];
+        const Span sx = columns[static_cast<std::size_t>(i)];
+        const Int32 sxTo = sx.to;
+        Int32 u = sx.from;
+        Colour c = a[u];
+        switch (sxTo - u) {
+          case 1:
+            break;
+          case 2:
+            c &= a[u + 1];
+            break;
+          case 3:
+            c &= a[u + 1] & a[u + 2];
+            break;
+          case 4:
+            c &= a[u + 1] & a[u + 2] & a[u + 3];
+            break;
+          default:
+            while (++u < sxTo) c &= a[u];
+        }
         line[i] = c;
       }
       lineRows = {syFrom, syTo};

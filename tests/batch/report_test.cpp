@@ -2,16 +2,42 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "../temp_files.h"
 #include "batch/report_pictures.h"
+#include "intake/picture_loader.h"
+#include "processing/luminance.h"
 
 namespace quern {
 namespace {
 
 using testing::readAll;
 using testing::TempFolder;
+
+// The bytes of a base64 data: URI, read back without the encoder's help.
+std::string bytesOfUri(const std::string& uri) {
+  static const std::string kDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string out;
+  std::uint32_t bits = 0;
+  int held = 0;
+  for (char c : uri.substr(uri.find(',') + 1)) {
+    if (c == '=') break;
+    bits = bits << 6 | static_cast<std::uint32_t>(kDigits.find(c));
+    held += 6;
+    if (held >= 8) {
+      held -= 8;
+      out += static_cast<char>(bits >> held & 0xFF);
+    }
+  }
+  return out;
+}
+
+// A thumbnail as the program's own BMP reader sees it.
+Picture thumbnailPicture(const std::string& bmp) {
+  return decodePicture(reinterpret_cast<const unsigned char*>(bmp.data()), bmp.size(), "thumbnail");
+}
 
 BatchResult written(const std::string& picture, Int32 lines) {
   BatchResult r;
@@ -21,7 +47,7 @@ BatchResult written(const std::string& picture, Int32 lines) {
   r.lines = lines;
   r.threshold = "200";
   r.drawing = "/out/" + std::filesystem::path(picture).stem().string() + ".dxf";
-  r.thumbnailBmp = "BM";
+  r.thumbnail = "data:image/bmp;base64,Qk0=";
   return r;
 }
 
@@ -115,19 +141,28 @@ TEST(ReportRun, ThumbnailsForWrittenAndRefusedPicturesPreviewsBesideThePage) {
     return byte(18) | byte(19) << 8 | byte(20) << 16 | byte(21) << 24;
   };
   EXPECT_EQ(results[0].preview, out.file("review_files/plan.bmp"));
-  EXPECT_EQ(widthOf(readAll(results[0].preview)), 400U);
-  EXPECT_EQ(widthOf(results[0].thumbnailBmp), 200U);
-  EXPECT_EQ(widthOf(results[1].thumbnailBmp), 200U);
+  const std::string preview = readAll(results[0].preview);
+  EXPECT_EQ(widthOf(preview), 400U);
+  // The page's own preview is in its colours: a byte a pixel, the lines red.
+  ASSERT_GT(preview.size(), 28U);
+  EXPECT_EQ(preview[28], 8);
+  const Picture shown = thumbnailPicture(preview);
+  EXPECT_GT(std::count_if(shown->pixels().begin(), shown->pixels().end(), [](Colour c) { return (c & 0xFFFFFF) == kRed; }),
+            100);
+  ASSERT_TRUE(results[0].thumbnail.starts_with("data:image/bmp;base64,"));
+  EXPECT_EQ(widthOf(bytesOfUri(results[0].thumbnail)), 200U);
+  EXPECT_EQ(widthOf(bytesOfUri(results[1].thumbnail)), 200U);
   EXPECT_TRUE(results[1].preview.empty());
   EXPECT_FALSE(std::filesystem::exists(out / "dxf/wide.dxf"));
   EXPECT_FALSE(std::filesystem::exists(out / "review_files/wide.bmp"));
-  EXPECT_TRUE(results[2].thumbnailBmp.empty());
+  EXPECT_TRUE(results[2].thumbnail.empty());
   EXPECT_EQ(out.entries(), 2) << "the drawings' folder and the previews', nothing else";
 }
 
-// A thumbnail is the preview halved: a red centre line inside a black stroke
-// stays red, a thin dark line on white stays dark, an odd side rounds up.
-TEST(ReportThumbnail, HalvingKeepsRedLinesAndDarkStrokes) {
+// A thumbnail is the preview in grey, halved: a red centre line inside a
+// black stroke stays red, a thin dark line on white stays dark, a colour
+// becomes its grey, an odd side rounds up.
+TEST(ReportThumbnail, HalvingKeepsRedLinesAndDarkStrokesInGrey) {
   PictureBox box(1.0F, 0);
   box.setWidth(7);
   box.setHeight(4);
@@ -138,17 +173,70 @@ TEST(ReportThumbnail, HalvingKeepsRedLinesAndDarkStrokes) {
     px[y * 7 + 0] = 0x000000;  // a black stroke two pixels wide, red at its centre
     px[y * 7 + 1] = y == 1 ? kRed : 0x000000;
     px[y * 7 + 3] = 0x202020;  // a thin grey line on white
+    px[y * 7 + 5] = y < 2 ? 0x00FF00 : kWhite;  // a green block over a white one
   }
   box.bitsChanged();
-  const PictureBox small = shrunkKeeping(box, 2, kRed);
-  ASSERT_EQ(small.pixelWidth(), 4);
-  ASSERT_EQ(small.pixelHeight(), 2);
-  const Colour* s = small.bits();
-  EXPECT_EQ(s[0], kRed);
-  EXPECT_EQ(s[4], 0x000000);
-  EXPECT_EQ(s[1], 0x202020);
-  EXPECT_EQ(s[2], kWhite);
-  EXPECT_EQ(s[3], kWhite) << "the last, half block";
+  const Picture small = thumbnailPicture(bmpFileOf(halved(reviewPicture(box, kRed)), kRed));
+  ASSERT_EQ(pictureWidth(small), 4);
+  ASSERT_EQ(pictureHeight(small), 2);
+  const auto at = [&](int x, int y) { return small->pixels()[static_cast<std::size_t>(y) * 4 + x] & 0xFFFFFF; };
+  EXPECT_EQ(at(0, 0), kRed);
+  EXPECT_EQ(at(0, 1), 0x000000);
+  EXPECT_EQ(at(1, 0), 0x202020);
+  EXPECT_EQ(at(2, 0), 0x969696) << "green at its luminance, 0.59 of 255";
+  EXPECT_EQ(at(2, 1), kWhite);
+  EXPECT_EQ(at(3, 0), kWhite) << "the last, half block";
+}
+
+// Over colours of every kind and sides that leave odd ends, the review
+// picture is each colour's grey, or the line, and its halving each block's
+// darkest grey, or the line.
+TEST(ReportThumbnail, GreysAndHalvingHoldForEveryColourAndOddSides) {
+  PictureBox box(1.0F, 0);
+  box.setWidth(37);
+  box.setHeight(23);
+  Colour* px = box.mutableBits();
+  std::uint32_t state = 12345;
+  for (int i = 0; i < 37 * 23; ++i) {
+    state = state * 1664525U + 1013904223U;
+    px[i] = state % 7 == 0 ? kRed : static_cast<Colour>(state >> 8 & 0xFFFFFF);
+  }
+  px[0] = kWhite;
+  px[1] = 0xFEFEFE;
+  box.bitsChanged();
+  const ReviewPicture grey = reviewPicture(box, kRed);
+  ASSERT_EQ(grey.pixels.size(), 37U * 23U);
+  for (int i = 0; i < 37 * 23; ++i) {
+    const int expected = px[i] == kRed ? 255 : std::min((luminanceHundredths(px[i]) + 50) / 100, 254);
+    ASSERT_EQ(grey.pixels[i], expected) << "pixel " << i;
+  }
+  const ReviewPicture half = halved(grey);
+  ASSERT_EQ(half.width, 19);
+  ASSERT_EQ(half.height, 12);
+  for (int y = 0; y < 12; ++y) {
+    for (int x = 0; x < 19; ++x) {
+      int darkest = 255;
+      bool line = false;
+      for (int v = 2 * y; v < std::min(2 * y + 2, 23); ++v) {
+        for (int u = 2 * x; u < std::min(2 * x + 2, 37); ++u) {
+          const int g = grey.pixels[static_cast<std::size_t>(v * 37 + u)];
+          line = line || g == 255;
+          darkest = std::min(darkest, g);
+        }
+      }
+      ASSERT_EQ(half.pixels[static_cast<std::size_t>(y * 19 + x)], line ? 255 : darkest) << x << ", " << y;
+    }
+  }
+}
+
+TEST(ReportThumbnail, DataUriIsBase64WithPadding) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"", ""}, {"f", "Zg=="}, {"fo", "Zm8="}, {"foo", "Zm9v"}, {"foob", "Zm9vYg=="}, {"fooba", "Zm9vYmE="},
+      {"\xFF\xFE\xFD", "//79"},
+  };
+  for (const auto& [bytes, digits] : cases) {
+    EXPECT_EQ(dataUri("image/bmp", bytes), std::string("data:image/bmp;base64,") + digits) << bytes;
+  }
 }
 
 }  // namespace
