@@ -1,6 +1,7 @@
 #include "base/number_text.h"
 
 #include <charconv>
+#include <cstdint>
 #include <limits>
 
 namespace quern {
@@ -23,6 +24,21 @@ std::string decimalText(double value) {
 void appendDecimal(std::string& out, float value) {
   if (value == 0.0F) {
     out += '0';
+    return;
+  }
+  // Drawings are mostly whole pixels: a whole value below 2^24 is its digits,
+  // which is what the shortest fixed form gives, written without the search.
+  if (value > -16777216.0F && value < 16777216.0F && value == static_cast<float>(static_cast<std::int32_t>(value))) {
+    const auto whole = static_cast<std::int32_t>(value);
+    std::uint32_t magnitude = whole < 0 ? static_cast<std::uint32_t>(-whole) : static_cast<std::uint32_t>(whole);
+    char digits[12];
+    char* at = digits + sizeof digits;
+    do {
+      *--at = static_cast<char>('0' + magnitude % 10);
+      magnitude /= 10;
+    } while (magnitude != 0);
+    if (whole < 0) *--at = '-';
+    out.append(at, digits + sizeof digits);
     return;
   }
   char buffer[128];

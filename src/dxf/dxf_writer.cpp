@@ -187,13 +187,14 @@ std::string DxfDocument::fileBytes() const {
   const std::string whole = text();
   std::string lines;
   lines.reserve(whole.size() + whole.size() / 4);
-  for (const char c : whole) {
-    if (c == '|') {
-      lines += "\r\n";
-    } else {
-      lines += c;
-    }
+  // Each '|' becomes a line end: the text between goes over whole.
+  std::string_view rest(whole);
+  for (std::size_t bar = rest.find('|'); bar != std::string_view::npos; bar = rest.find('|')) {
+    lines.append(rest.data(), bar);
+    lines += "\r\n";
+    rest.remove_prefix(bar + 1);
   }
+  lines += rest;
   lines += "\r\n";
   return lines;
 }
