@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -202,9 +203,20 @@ std::optional<Picture> readPlainBmp(const unsigned char* data, std::size_t size)
           }
         }
         break;
-      default:
-        for (std::int64_t x = 0; x < w; ++x) out[x] = rgb(in[3 * x + 2], in[3 * x + 1], in[3 * x]);
+      default: {
+        // Blue, green, red read as one word, the byte after them shifted
+        // out, then turned end for end: red in the low byte. The last pixel
+        // of a row is read by bytes, as the word would reach past it.
+        static_assert(std::endian::native == std::endian::little);
+        std::int64_t x = 0;
+        for (; x + 1 < w; ++x) {
+          std::uint32_t word = 0;
+          std::memcpy(&word, in + 3 * x, sizeof word);
+          out[x] = static_cast<Colour>(__builtin_bswap32(word << 8));
+        }
+        for (; x < w; ++x) out[x] = rgb(in[3 * x + 2], in[3 * x + 1], in[3 * x]);
         break;
+      }
     }
   }
   return makePicture(static_cast<Int32>(w), static_cast<Int32>(h), std::move(pixels));
