@@ -77,4 +77,9 @@ void RecordTable::throwOutOfRange(Int32 i) const {
                    std::to_string(lastRecord_) + ")");
 }
 
+void PolyList::throwOutOfRange(Int32 i) const {
+  throw IndexError("Subscript out of range: point " + std::to_string(i) + " of a list ending at " +
+                   std::to_string(highest()));
+}
+
 }  // namespace quern

@@ -129,12 +129,10 @@ class PolyList {
 
  private:
   std::size_t checkIndex(Int32 i) const {
-    if (i < 0 || i > highest()) {
-      throw IndexError("Subscript out of range: point " + std::to_string(i) + " of a list ending at " +
-                       std::to_string(highest()));
-    }
+    if (i < 0 || i > highest()) throwOutOfRange(i);
     return static_cast<std::size_t>(i);
   }
+  [[noreturn]] void throwOutOfRange(Int32 i) const;
   std::vector<PolyPoint> points_;
 };
 

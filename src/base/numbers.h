@@ -20,12 +20,14 @@ using Colour = std::int32_t;  // 0x00BBGGRR, red in the low byte; -1 is no colou
 
 inline constexpr Colour kNoColour = -1;
 
+// The error of the check below, made out of line so that the check inlines
+// to two compares.
+[[noreturn]] void throwOutOfRange(const char* what, long long v, int bits);
+
 template <typename T>
 constexpr T checkedRange(long long v, const char* what) {
   if (v < std::numeric_limits<T>::min() || v > std::numeric_limits<T>::max()) {
-    throw OverflowError(std::string("Overflow: ") + what + " " + std::to_string(v) +
-                        " is outside the range of a " +
-                        std::to_string(8 * sizeof(T)) + "-bit integer");
+    throwOutOfRange(what, v, 8 * sizeof(T));
   }
   return static_cast<T>(v);
 }
