@@ -279,8 +279,7 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
     }
     if (preview && !box) throw FileError("cannot make the preview " + *preview + ": " + noBox);
     if (box) {
-      PreviewImages images =
-          previewImages(*box, &chain.segments(), chain.previewFactor(), preview, review);
+      PreviewImages images = previewImages(*box, &chain.segments(), chain.previewFactor(), preview, review);
       if (preview) outputs.add(*preview, images.file);
       result.thumbnail = std::move(images.thumbnail);
       result.preview = preview.value_or("");

@@ -88,7 +88,8 @@ ReviewPicture reviewPicture(const PictureBox& box, Colour line) {
   const __m128i byte = _mm_set1_epi32(0xFF);
   const __m128i lineColour = _mm_set1_epi32(line);
   const auto channel = [&](__m128i p, __m128i q, int shift) {
-    return _mm_packs_epi32(_mm_and_si128(_mm_srli_epi32(p, shift), byte), _mm_and_si128(_mm_srli_epi32(q, shift), byte));
+    return _mm_packs_epi32(_mm_and_si128(_mm_srli_epi32(p, shift), byte),
+                           _mm_and_si128(_mm_srli_epi32(q, shift), byte));
   };
   for (; i + 8 <= area; i += 8) {
     const __m128i p = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i));

@@ -39,9 +39,8 @@ class DxfDocument {
   void DxfAddArc(const std::string& layer, float cx, float cy, float radius, float startAngle, float endAngle);
   void DxfAddCircle(const std::string& layer, float cx, float cy, float radius);
   static std::string DxfHeaderText();
-  // The whole file with bars for line ends.
-  std::string text() const;
-  // text() cut at its bars into CR LF lines: the bytes of the file.
+  // The bytes of the file: the header, the blocks and the entities, each bar
+  // of them a CR LF line end.
   std::string fileBytes() const;
   // Writes fileBytes(): beside the target first,
   // then renamed over it, so a failed write leaves an existing file as it

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cstddef>
-#include <optional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "surface/picture.h"

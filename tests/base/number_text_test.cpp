@@ -24,9 +24,25 @@ TEST(ValueText, ScaleTextsAreTheShortestDecimals) {
 // Whole values take a way of their own; every value must still come out
 // as the library's shortest fixed form, zero of either sign as "0".
 TEST(ValueText, DrawingNumbersAreTheShortestFixedForm) {
-  std::vector<float> values = {1.0F, -1.0F, 9.0F, 10.0F, -10.0F, 99999.0F, 16777215.0F, -16777215.0F, 16777216.0F,
-                               -16777216.0F, 16777218.0F, 1e30F, -1e30F, 0.5F, -0.25F, 123.456F, 1e-7F,
-                               std::numeric_limits<float>::infinity(), std::numeric_limits<float>::quiet_NaN()};
+  std::vector<float> values = {1.0F,
+                               -1.0F,
+                               9.0F,
+                               10.0F,
+                               -10.0F,
+                               99999.0F,
+                               16777215.0F,
+                               -16777215.0F,
+                               16777216.0F,
+                               -16777216.0F,
+                               16777218.0F,
+                               1e30F,
+                               -1e30F,
+                               0.5F,
+                               -0.25F,
+                               123.456F,
+                               1e-7F,
+                               std::numeric_limits<float>::infinity(),
+                               std::numeric_limits<float>::quiet_NaN()};
   std::uint32_t state = 2463534242U;
   for (int i = 0; i < 200000; ++i) {
     state ^= state << 13;

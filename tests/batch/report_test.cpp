@@ -147,8 +147,9 @@ TEST(ReportRun, ThumbnailsForWrittenAndRefusedPicturesPreviewsBesideThePage) {
   ASSERT_GT(preview.size(), 28U);
   EXPECT_EQ(preview[28], 8);
   const Picture shown = thumbnailPicture(preview);
-  EXPECT_GT(std::count_if(shown->pixels().begin(), shown->pixels().end(), [](Colour c) { return (c & 0xFFFFFF) == kRed; }),
-            100);
+  EXPECT_GT(
+      std::count_if(shown->pixels().begin(), shown->pixels().end(), [](Colour c) { return (c & 0xFFFFFF) == kRed; }),
+      100);
   ASSERT_TRUE(results[0].thumbnail.starts_with("data:image/bmp;base64,"));
   EXPECT_EQ(widthOf(bytesOfUri(results[0].thumbnail)), 200U);
   EXPECT_EQ(widthOf(bytesOfUri(results[1].thumbnail)), 200U);
@@ -172,7 +173,7 @@ TEST(ReportThumbnail, HalvingKeepsRedLinesAndDarkStrokesInGrey) {
   for (int y = 0; y < 4; ++y) {
     px[y * 7 + 0] = 0x000000;  // a black stroke two pixels wide, red at its centre
     px[y * 7 + 1] = y == 1 ? kRed : 0x000000;
-    px[y * 7 + 3] = 0x202020;  // a thin grey line on white
+    px[y * 7 + 3] = 0x202020;                   // a thin grey line on white
     px[y * 7 + 5] = y < 2 ? 0x00FF00 : kWhite;  // a green block over a white one
   }
   box.bitsChanged();
@@ -231,7 +232,12 @@ TEST(ReportThumbnail, GreysAndHalvingHoldForEveryColourAndOddSides) {
 
 TEST(ReportThumbnail, DataUriIsBase64WithPadding) {
   const std::pair<const char*, const char*> cases[] = {
-      {"", ""}, {"f", "Zg=="}, {"fo", "Zm8="}, {"foo", "Zm9v"}, {"foob", "Zm9vYg=="}, {"fooba", "Zm9vYmE="},
+      {"", ""},
+      {"f", "Zg=="},
+      {"fo", "Zm8="},
+      {"foo", "Zm9v"},
+      {"foob", "Zm9vYg=="},
+      {"fooba", "Zm9vYmE="},
       {"\xFF\xFE\xFD", "//79"},
   };
   for (const auto& [bytes, digits] : cases) {
