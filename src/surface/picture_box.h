@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "base/numbers.h"
@@ -93,6 +94,9 @@ class PictureBox {
   Colour Point(float x, float y) const;
   void PSet(float x, float y, std::optional<Colour> colour = std::nullopt);
   void Line(float x1, float y1, float x2, float y2, std::optional<Colour> colour = std::nullopt);
+  // Line for each four values of `ends` (x1, y1, x2, y2) in one colour, the
+  // scale and the pen looked up once for all.
+  void Lines(std::span<const float> ends, std::optional<Colour> colour = std::nullopt);
   void Circle(float x, float y, float radius, std::optional<Colour> colour = std::nullopt);
   void PaintPicture(const Picture& pic, float x1, float y1, std::optional<float> width1 = std::nullopt,
                     std::optional<float> height1 = std::nullopt, std::optional<float> x2 = std::nullopt,
@@ -154,6 +158,9 @@ class PictureBox {
   double toPixelY(float y) const { return y / unitsPerPixelY(scaleMode_); }
   void plot(Int32 x, Int32 y, Colour pen);
   void dot(Int32 x, Int32 y, Colour pen);
+  // The pixels of a line between two points in pixels, ends rounded; false
+  // when it lies wholly beyond the bitmap and nothing was drawn.
+  bool stroke(double x1, double y1, double x2, double y2, Colour pen);
   void touch() { ++version_; }
 
   float unitsPerPixel_;

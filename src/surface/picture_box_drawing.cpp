@@ -71,20 +71,39 @@ void PictureBox::Line(float x1, float y1, float x2, float y2, std::optional<Colo
   // The scale looked up once for both ends, as toPixelX and toPixelY divide.
   const double ux = unitsPerPixelX(scaleMode_);
   const double uy = unitsPerPixelY(scaleMode_);
-  Int32 ax = roundToInt32(x1 / ux);
-  Int32 ay = roundToInt32(y1 / uy);
-  const Int32 bx = roundToInt32(x2 / ux);
-  const Int32 by = roundToInt32(y2 / uy);
+  if (stroke(x1 / ux, y1 / uy, x2 / ux, y2 / uy, pen)) touch();
+  CurrentX = x2;
+  CurrentY = y2;
+}
+
+void PictureBox::Lines(std::span<const float> ends, std::optional<Colour> colour) {
+  const Colour pen = resolveColour(colour.value_or(ForeColor));
+  const double ux = unitsPerPixelX(scaleMode_);
+  const double uy = unitsPerPixelY(scaleMode_);
+  bool drawn = false;
+  for (std::size_t i = 0; i + 4 <= ends.size(); i += 4) {
+    drawn = stroke(ends[i] / ux, ends[i + 1] / uy, ends[i + 2] / ux, ends[i + 3] / uy, pen) || drawn;
+  }
+  if (ends.size() >= 4) {
+    CurrentX = ends[ends.size() / 4 * 4 - 2];
+    CurrentY = ends[ends.size() / 4 * 4 - 1];
+  }
+  if (drawn) touch();
+}
+
+bool PictureBox::stroke(double x1, double y1, double x2, double y2, Colour pen) {
+  Int32 ax = roundToInt32(x1);
+  Int32 ay = roundToInt32(y1);
+  const Int32 bx = roundToInt32(x2);
+  const Int32 by = roundToInt32(y2);
   // A line wholly beyond one edge of the bitmap draws nothing; skipping it
   // keeps far-off coordinates from costing a loop over every pixel between.
   const Int32 reach = DrawWidth;
   if (std::max(ax, bx) < -reach || std::min(ax, bx) >= innerW_ + reach || std::max(ay, by) < -reach ||
       std::min(ay, by) >= innerH_ + reach) {
-    CurrentX = x2;
-    CurrentY = y2;
-    return;
+    return false;
   }
-  mutableBits();
+  if (!bitmap_ || bitmap_.use_count() > 1) mutableBits();
   const Int32 dx = std::abs(bx - ax);
   const Int32 dy = -std::abs(by - ay);
   const Int32 sx = ax < bx ? 1 : -1;
@@ -104,9 +123,7 @@ void PictureBox::Line(float x1, float y1, float x2, float y2, std::optional<Colo
       ay += sy;
     }
   }
-  CurrentX = x2;
-  CurrentY = y2;
-  touch();
+  return true;
 }
 
 void PictureBox::Circle(float x, float y, float radius, std::optional<Colour> colour) {
@@ -247,28 +264,22 @@ void PictureBox::PaintPicture(const Picture& pic, float x1, float y1, std::optio
     const Int32 syTo = std::min(sy.to, ph);
     if (syFrom >= syTo) continue;
     if (syFrom != lineRows.from || syTo != lineRows.to) {
-      // Two source rows a sweep, so that `acc` is read and written half as often.
+      // Up to three source rows a sweep, so that `acc` is read and written
+      // once for most blocks; a sweep of fewer reads its last row again,
+      // which the AND does not mind.
       Colour* __restrict a = acc.data();
       const auto rowAt = [&](Int32 v) { return src + static_cast<std::size_t>(v) * pw; };
-      Int32 v = syFrom;
-      if (syTo - v >= 2) {
+      for (Int32 v = syFrom; v < syTo;) {
+        const Int32 n = std::min<Int32>(3, syTo - v);
         const Colour* __restrict s0 = rowAt(v);
-        const Colour* __restrict s1 = rowAt(v + 1);
-        for (Int32 u = uFrom; u < uTo; ++u) a[u] = s0[u] & s1[u] & 0xFFFFFF;
-        v += 2;
-      } else {
-        const Colour* __restrict s0 = rowAt(v);
-        for (Int32 u = uFrom; u < uTo; ++u) a[u] = s0[u] & 0xFFFFFF;
-        v += 1;
-      }
-      for (; v + 1 < syTo; v += 2) {
-        const Colour* __restrict s0 = rowAt(v);
-        const Colour* __restrict s1 = rowAt(v + 1);
-        for (Int32 u = uFrom; u < uTo; ++u) a[u] &= s0[u] & s1[u];
-      }
-      if (v < syTo) {
-        const Colour* __restrict s0 = rowAt(v);
-        for (Int32 u = uFrom; u < uTo; ++u) a[u] &= s0[u];
+        const Colour* __restrict s1 = rowAt(v + std::min<Int32>(1, n - 1));
+        const Colour* __restrict s2 = rowAt(v + n - 1);
+        if (v == syFrom) {
+          for (Int32 u = uFrom; u < uTo; ++u) a[u] = s0[u] & s1[u] & s2[u] & 0xFFFFFF;
+        } else {
+          for (Int32 u = uFrom; u < uTo; ++u) a[u] &= s0[u] & s1[u] & s2[u];
+        }
+        v += n;
       }
       // A shrink's spans hold a few columns each: those widths unrolled.
       for (Int32 i = iFrom; i < iTo; ++i) {

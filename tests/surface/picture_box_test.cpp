@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <functional>
 #include <vector>
 
@@ -55,6 +57,32 @@ TEST(PictureBox, AUserScaleMapsItsRangeAcrossTheBoxButNotDevicePixels) {
   box.setScaleMode(kScalePixels);
   EXPECT_EQ(box.Point(25, 10), kRed);
   EXPECT_THROW(box.setScaleHeight(0), SurfaceError);
+}
+
+// Many lines in one call set the pixels that Line sets one line at a time,
+// whatever the scale, pen width and ends (ties, beyond the box, a point).
+TEST(PictureBox, LinesDrawWhatLineDrawsOneByOne) {
+  std::vector<float> ends = {0.5F, 0.5F, 9.5F, 2.5F, -40, 3, -20, 30, 7, 7, 7, 7, 2, 30, 12, -1};
+  std::uint32_t state = 7;
+  for (int i = 0; i < 400; ++i) {
+    state = state * 1664525U + 1013904223U;
+    ends.push_back(static_cast<float>(static_cast<int>(state >> 8) % 260 - 30) / 4.0F);
+  }
+  for (const int width : {1, 3}) {
+    PictureBox one = boxOf(60, 40);
+    PictureBox all = boxOf(60, 40);
+    for (PictureBox* box : {&one, &all}) {
+      box->setScaleWidth(45);  // a scale that leaves ends between pixels
+      box->setScaleHeight(30);
+      box->DrawWidth = static_cast<Int16>(width);
+    }
+    for (std::size_t i = 0; i + 4 <= ends.size(); i += 4)
+      one.Line(ends[i], ends[i + 1], ends[i + 2], ends[i + 3], kRed);
+    all.Lines(ends, kRed);
+    ASSERT_TRUE(std::equal(one.bits(), one.bits() + 60 * 40, all.bits())) << "pen " << width;
+    EXPECT_EQ(all.CurrentX, one.CurrentX);
+    EXPECT_EQ(all.CurrentY, one.CurrentY);
+  }
 }
 
 TEST(PictureBox, AutoSizeTakesThePicturesSizeAndAPlainBoxClipsIt) {
