@@ -187,10 +187,11 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
   limits.mapLargeBlocks = !args.outDir;
   RasterContext context(limits);
   FractionReport report = progressReport(progress);
-  // A batch run reruns nothing: each picture goes once the next stage has
-  // taken it on, and memory holds about two pictures at a time. The original
+  // A batch run reruns nothing and shows no stage's picture: each picture
+  // goes once the next stage has taken it on, those only the next stage reads
+  // are not made, and memory holds about two pictures at a time. The original
   // stays only while the preview still needs it.
-  StageChain chain(context, report, ChainOptions{Retention::letGo});
+  StageChain chain(context, report, ChainOptions{Retention::drawingOnly});
   const StageParams params = paramsOf(args);
   if (picture) {
     if (const auto refused = refusedByHeader(args, *picture, context.limits.surfacePixels)) {

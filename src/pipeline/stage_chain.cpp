@@ -94,7 +94,7 @@ const Picture& StageChain::input(Stage stage) const {
 }
 
 void StageChain::handedOn(Stage stage) {
-  if (options_.retention != Retention::letGo) return;
+  if (options_.retention == Retention::keepAll) return;
   if (stage == Stage::rescale) {
     original_ = nullptr;
   } else {
@@ -124,7 +124,23 @@ StageOutcome StageChain::blur(Int32 runs) {
 }
 
 StageOutcome StageChain::threshold(Int16 threshold) {
+  cells_.reset();
   return guarded(Stage::threshold, [&] {
+    if (drawingOnly()) {
+      const Picture& source = input(Stage::threshold);
+      auto cells = std::make_unique<ThinGrid>();
+      if (blackWhiteGrid(source, threshold, context_.limits, report_.progressOf(Stage::threshold), *cells)) {
+        StageOutcome o = StageOutcome::ok(Stage::threshold);
+        o.width = cells->width();
+        o.height = cells->height();
+        o.value = threshold;
+        o.count = cells->foreground();
+        cells_ = std::move(cells);
+        slot(Stage::threshold) = nullptr;
+        handedOn(Stage::threshold);
+        return o;
+      }
+    }
     // A refused picture goes on as it came.
     const RasterResult result =
         blackWhitePicture(input(Stage::threshold), threshold, context_.limits, report_.progressOf(Stage::threshold));
@@ -139,6 +155,7 @@ StageOutcome StageChain::threshold(Int16 threshold) {
 
 StageOutcome StageChain::threshold(const ThresholdSetting& setting) {
   if (setting.mode == ThresholdMode::fixed) return threshold(setting.value);
+  cells_.reset();
   return guarded(Stage::threshold, [&] {
     const Picture& source = input(Stage::threshold);
     const Int32 w = pictureWidth(source);
@@ -179,12 +196,21 @@ StageOutcome StageChain::threshold(const ThresholdSetting& setting) {
 StageOutcome StageChain::thin() {
   return guarded(Stage::thin, [&] {
     session.LineTable.count() = 0;
+    Progress& progress = report_.progressOf(Stage::thin);
+    const std::unique_ptr<ThinGrid> cells = std::move(cells_);
     const ThinPictureResult result =
-        thinPicture(input(Stage::thin), session.LineTable, context_.limits, report_.progressOf(Stage::thin));
+        cells ? thinGrid(*cells, session.LineTable, progress)
+              : thinPicture(input(Stage::thin), session.LineTable, context_.limits, progress, !drawingOnly());
     slot(Stage::thin) = result.picture;
-    thinnedWidth_ = pictureWidth(result.picture);
     if (result.done()) handedOn(Stage::thin);
-    return rasterOutcome(Stage::thin, result);
+    StageOutcome o = rasterOutcome(Stage::thin, result);
+    // Listed without painting: the size is the one thinning took.
+    if (o.done() && !result.picture && result.width > 0) {
+      o.width = result.width;
+      o.height = result.height;
+    }
+    thinnedWidth_ = result.picture || result.width == 0 ? pictureWidth(result.picture) : result.width;
+    return o;
   });
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 
 #ifdef __SSE2__
 #include <emmintrin.h>
@@ -66,6 +67,21 @@ void shadeRow(const Colour* row, Colour* out, Int32 width, Int16 threshold) {
 
 }  // namespace
 
+void shadeRows(const Colour* from, Int32 width, Int32 height, Int16 threshold, Progress& progress,
+               const std::function<Colour*(Int32)>& into, const std::function<void(Int32, const Colour*)>& made) {
+  const auto w = static_cast<std::size_t>(width);
+  for (Int32 y = 0; y < height; ++y) {
+    Colour* out = into(y);
+    shadeRow(from + y * w, out, width, threshold);
+    if (made) made(y, out);
+    skipOnError([&] {
+      progress.yield();
+      progress.bar().Value = static_cast<float>(y);
+    });
+  }
+  skipOnError([&] { progress.bar().Value = 0.0F; });
+}
+
 bool makeblackwhite(PictureBox& picture, Int16 threshold, Progress& progress, Int32 limit) {
   float width = 0.0F;
   float height = 0.0F;
@@ -88,15 +104,9 @@ bool makeblackwhite(PictureBox& picture, Int16 threshold, Progress& progress, In
     const Colour* from = picture.bits();
     Colour* to = picture.overwriteBits();
     const auto w = static_cast<std::size_t>(picture.pixelWidth());
-    for (Int32 y = 0; y < picture.pixelHeight(); ++y) {
-      shadeRow(from + y * w, to + y * w, picture.pixelWidth(), threshold);
-      skipOnError([&] {
-        progress.yield();
-        progress.bar().Value = static_cast<float>(y);
-      });
-    }
+    shadeRows(from, picture.pixelWidth(), picture.pixelHeight(), threshold, progress,
+              [&](Int32 y) { return to + y * w; });
     picture.bitsChanged();
-    skipOnError([&] { progress.bar().Value = 0.0F; });
     return true;
   }
   Canvas canvas(picture);

@@ -56,11 +56,25 @@ Refusal blackWhiteRefusal(const Picture& source, Int32 limit);
 // pixel added to LineTable by x, then y. Nothing is painted for a picture
 // under 10 pixels wide (the picture comes back as it was) and nothing at all
 // is done without a picture. Refused, with picture and table as they were,
-// for a picture beyond the grid or a listing beyond the table.
+// for a picture beyond the grid or a listing beyond the table. Without
+// `paint` the lines are only listed and no picture comes back.
 struct ThinPictureResult : RasterResult {
   ThinResult thin;
+  Int32 width = 0;  // the size thinning took the picture for
+  Int32 height = 0;
 };
 ThinPictureResult thinPicture(const Picture& source, RecordTable& LineTable, const RasterLimits& limits,
-                              Progress& progress);
+                              Progress& progress, bool paint = true);
+
+// Stage 3 at a fixed threshold made straight into the cells of stage 4, for a
+// run that looks at neither picture: the cells are those thinPicture would
+// read from blackWhitePicture's picture, and the bar goes as the black and
+// white stage's. False, with `cells` untouched, where either stage would
+// refuse the picture (or take it at another size): the pictures' way then
+// gives the refusal.
+bool blackWhiteGrid(const Picture& source, Int16 threshold, const RasterLimits& limits, Progress& progress,
+                    ThinGrid& cells);
+// thinPicture, without painting, of cells that blackWhiteGrid loaded.
+ThinPictureResult thinGrid(ThinGrid& cells, RecordTable& LineTable, Progress& progress);
 
 }  // namespace quern

@@ -62,11 +62,25 @@ class ThinGrid {
   // picture above the grid limit is refused, nothing touched.
   ThinOutcome loadgrid(PictureBox& picture, Int16 width, Int16 height, RecordTable& LineTable, Progress& progress,
                        Int32 limit = kThinGridLimit);
-  // Peels, then paints the survivors black on white into `picture` and lists
-  // them in LineTable, column by column. A listing that would take the
-  // table's count past its last record but one is refused before anything
-  // is painted or stored, unless the table may grow.
-  ThinOutcome thingrid(PictureBox& picture, RecordTable& LineTable, Progress& progress);
+
+  // loadgrid in three steps, for a caller that makes the rows itself: begin
+  // sizes the grid, all background (false, nothing touched, above the grid
+  // limit); loadRow reads row y from up to `count` colours, red byte 0 being
+  // foreground, and loadRows a bitmap of width by height colours; finish
+  // makes the column copy and calls thingrid.
+  bool begin(Int16 width, Int16 height, Int32 limit = kThinGridLimit);
+  void loadRow(Int32 y, const Colour* pixels, Int32 count);
+  void loadRows(const Colour* bits, Int32 width, Int32 height);
+  ThinOutcome finish(PictureBox* picture, RecordTable& LineTable, Progress& progress);
+
+  // Peels, then paints the survivors black on white into `picture`, when
+  // there is one, and lists them in LineTable, column by column. A listing
+  // that would take the table's count past its last record but one is
+  // refused before anything is painted or stored, unless the table may grow.
+  ThinOutcome thingrid(PictureBox* picture, RecordTable& LineTable, Progress& progress);
+
+  Int16 width() const { return gridwidth_; }
+  Int16 height() const { return gridheight_; }
 
   // The last cycle run, 0 before any.
   Int16 thincycle() const { return thincycle_; }
@@ -82,7 +96,8 @@ class ThinGrid {
   bool peelPass(Side side, Progress& progress);
   static bool mayGo(const std::uint8_t* centre, std::size_t stride);
   void clear(Int32 x, Int32 y);
-  void paintAndList(PictureBox& picture, RecordTable& LineTable, Progress& progress) const;
+  void paint(PictureBox& picture) const;
+  void list(RecordTable& LineTable, Progress& progress) const;
 
   Int16 gridwidth_ = 0;
   Int16 gridheight_ = 0;
