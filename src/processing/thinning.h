@@ -8,6 +8,7 @@
 #include "base/line_tables.h"
 #include "base/numbers.h"
 #include "base/progress.h"
+#include "base/zeroed_memory.h"
 #include "surface/picture_box.h"
 
 namespace quern {
@@ -103,8 +104,9 @@ class ThinGrid {
   Int16 gridheight_ = 0;
   Int16 thincycle_ = 0;
   Int32 foreground_ = 0;
-  std::vector<std::uint8_t> byColumn_;  // cell (x, y) at x * (height + 1) + y
-  std::vector<std::uint8_t> byRow_;     // cell (x, y) at y * (width + 1) + x
+  using Cells = std::vector<std::uint8_t, LargePageAllocator<std::uint8_t>>;
+  Cells byColumn_;  // cell (x, y) at x * (height + 1) + y
+  Cells byRow_;     // cell (x, y) at y * (width + 1) + x
 
   // A scan that took nothing is remembered and skipped the next time while
   // its line and the armed state it starts in are the same: late cycles
