@@ -4,11 +4,13 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <condition_variable>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <iterator>
 #include <new>
+#include <mutex>
 #include <sstream>
 #include <thread>
 
@@ -339,6 +341,9 @@ std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) 
   std::vector<BatchResult> results(args.pictures.size());
   std::atomic<std::size_t> next{0};
   std::atomic<std::size_t> finished{0};
+  // The bar's thread is woken by the last picture, not left to its next tick.
+  std::mutex allDoneLock;
+  std::condition_variable allDone;
   auto work = [&] {
     for (std::size_t i = next++; i < args.pictures.size(); i = next++) {
       const PictureFiles& files = plan.pictures[i];
@@ -346,7 +351,10 @@ std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) 
       reportPreview(args, std::filesystem::path(files.drawing).stem().string(), preview);
       results[i] =
           convertPicture(args, files.picture, files.drawing, preview, nullptr, args.report.has_value(), &folders);
-      ++finished;
+      if (++finished == args.pictures.size()) {
+        const std::lock_guard<std::mutex> hold(allDoneLock);
+        allDone.notify_all();
+      }
     }
   };
   const unsigned cores = std::max(1U, std::thread::hardware_concurrency());
@@ -358,9 +366,10 @@ std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) 
     progress->begin("pictures");
     // The calling thread keeps the bar while the workers convert.
     workers.emplace_back(work);
+    std::unique_lock<std::mutex> hold(allDoneLock);
     while (finished < args.pictures.size()) {
       progress->update(static_cast<double>(finished), static_cast<double>(args.pictures.size()));
-      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+      allDone.wait_for(hold, std::chrono::milliseconds(50), [&] { return finished == args.pictures.size(); });
     }
     progress->finish();
   } else {
