@@ -116,7 +116,9 @@ StageOutcome StageChain::rescale(double factor) {
 
 StageOutcome StageChain::blur(Int32 runs) {
   return guarded(Stage::blur, [&] {
-    const RasterResult result = smoothPicture(input(Stage::blur), runs, context_, report_.progressOf(Stage::blur));
+    // A chain that lets go gives the store back after the blur unread.
+    const RasterResult result = smoothPicture(input(Stage::blur), runs, context_, report_.progressOf(Stage::blur),
+                                              options_.retention == Retention::keepAll);
     slot(Stage::blur) = result.picture;
     if (result.done()) handedOn(Stage::blur);
     return rasterOutcome(Stage::blur, result);

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <string>
 
@@ -85,10 +86,12 @@ void runsharpen(PictureBox& picture, FilterStore& filterpixels, Progress& progre
   });
 }
 
-void runsmooth(PictureBox& picture, FilterStore& filterpixels, Progress& progress) {
-  const FilterStore& store = loadfilterpixels(filterpixels, picture, progress);
-  const Int32 w = store.width();
-  const Int32 h = store.height();
+namespace {
+
+// The smoothing of w by h colours whose rows `rowOf` gives, painted into
+// `picture`. Only the colour bytes are read.
+void smoothRows(const std::function<const Colour*(Int32)>& rowOf, Int32 w, Int32 h, PictureBox& picture,
+                Progress& progress) {
   if (h < 10) return;
   ProgressBar& bar = progress.bar();
   bar.Value = 0.0F;
@@ -112,12 +115,13 @@ void runsmooth(PictureBox& picture, FilterStore& filterpixels, Progress& progres
   std::vector<Record> lanes[3];
   for (std::vector<Record>& l : lanes) l.resize(static_cast<std::size_t>(w));
   auto unpack = [&](Int32 y, std::vector<Record>& into) {
-    const Colour* in = store.row(y);
+    const Colour* in = rowOf(y);
     Int32 x = 0;
 #ifdef __SSE2__
     const __m128i zero = _mm_setzero_si128();
+    const __m128i colour = _mm_set1_epi32(0xFFFFFF);
     for (; x + 4 <= w; x += 4) {
-      const __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + x));
+      const __m128i c = _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(in + x)), colour);
       _mm_storeu_si128(reinterpret_cast<__m128i*>(into.data() + x), _mm_unpacklo_epi8(c, zero));
       _mm_storeu_si128(reinterpret_cast<__m128i*>(into.data() + x + 2), _mm_unpackhi_epi8(c, zero));
     }
@@ -168,6 +172,25 @@ void runsmooth(PictureBox& picture, FilterStore& filterpixels, Progress& progres
     progress.yield();
   }
   bar.Value = 0.0F;
+}
+
+}  // namespace
+
+void runsmooth(PictureBox& picture, FilterStore& filterpixels, Progress& progress) {
+  const FilterStore& store = loadfilterpixels(filterpixels, picture, progress);
+  smoothRows([&](Int32 y) { return store.row(y); }, store.width(), store.height(), picture, progress);
+}
+
+void smoothWithoutStore(PictureBox& picture, const FilterStore& filterpixels, Progress& progress) {
+  const FilterStore::Size size = filterpixels.admit(picture);
+  if (size.width != picture.pixelWidth() || size.height != picture.pixelHeight()) {
+    throw SurfaceError("smoothing without the filter store takes a box's whole bitmap");
+  }
+  // The chances to run that loading the store would give.
+  for (Int32 y = 0; y < size.height; ++y) progress.yield();
+  const Colour* bits = picture.bits();
+  const auto stride = static_cast<std::size_t>(size.width);
+  smoothRows([&](Int32 y) { return bits + y * stride; }, size.width, size.height, picture, progress);
 }
 
 }  // namespace quern

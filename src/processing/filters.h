@@ -44,5 +44,10 @@ void runsharpen(PictureBox& picture, FilterStore& filterpixels, Progress& progre
 // The mean of the 3 by 3 window. Pictures under 10 pixels high are left as
 // they are; otherwise PB(1) follows the rows.
 void runsmooth(PictureBox& picture, FilterStore& filterpixels, Progress& progress);
+// runsmooth for a caller that will not read the store afterwards: the same
+// picture, refusals and chances to run, read where the pixels lie instead of
+// through the store, which is left as it was. The box must be in pixel scale,
+// its drawing area the whole bitmap.
+void smoothWithoutStore(PictureBox& picture, const FilterStore& filterpixels, Progress& progress);
 
 }  // namespace quern

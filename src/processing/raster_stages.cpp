@@ -56,12 +56,17 @@ RasterResult rescalePicture(const Picture& source, float width, float height, do
   }
 }
 
-RasterResult smoothPicture(const Picture& source, Int32 runs, RasterContext& context, Progress& progress) {
+RasterResult smoothPicture(const Picture& source, Int32 runs, RasterContext& context, Progress& progress,
+                           bool keepStore) {
   Picture picture = source;
   for (Int32 i = 1; i <= runs; ++i) {
     Scratch scratch(picture, context.limits.surfacePixels);
     try {
-      runsmooth(scratch.box, context.filterpixels, progress);
+      if (keepStore) {
+        runsmooth(scratch.box, context.filterpixels, progress);
+      } else {
+        smoothWithoutStore(scratch.box, context.filterpixels, progress);
+      }
     } catch (const LimitError& e) {
       return {source, sizeRefusal(e.what(), pictureWidth(picture), pictureHeight(picture), context.limits.filterFrame)};
     }

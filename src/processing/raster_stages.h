@@ -41,9 +41,11 @@ RasterResult rescalePicture(const Picture& source, float width, float height, do
                             long long pixelLimit);
 
 // `runs` smoothings, each the mean of the 3 by 3 window, through the
-// context's filter store. The bar follows the rows of each run. Refused for
-// a picture beyond the store; 0 runs give the source back.
-RasterResult smoothPicture(const Picture& source, Int32 runs, RasterContext& context, Progress& progress);
+// context's filter store, or without `keepStore` straight from the pixels,
+// the store left as it was. The bar follows the rows of each run. Refused
+// for a picture beyond the store; 0 runs give the source back.
+RasterResult smoothPicture(const Picture& source, Int32 runs, RasterContext& context, Progress& progress,
+                           bool keepStore = true);
 
 // Black and white at a luminance threshold. The bar follows the rows.
 // Refused for a picture beyond the stage's limit.

@@ -206,7 +206,7 @@ TEST(StageChain, DrawingOnlyGivesTheOutcomesAndDrawingOfOneThatKeepsAll) {
       StageChain chain(context, report, ChainOptions{retention});
       chain.setOriginal(c.picture);
       StageParams params;
-      params.blurRuns = c.picture->pixelWidth() > 5000 ? 0 : 1;
+      params.blurRuns = c.picture->pixelWidth() > 5000 ? 0 : 2;
       params.thresholdSetting.mode = c.mode;
       out.outcomes = chain.run(Stage::rescale, params);
       out.thinnedPicture = out.outcomes.back().stage == Stage::simplify && chain.picture(Stage::thin);
