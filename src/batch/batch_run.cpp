@@ -152,8 +152,18 @@ float lineWidthOf(long long black, const RecordTable& segments) {
 // any pixel is decoded, so that a --scale too large costs no picture memory.
 // Nothing when the header cannot be read: loading says why.
 std::optional<StageOutcome> refusedByHeader(const BatchArgs& args, const std::string& picture, long long limit) {
-  std::ifstream in(picture, std::ios::binary);
-  const std::vector<unsigned char> bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+  std::ifstream in(picture, std::ios::binary | std::ios::ate);
+  // In one read where the file tells its size; a stream that does not, byte by byte.
+  const std::streamoff size = in ? static_cast<std::streamoff>(in.tellg()) : -1;
+  std::vector<unsigned char> bytes;
+  if (size >= 0 && in.seekg(0)) {
+    bytes.resize(static_cast<std::size_t>(size));
+    in.read(reinterpret_cast<char*>(bytes.data()), size);
+    bytes.resize(static_cast<std::size_t>(in.gcount()));
+  } else {
+    in.clear();
+    bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  }
   const PictureShape shape = inspectPictureFile(bytes.data(), bytes.size());
   // The header gives the first page's size only.
   if (!shape.problem.empty() || shape.width <= 0 || shape.height <= 0 || args.page != 1) return std::nullopt;
