@@ -105,6 +105,7 @@ void StageChain::handedOn(Stage stage) {
 }
 
 StageOutcome StageChain::rescale(double factor) {
+  unsmoothed_ = nullptr;
   const RasterResult result =
       rescalePicture(original_, static_cast<float>(pictureWidth(original_)),
                      static_cast<float>(pictureHeight(original_)), factor, factor, context_.limits.surfacePixels);
@@ -114,8 +115,37 @@ StageOutcome StageChain::rescale(double factor) {
   return rasterOutcome(Stage::rescale, result);
 }
 
+const Picture& StageChain::blurred() {
+  if (unsmoothed_) {
+    slot(Stage::blur) = smoothPicture(unsmoothed_, 1, context_, report_.progressOf(Stage::blur), false).picture;
+    unsmoothed_ = nullptr;
+  }
+  return slot(Stage::blur);
+}
+
 StageOutcome StageChain::blur(Int32 runs) {
+  unsmoothed_ = nullptr;
   return guarded(Stage::blur, [&] {
+    if (drawingOnly() && runs > 0) {
+      // All runs but the last; the last is left to the threshold stage,
+      // once it is known that it would not be refused.
+      const Picture& source = input(Stage::blur);
+      RasterResult result = smoothPicture(source, runs - 1, context_, report_.progressOf(Stage::blur), false);
+      if (result.done()) {
+        if (std::optional<Refusal> refusal = smoothingRefusal(result.picture, context_)) {
+          result = {source, std::move(refusal)};
+        }
+      }
+      if (!result.done()) {
+        slot(Stage::blur) = result.picture;
+        return rasterOutcome(Stage::blur, result);
+      }
+      const StageOutcome o = rasterOutcome(Stage::blur, result);
+      unsmoothed_ = std::move(result.picture);
+      slot(Stage::blur) = nullptr;
+      handedOn(Stage::blur);
+      return o;
+    }
     // A chain that lets go gives the store back after the blur unread.
     const RasterResult result = smoothPicture(input(Stage::blur), runs, context_, report_.progressOf(Stage::blur),
                                               options_.retention == Retention::keepAll);
@@ -129,9 +159,12 @@ StageOutcome StageChain::threshold(Int16 threshold) {
   cells_.reset();
   return guarded(Stage::threshold, [&] {
     if (drawingOnly()) {
-      const Picture& source = input(Stage::threshold);
+      const bool smoothFirst = unsmoothed_ != nullptr;
+      const Picture& source = smoothFirst ? unsmoothed_ : input(Stage::threshold);
       auto cells = std::make_unique<ThinGrid>();
-      if (blackWhiteGrid(source, threshold, context_.limits, report_.progressOf(Stage::threshold), *cells)) {
+      if (blackWhiteGrid(source, threshold, context_.limits, report_.progressOf(Stage::threshold), *cells,
+                         smoothFirst)) {
+        unsmoothed_ = nullptr;
         StageOutcome o = StageOutcome::ok(Stage::threshold);
         o.width = cells->width();
         o.height = cells->height();
@@ -145,7 +178,7 @@ StageOutcome StageChain::threshold(Int16 threshold) {
     }
     // A refused picture goes on as it came.
     const RasterResult result =
-        blackWhitePicture(input(Stage::threshold), threshold, context_.limits, report_.progressOf(Stage::threshold));
+        blackWhitePicture(blurred(), threshold, context_.limits, report_.progressOf(Stage::threshold));
     slot(Stage::threshold) = result.picture;
     handedOn(Stage::threshold);
     StageOutcome o = rasterOutcome(Stage::threshold, result);
@@ -159,7 +192,7 @@ StageOutcome StageChain::threshold(const ThresholdSetting& setting) {
   if (setting.mode == ThresholdMode::fixed) return threshold(setting.value);
   cells_.reset();
   return guarded(Stage::threshold, [&] {
-    const Picture& source = input(Stage::threshold);
+    const Picture& source = blurred();
     const Int32 w = pictureWidth(source);
     const Int32 h = pictureHeight(source);
     const Int32 limit = context_.limits.blackWhite;

@@ -41,9 +41,10 @@ class FractionReport : public StageReport {
 // pictures at a time). A caller that still wants a picture keeps its own
 // reference to it: pictures are shared. A chain for the drawing alone goes
 // further: it makes no picture that only the next stage would read (the
-// black-and-white picture at a fixed threshold goes straight into the
-// thinning's cells, and the thinned lines are listed, not painted), so
-// picture(Stage) then gives null for those stages.
+// blur's last run is made row by row as a fixed threshold reads it, the
+// black-and-white picture goes straight into the thinning's cells, and the
+// thinned lines are listed, not painted), so picture(Stage) then gives null
+// for those stages, and the blur's bar does not follow that last run.
 enum class Retention { keepAll, letGo, drawingOnly };
 
 struct ChainOptions {
@@ -124,8 +125,13 @@ class StageChain {
   Int32 originalWidth_ = 1;
   Int32 thinnedWidth_ = 1;
   std::array<Picture, 4> pictures_;  // rescale, blur, threshold, thin
-  // drawingOnly: the cells the threshold stage made, until thinning takes them.
+  // drawingOnly: the picture the blur's last run starts from, until the
+  // threshold stage makes that run row by row as it reads it, and the cells
+  // the threshold stage made, until thinning takes them.
+  Picture unsmoothed_;
   std::unique_ptr<ThinGrid> cells_;
+  // The blur's picture, its last run made now if it was left to the threshold stage.
+  const Picture& blurred();
 };
 
 }  // namespace quern

@@ -27,11 +27,13 @@ Colour exactShade(Colour colour, Int16 threshold) {
   return luminance > threshold ? kWhite : kBlack;
 }
 
-// A row in place. 30 r + 59 g + 11 b is one hundred times the luminance,
-// exactly; the doubles are off from it by far less than the 0.01 between two
-// such sums, so only a sum equal to 100 times the threshold can come out
-// either way, and those (and colours that are not plain 0x00BBGGRR bytes)
-// take the double arithmetic.
+}  // namespace
+
+// 30 r + 59 g + 11 b is one hundred times the luminance, exactly; the
+// doubles are off from it by far less than the 0.01 between two such sums,
+// so only a sum equal to 100 times the threshold can come out either way,
+// and those (and colours that are not plain 0x00BBGGRR bytes) take the
+// double arithmetic. `out` may be `row`.
 void shadeRow(const Colour* row, Colour* out, Int32 width, Int16 threshold) {
   const Int32 limit = 100 * static_cast<Int32>(threshold);
   Int32 x = 0;
@@ -64,8 +66,6 @@ void shadeRow(const Colour* row, Colour* out, Int32 width, Int16 threshold) {
     out[x] = c < 0 || sum == limit ? exactShade(c, threshold) : sum > limit ? kWhite : kBlack;
   }
 }
-
-}  // namespace
 
 void shadeRows(const Colour* from, Int32 width, Int32 height, Int16 threshold, Progress& progress,
                const std::function<Colour*(Int32)>& into, const std::function<void(Int32, const Colour*)>& made) {

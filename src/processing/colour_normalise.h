@@ -19,6 +19,9 @@ inline constexpr const char* kImageTooLarge = "Image too large to process. Pleas
 // that the caller need not commit an unchanged picture, and tells the user.
 bool makeblackwhite(PictureBox& picture, Int16 threshold, Progress& progress, Int32 limit = kBlackWhiteLimit);
 
+// One row of `width` colours in black and white, as makeblackwhite paints it.
+void shadeRow(const Colour* row, Colour* out, Int32 width, Int16 threshold);
+
 // How makeblackwhite paints a bitmap of width by height colours that it
 // paints whole, for a caller that keeps the rows elsewhere: row y in black
 // and white is written where `into(y)` says, then handed to `made`, if given.

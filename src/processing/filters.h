@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <initializer_list>
 #include <vector>
 
@@ -49,5 +50,9 @@ void runsmooth(PictureBox& picture, FilterStore& filterpixels, Progress& progres
 // through the store, which is left as it was. The box must be in pixel scale,
 // its drawing area the whole bitmap.
 void smoothWithoutStore(PictureBox& picture, const FilterStore& filterpixels, Progress& progress);
+// The rows smoothWithoutStore would paint over a bitmap of width by height
+// colours that is the box's whole drawing area, each handed to `row` in
+// order, top to bottom, instead of painted; no bar.
+void smoothEachRow(const Colour* bits, Int32 width, Int32 height, const std::function<void(Int32, const Colour*)>& row);
 
 }  // namespace quern

@@ -156,8 +156,18 @@ ThinPictureResult thinPicture(const Picture& source, RecordTable& LineTable, con
   return out;
 }
 
+std::optional<Refusal> smoothingRefusal(const Picture& picture, RasterContext& context) {
+  const Scratch scratch(picture, context.limits.surfacePixels);
+  try {
+    context.filterpixels.admit(scratch.box);
+  } catch (const LimitError& e) {
+    return sizeRefusal(e.what(), pictureWidth(picture), pictureHeight(picture), context.limits.filterFrame);
+  }
+  return std::nullopt;
+}
+
 bool blackWhiteGrid(const Picture& source, Int16 threshold, const RasterLimits& limits, Progress& progress,
-                    ThinGrid& cells) {
+                    ThinGrid& cells, bool smoothFirst) {
   if (!source) return false;
   const Int32 w = source->pixelWidth();
   const Int32 h = source->pixelHeight();
@@ -172,8 +182,20 @@ bool blackWhiteGrid(const Picture& source, Int16 threshold, const RasterLimits& 
   bar.Value = 0.0F;
   cells.begin(toInt16(w), toInt16(h), limits.thinGrid);
   std::vector<Colour> row(static_cast<std::size_t>(w));
-  shadeRows(source->data(), w, h, threshold, progress, [&](Int32) { return row.data(); },
-            [&](Int32 y, const Colour* shaded) { cells.loadRow(y, shaded, w); });
+  if (!smoothFirst) {
+    shadeRows(source->data(), w, h, threshold, progress, [&](Int32) { return row.data(); },
+              [&](Int32 y, const Colour* shaded) { cells.loadRow(y, shaded, w); });
+    return true;
+  }
+  // The rows come smoothed one at a time, top to bottom, and go on as in
+  // shadeRows, the bar kept as it keeps it.
+  smoothEachRow(source->data(), w, h, [&](Int32 y, const Colour* smoothed) {
+    shadeRow(smoothed, row.data(), w, threshold);
+    cells.loadRow(y, row.data(), w);
+    progress.yield();
+    bar.Value = static_cast<float>(y);
+  });
+  bar.Value = 0.0F;
   return true;
 }
 

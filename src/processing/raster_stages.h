@@ -74,8 +74,13 @@ ThinPictureResult thinPicture(const Picture& source, RecordTable& LineTable, con
 // white stage's. False, with `cells` untouched, where either stage would
 // refuse the picture (or take it at another size): the pictures' way then
 // gives the refusal.
+// With `smoothFirst`, the picture is that of one more smoothing run of
+// `source` (as smoothPicture makes it without the store), each row made as
+// it is shaded; the smoothing's own refusal is the caller's to have checked.
 bool blackWhiteGrid(const Picture& source, Int16 threshold, const RasterLimits& limits, Progress& progress,
-                    ThinGrid& cells);
+                    ThinGrid& cells, bool smoothFirst = false);
+// Why smoothPicture would refuse to smooth `picture` once more, if it would.
+std::optional<Refusal> smoothingRefusal(const Picture& picture, RasterContext& context);
 // thinPicture, without painting, of cells that blackWhiteGrid loaded.
 ThinPictureResult thinGrid(ThinGrid& cells, RecordTable& LineTable, Progress& progress);
 
