@@ -45,7 +45,8 @@ constexpr Int32 kThumbnailShrink = 2;
 // The terminal's progress line: a line for each stage that reports, its bar
 // at the fraction the stage has done.
 FractionReport progressReport(ProgressLine* progress) {
-  if (!progress) return FractionReport();
+  // Without a line to show them on, the stages report to nobody.
+  if (!progress || !progress->enabled()) return FractionReport();
   return FractionReport([progress, shown = Stage::rescale](Stage stage, double fraction) mutable {
     if (stage != shown) progress->begin(stageName(stage));
     shown = stage;
