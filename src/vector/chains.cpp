@@ -90,7 +90,8 @@ class FreePixels {
         odd_.push_back(i);
       }
     }
-    std::sort(listed.begin(), listed.end());
+    // Thinning lists its pixels column by column, which is already key order.
+    if (!std::is_sorted(listed.begin(), listed.end())) std::sort(listed.begin(), listed.end());
     byKey_ = PositionMap(listed.size());
     members_.reserve(listed.size());
     for (std::size_t k = 0; k < listed.size(); ++k) {
