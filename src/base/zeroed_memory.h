@@ -15,6 +15,11 @@ namespace quern {
 // to the bytes mapped, 0 for a block from the heap; freeZeroed takes it.
 void* allocateZeroed(std::size_t bytes, std::size_t& mapped, bool mapLarge = true);
 void freeZeroed(void* block, std::size_t mapped) noexcept;
+// Gives back a block of `bytes` from the heap (mapped 0) of which only the
+// first `dirty` bytes may have been written: the next allocateZeroed of that
+// size on this thread takes it back and clears only those, instead of
+// clearing the whole block. A thread keeps a few such blocks.
+void recycleZeroed(void* block, std::size_t bytes, std::size_t dirty) noexcept;
 
 // Asks the system to back a large block, not yet written, with large pages
 // where it offers them: a picture of many megabytes then costs a few hundred
