@@ -176,9 +176,11 @@ StageOutcome StageChain::threshold(Int16 threshold) {
         return o;
       }
     }
-    // A refused picture goes on as it came.
+    // A refused picture goes on as it came. The blur's last run, if it was
+    // left here, is made first, on the blur's own bar.
+    const Picture& source = blurred();
     const RasterResult result =
-        blackWhitePicture(blurred(), threshold, context_.limits, report_.progressOf(Stage::threshold));
+        blackWhitePicture(source, threshold, context_.limits, report_.progressOf(Stage::threshold));
     slot(Stage::threshold) = result.picture;
     handedOn(Stage::threshold);
     StageOutcome o = rasterOutcome(Stage::threshold, result);
