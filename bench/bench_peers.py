@@ -10,6 +10,8 @@ only the ratios of one run mean much. Run by `make bench-peers`.
 
 Environment:
   QUERN_BATCH        the quernline-batch to measure (default build/quernline-batch)
+  QUERN_BATCH_BEFORE an earlier build to measure in the same alternation, for
+                     before/after ratios that one machine's drift does not skew
   QUERN_MAKE_ASSETS  the drawing generator (default build/tools/make_assets)
   PEERS_RUNS         alternating runs per tool and size (default 5, at least 5 counts)
   PEERS_SIZES        sizes to run, e.g. "700x557,1500x1500" (default all three)
@@ -37,51 +39,10 @@ class Missing(Exception):
     pass
 
 
-def worker():
-    """Long-lived helper: thresholds the drawings once, keeps the masks and times
-    skeletonize in process, so its imports are paid once and not counted."""
-    import numpy
-    from PIL import Image
-    from skimage.morphology import skeletonize
-
-    masks = {}
-    # One request a line, its words separated by tabs, so paths may hold spaces.
-    for line in sys.stdin:
-        words = line.rstrip("\n").split("\t")
-        if words[0] == "prepare":  # prepare KEY GREY.png OUT_BASE FORMAT
-            key, grey, base, fmt = words[1:]
-            ink = numpy.asarray(Image.open(grey).convert("L")) < 128
-            masks[key] = ink
-            # Mode "1": white where there is no ink; both writers keep that sense.
-            picture = Image.fromarray(~ink)
-            picture.save(base + ".pbm")
-            picture.save(base + "." + fmt)
-            reply = "ok"
-        elif words[0] == "scan":  # scan GREY.png OUT.jpg: paper as a scanner gives it
-            from PIL import ImageFilter
-            grey_path, out = words[1:]
-            page = Image.open(grey_path).convert("L").filter(ImageFilter.GaussianBlur(0.8))
-            noise = numpy.random.default_rng(300).normal(0.0, 6.0, (page.height, page.width))
-            noisy = numpy.clip(numpy.asarray(page, dtype=numpy.float64) + noise, 0, 255).astype(numpy.uint8)
-            Image.fromarray(noisy).save(out, quality=90)
-            reply = "ok"
-        elif words[0] == "version":
-            import skimage
-            reply = skimage.__version__
-        elif words[0] == "skeletonize":  # skeletonize KEY
-            ink = masks[words[1]]
-            start = time.perf_counter()
-            skeleton = skeletonize(ink)
-            seconds = time.perf_counter() - start
-            reply = "%.6f %d" % (seconds, int(skeleton.sum()))
-        else:
-            reply = "error unknown request " + words[0]
-        print(reply, flush=True)
-
-
 class Worker:
     def __init__(self):
-        self.proc = subprocess.Popen([PYTHON, os.path.abspath(__file__), "--worker"],
+        helper = os.path.join(os.path.dirname(os.path.abspath(__file__)), "peers_worker.py")
+        self.proc = subprocess.Popen([PYTHON, helper],
                                      stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
 
     def ask(self, *words):
@@ -154,7 +115,20 @@ def last_message(log):
         return ""
 
 
-def peers(batch, make_assets, tmp, work, runs, sizes, fmt_ext, help_text):
+def before_argv(before, argv):
+    """The same run with the earlier build, writing beside ours."""
+    if not before or not argv:
+        return None
+    return [before] + [a[:-4] + "-before.dxf" if a.endswith(".dxf") else a for a in argv[1:]]
+
+
+def before_line(label, ours, before):
+    ratio = ours / before if ours and before else None
+    return "%-10s ours %s, before %s, ours/before %s" % (label, fmt(ours, "%.1f", " ms"), fmt(before, "%.1f", " ms"),
+                                                         fmt(ratio, "%.3f", " x"))
+
+
+def peers(batch, make_assets, tmp, work, runs, sizes, fmt_ext, help_text, before=None):
     has_large = "--large" in help_text
     start_kib, _ = peak_kib([batch, "--help"], tmp)
     start_ms = median_ms([run_wall([batch, "--help"], os.devnull)[0] for _ in range(runs)])
@@ -179,8 +153,16 @@ def peers(batch, make_assets, tmp, work, runs, sizes, fmt_ext, help_text):
         theirs = ["potrace", "-b", "dxf", "-o", os.path.join(tmp, key + "-potrace.dxf"), pbm]
         log = os.path.join(tmp, key + "-ours.log")
         t_ours, t_potrace, t_skel, cpu_ours, cpu_potrace = [], [], [], [], []
+        earlier, t_before = before_argv(before, ours), []
         # One untimed round first: binaries and pictures in the page cache.
         for round_no in range(runs + 1):
+            if earlier:
+                seconds, status, _ = run_timed(earlier, os.devnull)
+                if status != 0:
+                    row["note"] = "before exit %d" % status
+                    earlier, t_before = None, []
+                elif round_no:
+                    t_before.append(seconds)
             if ours:
                 seconds, status, cpu = run_timed(ours, log)
                 if status != 0:
@@ -199,6 +181,7 @@ def peers(batch, make_assets, tmp, work, runs, sizes, fmt_ext, help_text):
             if round_no:
                 t_skel.append(seconds)
         row["ours"], row["potrace"], row["skel"] = median_ms(t_ours), median_ms(t_potrace), median_ms(t_skel)
+        row["before"] = median_ms(t_before)
         row["cpu_ours"], row["cpu_potrace"] = median_ms(cpu_ours), median_ms(cpu_potrace)
         row["peak"] = row["bpp"] = None
         if ours:
@@ -236,12 +219,16 @@ def peers(batch, make_assets, tmp, work, runs, sizes, fmt_ext, help_text):
         print("%-10s ours %s, potrace %s, ours/potrace %s" % (r["size"], fmt(r["cpu_ours"], "%.0f", " ms"),
                                                               fmt(r["cpu_potrace"], "%.0f", " ms"),
                                                               fmt(ratio, "%.2f", " x")))
+    if before:
+        print("Against the earlier build (%s), wall time, medians of the same runs:" % before)
+        for r in rows:
+            print(before_line(r["size"], r["ours"], r["before"]))
     print("Aims: ours/potrace at most 1.0 x at every size, below skeletonize at 1500 x 1500, at most 16 bytes")
     print("per pixel above start.")
     print()
 
 
-def scan(batch, make_assets, tmp, work, runs, help_text):
+def scan(batch, make_assets, tmp, work, runs, help_text, before=None):
     """An A4 page at 300 dpi as a scanner gives it, a grey JPEG: ours on the
     JPEG against djpeg -grayscale | potrace, each a whole pipeline."""
     width, height = A4_SIZE
@@ -255,14 +242,17 @@ def scan(batch, make_assets, tmp, work, runs, help_text):
               os.path.join(tmp, "a4-potrace.dxf")]
     decode = ["/bin/sh", "-c", 'djpeg -grayscale "$1" > /dev/null', "sh", jpeg]
     log = os.path.join(tmp, "a4-ours.log")
-    times = {"ours": [], "theirs": [], "decode": []}
+    times = {"ours": [], "theirs": [], "decode": [], "before": []}
+    earlier = before_argv(before, ours)
     note = ""
     for round_no in range(runs + 1):
-        for name, argv in (("ours", ours), ("theirs", theirs), ("decode", decode)):
+        for name, argv in (("before", earlier), ("ours", ours), ("theirs", theirs), ("decode", decode)):
             if argv is None:
                 continue
             seconds, status = run_wall(argv, log if name == "ours" else os.devnull)
-            if status != 0:
+            if status != 0 and name == "before":
+                note, earlier, times["before"] = "before exit %d" % status, None, []
+            elif status != 0:
                 if name != "ours":
                     raise RuntimeError("djpeg or potrace failed on " + jpeg)
                 note = "ours exit %d: %s" % (status, last_message(log))
@@ -284,11 +274,13 @@ def scan(batch, make_assets, tmp, work, runs, help_text):
                                           fmt(bpp, "%.1f"), fmt(ratio, "%.2f", " x")))
     if note:
         print("%-10s   (%s)" % ("", note))
+    if before:
+        print(before_line("A4 scan", ms["ours"], ms["before"]))
     print("Aim: ours / (djpeg -grayscale | potrace -b dxf) at most 1.0 x.")
     print()
 
 
-def many(batch, make_assets, tmp, work, runs, fmt_ext, help_text):
+def many(batch, make_assets, tmp, work, runs, fmt_ext, help_text, before=None):
     has_out_dir = "--out-dir" in help_text
     print("measuring %d pictures ..." % MANY_COUNT, flush=True)
     src = os.path.join(tmp, "many")
@@ -320,6 +312,8 @@ def many(batch, make_assets, tmp, work, runs, fmt_ext, help_text):
         return time.perf_counter() - start, done.returncode
 
     kinds = [("-j 1", ["-j", "1"]), ("-j 2", ["-j", "2"]), ("xargs -P 2", None)]
+    if before:
+        kinds += [("before -j 1", ["-j", "1"]), ("before -j 2", ["-j", "2"])]
     times = {name: [] for name, _ in kinds}
     failed = {}
     for round_no in range(runs + 1):
@@ -331,8 +325,9 @@ def many(batch, make_assets, tmp, work, runs, fmt_ext, help_text):
             else:
                 if not has_out_dir:
                     continue
+                program = before if name.startswith("before") else batch
                 dest = out_dir("j" + jobs[1])
-                seconds, status = run_wall([batch] + jobs + ["--out-dir", dest] + pictures, os.devnull)
+                seconds, status = run_wall([program] + jobs + ["--out-dir", dest] + pictures, os.devnull)
             count = written(os.path.join(tmp, "xargs" if jobs is None else "j" + jobs[1]))
             if status != 0 or count != MANY_COUNT:
                 failed[name] = "exit %d, %d drawings written" % (status, count)
@@ -346,7 +341,8 @@ def many(batch, make_assets, tmp, work, runs, fmt_ext, help_text):
     print("%d pictures of %d x %d, medians of %d alternating runs:" % (MANY_COUNT, MANY_SIZE[0], MANY_SIZE[1], runs))
     print("%-28s %12s" % ("", "pictures/s"))
     labels = {"-j 1": "quernline-batch -j 1", "-j 2": "quernline-batch -j 2",
-              "xargs -P 2": "xargs -P 2, one per picture"}
+              "xargs -P 2": "xargs -P 2, one per picture", "before -j 1": "earlier build -j 1",
+              "before -j 2": "earlier build -j 2"}
     for name, _ in kinds:
         note = " (%s)" % failed[name] if name in failed else ("" if has_out_dir or name.startswith("x")
                                                                 else " (--out-dir not offered)")
@@ -357,12 +353,16 @@ def many(batch, make_assets, tmp, work, runs, fmt_ext, help_text):
 
     print("%-28s %12s" % ("-j 2 / -j 1", fmt(ratio("-j 2", "-j 1"), "%.2f", " x")))
     print("%-28s %12s" % ("-j 2 / xargs -P 2", fmt(ratio("-j 2", "xargs -P 2"), "%.2f", " x")))
+    if before:
+        print("%-28s %12s" % ("earlier build -j 2 / -j 1", fmt(ratio("before -j 2", "before -j 1"), "%.2f", " x")))
     print("Aims: -j 2 / -j 1 at least 1.9 x, -j 2 / xargs -P 2 at least 1.0 x.")
 
 
 def main():
     root = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
     batch = os.path.abspath(os.environ.get("QUERN_BATCH", os.path.join(root, "build", "quernline-batch")))
+    before = os.environ.get("QUERN_BATCH_BEFORE")
+    before = os.path.abspath(before) if before else None
     make_assets = os.path.abspath(os.environ.get("QUERN_MAKE_ASSETS", os.path.join(root, "build", "tools",
                                                                                    "make_assets")))
     runs = max(int(os.environ.get("PEERS_RUNS", "5")), 1)
@@ -388,17 +388,14 @@ def main():
             time.strftime("%Y-%m-%d %H:%M UTC", time.gmtime())))
         print()
         with tempfile.TemporaryDirectory(prefix="quern-peers-") as tmp:
-            peers(batch, make_assets, tmp, work, runs, sizes, fmt_ext, help_text)
+            peers(batch, make_assets, tmp, work, runs, sizes, fmt_ext, help_text, before)
             if os.environ.get("PEERS_SCAN", "1") != "0":
-                scan(batch, make_assets, tmp, work, runs, help_text)
-            many(batch, make_assets, tmp, work, runs, fmt_ext, help_text)
+                scan(batch, make_assets, tmp, work, runs, help_text, before)
+            many(batch, make_assets, tmp, work, runs, fmt_ext, help_text, before)
     finally:
         work.close()
     return 0
 
 
 if __name__ == "__main__":
-    if sys.argv[1:] == ["--worker"]:
-        worker()
-    else:
-        sys.exit(main())
+    sys.exit(main())

@@ -17,13 +17,21 @@ RecordTable::Records zeroedRecords(Int32 lastRecord, bool mapLarge) {
   std::size_t mapped = 0;
   void* p = allocateZeroed(bytes, mapped, mapLarge);
   if (p == nullptr) throw std::bad_alloc();
-  return RecordTable::Records(static_cast<LineRecord*>(p), RecordTable::FreeRecords{mapped});
+  return RecordTable::Records(static_cast<LineRecord*>(p), RecordTable::FreeRecords{mapped, bytes, bytes});
 }
 
 }  // namespace
 
 void RecordTable::FreeRecords::operator()(LineRecord* p) const noexcept {
-  freeZeroed(p, mapped);
+  if (mapped == 0) {
+    recycleZeroed(p, bytes, dirty);
+  } else {
+    freeZeroed(p, mapped);
+  }
+}
+
+RecordTable::~RecordTable() {
+  if (records_) records_.get_deleter().dirty = (static_cast<std::size_t>(touched_) + 1) * sizeof(LineRecord);
 }
 
 RecordTable::RecordTable(std::string name, Int32 lastRecord, bool mapLarge)
@@ -37,6 +45,7 @@ RecordTable::RecordTable(const RecordTable& other)
       lastRecord_(other.lastRecord_),
       growable_(other.growable_),
       mapLarge_(other.mapLarge_),
+      touched_(other.lastRecord_),
       records_(zeroedRecords(other.lastRecord_, other.mapLarge_)) {
   std::memcpy(records_.get(), other.records_.get(), (static_cast<std::size_t>(lastRecord_) + 1) * sizeof(LineRecord));
 }
@@ -51,6 +60,7 @@ RecordTable::RecordTable(RecordTable&& other) noexcept
       lastRecord_(std::exchange(other.lastRecord_, -1)),
       growable_(other.growable_),
       mapLarge_(other.mapLarge_),
+      touched_(std::exchange(other.touched_, 0)),
       records_(std::move(other.records_)) {}
 
 RecordTable& RecordTable::operator=(RecordTable&& other) noexcept {
@@ -58,6 +68,8 @@ RecordTable& RecordTable::operator=(RecordTable&& other) noexcept {
   lastRecord_ = std::exchange(other.lastRecord_, -1);
   growable_ = other.growable_;
   mapLarge_ = other.mapLarge_;
+  if (records_) records_.get_deleter().dirty = (static_cast<std::size_t>(touched_) + 1) * sizeof(LineRecord);
+  touched_ = std::exchange(other.touched_, 0);
   records_ = std::move(other.records_);
   return *this;
 }
@@ -67,6 +79,8 @@ bool RecordTable::reserve(Int32 lastRecord) {
   if (!growable_ || lastRecord > mostRecords_) return false;
   Records more = zeroedRecords(lastRecord, mapLarge_);
   std::memcpy(more.get(), records_.get(), (static_cast<std::size_t>(lastRecord_) + 1) * sizeof(LineRecord));
+  records_.get_deleter().dirty = (static_cast<std::size_t>(touched_) + 1) * sizeof(LineRecord);
+  touched_ = std::max(touched_, lastRecord_);
   records_ = std::move(more);
   lastRecord_ = lastRecord;
   return true;

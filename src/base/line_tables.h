@@ -53,9 +53,13 @@ class RecordTable {
   // A table moved from holds no record: every index is out of its range.
   RecordTable(RecordTable&& other) noexcept;
   RecordTable& operator=(RecordTable&& other) noexcept;
-  ~RecordTable() = default;
+  ~RecordTable();
 
-  LineRecord& operator[](Int32 i) { return records_[checkIndex(i)]; }
+  LineRecord& operator[](Int32 i) {
+    const std::size_t at = checkIndex(i);
+    touched_ = std::max(touched_, i);
+    return records_[at];
+  }
   const LineRecord& operator[](Int32 i) const { return records_[checkIndex(i)]; }
 
   Int32& count() { return records_[0].count; }
@@ -83,6 +87,8 @@ class RecordTable {
 
   struct FreeRecords {
     std::size_t mapped;  // as allocateZeroed gave it
+    std::size_t bytes;   // the block's size
+    std::size_t dirty;   // bytes from the start that may have been written
     void operator()(LineRecord* p) const noexcept;
   };
   using Records = std::unique_ptr<LineRecord[], FreeRecords>;
@@ -99,6 +105,9 @@ class RecordTable {
   bool growable_ = false;
   Int32 mostRecords_ = 0;
   bool mapLarge_ = true;
+  // The highest record handed out for writing: records past it are still
+  // zero, so a block given back need not be cleared past it.
+  Int32 touched_ = 0;
   Records records_;
 };
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 
 namespace quern {
 
@@ -14,5 +15,35 @@ namespace quern {
 // to the bytes mapped, 0 for a block from the heap; freeZeroed takes it.
 void* allocateZeroed(std::size_t bytes, std::size_t& mapped, bool mapLarge = true);
 void freeZeroed(void* block, std::size_t mapped) noexcept;
+// Gives back a block of `bytes` from the heap (mapped 0) of which only the
+// first `dirty` bytes may have been written: the next allocateZeroed of that
+// size on this thread takes it back and clears only those, instead of
+// clearing the whole block. A thread keeps a few such blocks.
+void recycleZeroed(void* block, std::size_t bytes, std::size_t dirty) noexcept;
+
+// Asks the system to back a large block, not yet written, with large pages
+// where it offers them: a picture of many megabytes then costs a few hundred
+// page faults instead of tens of thousands. Small blocks are left alone.
+void adviseLargePages(void* block, std::size_t bytes) noexcept;
+
+// An allocator for vectors of large working stores: adviseLargePages on
+// every block it gives.
+template <typename T>
+struct LargePageAllocator {
+  using value_type = T;
+  LargePageAllocator() = default;
+  template <typename U>
+  LargePageAllocator(const LargePageAllocator<U>&) noexcept {}
+  T* allocate(std::size_t n) {
+    T* p = std::allocator<T>().allocate(n);
+    adviseLargePages(p, n * sizeof(T));
+    return p;
+  }
+  void deallocate(T* p, std::size_t n) noexcept { std::allocator<T>().deallocate(p, n); }
+  template <typename U>
+  bool operator==(const LargePageAllocator<U>&) const noexcept {
+    return true;
+  }
+};
 
 }  // namespace quern

@@ -4,9 +4,11 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <condition_variable>
 #include <filesystem>
 #include <iostream>
 #include <new>
+#include <mutex>
 #include <sstream>
 #include <thread>
 
@@ -38,7 +40,8 @@ namespace {
 // The terminal's progress line: a line for each stage that reports, its bar
 // at the fraction the stage has done.
 FractionReport progressReport(ProgressLine* progress) {
-  if (!progress) return FractionReport();
+  // Without a line to show them on, the stages report to nobody.
+  if (!progress || !progress->enabled()) return FractionReport();
   return FractionReport([progress, shown = Stage::rescale](Stage stage, double fraction) mutable {
     if (stage != shown) progress->begin(stageName(stage));
     shown = stage;
@@ -198,10 +201,10 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
   limits.mapLargeBlocks = !args.outDir;
   RasterContext context(limits);
   FractionReport report = progressReport(progress);
-  // A batch run reruns nothing: each picture goes once the next stage has
-  // taken it on, and memory holds about two pictures at a time. The original
-  // stays only while the preview still needs it.
-  StageChain chain(context, report, ChainOptions{Retention::letGo});
+  // A batch run reruns nothing and shows no stage's picture: each picture
+  // goes once the next stage has taken it on, those only the next stage reads
+  // are not made, and memory holds about two pictures at a time.
+  StageChain chain(context, report, ChainOptions{Retention::drawingOnly});
   const StageParams params = paramsOf(args);
   // The file is read once: its header may refuse it before any pixel is decoded.
   Picture original;
@@ -368,13 +371,19 @@ std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) 
   std::vector<BatchResult> results(args.pictures.size());
   std::atomic<std::size_t> next{0};
   std::atomic<std::size_t> finished{0};
+  // The bar's thread is woken by the last picture, not left to its next tick.
+  std::mutex allDoneLock;
+  std::condition_variable allDone;
   auto work = [&] {
     for (std::size_t i = next++; i < args.pictures.size(); i = next++) {
       const PictureFiles& files = plan.pictures[i];
       std::optional<std::string> preview = files.preview;
       const Review review = reportPreview(args, std::filesystem::path(files.drawing).stem().string(), preview);
       results[i] = convertPicture(args, files.picture, files.drawing, preview, nullptr, review, &folders);
-      ++finished;
+      if (++finished == args.pictures.size()) {
+        const std::lock_guard<std::mutex> hold(allDoneLock);
+        allDone.notify_all();
+      }
     }
   };
   const unsigned cores = std::max(1U, std::thread::hardware_concurrency());
@@ -386,9 +395,10 @@ std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) 
     progress->begin("pictures");
     // The calling thread keeps the bar while the workers convert.
     workers.emplace_back(work);
+    std::unique_lock<std::mutex> hold(allDoneLock);
     while (finished < args.pictures.size()) {
       progress->update(static_cast<double>(finished), static_cast<double>(args.pictures.size()));
-      std::this_thread::sleep_for(std::chrono::milliseconds(50));
+      allDone.wait_for(hold, std::chrono::milliseconds(50), [&] { return finished == args.pictures.size(); });
     }
     progress->finish();
   } else {

@@ -25,6 +25,8 @@ class ProgressLine {
   void update(double value, double max);
   // Ends the last line.
   void finish();
+  // Whether anything is ever shown: a caller may then skip its reports.
+  bool enabled() const { return enabled_; }
 
   static bool onTerminal();
 

@@ -11,6 +11,7 @@ class Bytes {
  public:
   Bytes(const unsigned char* data, std::size_t size) : data_(data), size_(size) {}
   std::size_t size() const { return size_; }
+  const unsigned char* data() const { return data_; }
   bool has(std::size_t pos, std::size_t n) const { return pos <= size_ && n <= size_ - pos; }
   unsigned at(std::size_t pos) const { return data_[pos]; }
   unsigned le16(std::size_t pos) const { return at(pos) | at(pos + 1) << 8; }

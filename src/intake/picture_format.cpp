@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 
 #include "intake/byte_reader.h"
 #include "intake/scan_formats.h"
@@ -239,10 +240,19 @@ PictureShape inspectJpeg(const Bytes& b) {
       if (!frame) return jpeg("its image data comes before its frame header");
       scan = true;
       // Entropy-coded data runs to the next marker that is neither a stuffed
-      // zero nor a restart.
+      // zero nor a restart. Only a 0xFF with a byte after it can start one,
+      // so the scan goes from 0xFF to 0xFF.
       const std::size_t start = pos;
-      while (b.has(pos, 2) &&
-             !(b.at(pos) == 0xFF && b.at(pos + 1) != 0 && (b.at(pos + 1) < 0xD0 || b.at(pos + 1) > 0xD7))) {
+      const std::size_t end = b.size() > 0 ? b.size() - 1 : 0;
+      while (pos < end) {
+        const auto* ff = static_cast<const unsigned char*>(std::memchr(b.data() + pos, 0xFF, end - pos));
+        if (ff == nullptr) {
+          pos = end;
+          break;
+        }
+        pos = static_cast<std::size_t>(ff - b.data());
+        const unsigned next = b.at(pos + 1);
+        if (next != 0 && (next < 0xD0 || next > 0xD7)) break;
         ++pos;
       }
       coded += static_cast<std::int64_t>(pos - start);

@@ -94,7 +94,7 @@ const Picture& StageChain::input(Stage stage) const {
 }
 
 void StageChain::handedOn(Stage stage) {
-  if (options_.retention != Retention::letGo) return;
+  if (options_.retention == Retention::keepAll) return;
   if (stage == Stage::rescale) {
     original_ = nullptr;
   } else {
@@ -105,6 +105,7 @@ void StageChain::handedOn(Stage stage) {
 }
 
 StageOutcome StageChain::rescale(double factor) {
+  unsmoothed_ = nullptr;
   const RasterResult result =
       rescalePicture(original_, static_cast<float>(pictureWidth(original_)),
                      static_cast<float>(pictureHeight(original_)), factor, factor, context_.limits.surfacePixels);
@@ -114,9 +115,40 @@ StageOutcome StageChain::rescale(double factor) {
   return rasterOutcome(Stage::rescale, result);
 }
 
+const Picture& StageChain::blurred() {
+  if (unsmoothed_) {
+    slot(Stage::blur) = smoothPicture(unsmoothed_, 1, context_, report_.progressOf(Stage::blur), false).picture;
+    unsmoothed_ = nullptr;
+  }
+  return slot(Stage::blur);
+}
+
 StageOutcome StageChain::blur(Int32 runs) {
+  unsmoothed_ = nullptr;
   return guarded(Stage::blur, [&] {
-    const RasterResult result = smoothPicture(input(Stage::blur), runs, context_, report_.progressOf(Stage::blur));
+    if (drawingOnly() && runs > 0) {
+      // All runs but the last; the last is left to the threshold stage,
+      // once it is known that it would not be refused.
+      const Picture& source = input(Stage::blur);
+      RasterResult result = smoothPicture(source, runs - 1, context_, report_.progressOf(Stage::blur), false);
+      if (result.done()) {
+        if (std::optional<Refusal> refusal = smoothingRefusal(result.picture, context_)) {
+          result = {source, std::move(refusal)};
+        }
+      }
+      if (!result.done()) {
+        slot(Stage::blur) = result.picture;
+        return rasterOutcome(Stage::blur, result);
+      }
+      const StageOutcome o = rasterOutcome(Stage::blur, result);
+      unsmoothed_ = std::move(result.picture);
+      slot(Stage::blur) = nullptr;
+      handedOn(Stage::blur);
+      return o;
+    }
+    // A chain that lets go gives the store back after the blur unread.
+    const RasterResult result = smoothPicture(input(Stage::blur), runs, context_, report_.progressOf(Stage::blur),
+                                              options_.retention == Retention::keepAll);
     slot(Stage::blur) = result.picture;
     if (result.done()) handedOn(Stage::blur);
     return rasterOutcome(Stage::blur, result);
@@ -124,10 +156,31 @@ StageOutcome StageChain::blur(Int32 runs) {
 }
 
 StageOutcome StageChain::threshold(Int16 threshold) {
+  cells_.reset();
   return guarded(Stage::threshold, [&] {
-    // A refused picture goes on as it came.
+    if (drawingOnly()) {
+      const bool smoothFirst = unsmoothed_ != nullptr;
+      const Picture& source = smoothFirst ? unsmoothed_ : input(Stage::threshold);
+      auto cells = std::make_unique<ThinGrid>();
+      if (blackWhiteGrid(source, threshold, context_.limits, report_.progressOf(Stage::threshold), *cells,
+                         smoothFirst)) {
+        unsmoothed_ = nullptr;
+        StageOutcome o = StageOutcome::ok(Stage::threshold);
+        o.width = cells->width();
+        o.height = cells->height();
+        o.value = threshold;
+        o.count = cells->foreground();
+        cells_ = std::move(cells);
+        slot(Stage::threshold) = nullptr;
+        handedOn(Stage::threshold);
+        return o;
+      }
+    }
+    // A refused picture goes on as it came. The blur's last run, if it was
+    // left here, is made first, on the blur's own bar.
+    const Picture& source = blurred();
     const RasterResult result =
-        blackWhitePicture(input(Stage::threshold), threshold, context_.limits, report_.progressOf(Stage::threshold));
+        blackWhitePicture(source, threshold, context_.limits, report_.progressOf(Stage::threshold));
     slot(Stage::threshold) = result.picture;
     handedOn(Stage::threshold);
     StageOutcome o = rasterOutcome(Stage::threshold, result);
@@ -139,8 +192,9 @@ StageOutcome StageChain::threshold(Int16 threshold) {
 
 StageOutcome StageChain::threshold(const ThresholdSetting& setting) {
   if (setting.mode == ThresholdMode::fixed) return threshold(setting.value);
+  cells_.reset();
   return guarded(Stage::threshold, [&] {
-    const Picture& source = input(Stage::threshold);
+    const Picture& source = blurred();
     const Int32 w = pictureWidth(source);
     const Int32 h = pictureHeight(source);
     const Int32 limit = context_.limits.blackWhite;
@@ -179,12 +233,21 @@ StageOutcome StageChain::threshold(const ThresholdSetting& setting) {
 StageOutcome StageChain::thin() {
   return guarded(Stage::thin, [&] {
     session.LineTable.count() = 0;
+    Progress& progress = report_.progressOf(Stage::thin);
+    const std::unique_ptr<ThinGrid> cells = std::move(cells_);
     const ThinPictureResult result =
-        thinPicture(input(Stage::thin), session.LineTable, context_.limits, report_.progressOf(Stage::thin));
+        cells ? thinGrid(*cells, session.LineTable, progress)
+              : thinPicture(input(Stage::thin), session.LineTable, context_.limits, progress, !drawingOnly());
     slot(Stage::thin) = result.picture;
-    thinnedWidth_ = pictureWidth(result.picture);
     if (result.done()) handedOn(Stage::thin);
-    return rasterOutcome(Stage::thin, result);
+    StageOutcome o = rasterOutcome(Stage::thin, result);
+    // Listed without painting: the size is the one thinning took.
+    if (o.done() && !result.picture && result.width > 0) {
+      o.width = result.width;
+      o.height = result.height;
+    }
+    thinnedWidth_ = result.picture || result.width == 0 ? pictureWidth(result.picture) : result.width;
+    return o;
   });
 }
 

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -38,8 +39,13 @@ class FractionReport : public StageReport {
 // again with a new value (the window), or lets each picture go once the next
 // stage has taken it on (a run that goes through once, holding about two
 // pictures at a time). A caller that still wants a picture keeps its own
-// reference to it: pictures are shared.
-enum class Retention { keepAll, letGo };
+// reference to it: pictures are shared. A chain for the drawing alone goes
+// further: it makes no picture that only the next stage would read (the
+// blur's last run is made row by row as a fixed threshold reads it, the
+// black-and-white picture goes straight into the thinning's cells, and the
+// thinned lines are listed, not painted), so picture(Stage) then gives null
+// for those stages, and the blur's bar does not follow that last run.
+enum class Retention { keepAll, letGo, drawingOnly };
 
 struct ChainOptions {
   Retention retention = Retention::keepAll;
@@ -110,6 +116,7 @@ class StageChain {
   // go once the stage is done.
   const Picture& input(Stage stage) const;
   void handedOn(Stage stage);
+  bool drawingOnly() const { return options_.retention == Retention::drawingOnly; }
 
   RasterContext& context_;
   StageReport& report_;
@@ -118,6 +125,13 @@ class StageChain {
   Int32 originalWidth_ = 1;
   Int32 thinnedWidth_ = 1;
   std::array<Picture, 4> pictures_;  // rescale, blur, threshold, thin
+  // drawingOnly: the picture the blur's last run starts from, until the
+  // threshold stage makes that run row by row as it reads it, and the cells
+  // the threshold stage made, until thinning takes them.
+  Picture unsmoothed_;
+  std::unique_ptr<ThinGrid> cells_;
+  // The blur's picture, its last run made now if it was left to the threshold stage.
+  const Picture& blurred();
 };
 
 }  // namespace quern

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 
 #ifdef __SSE2__
 #include <emmintrin.h>
@@ -26,11 +27,13 @@ Colour exactShade(Colour colour, Int16 threshold) {
   return luminance > threshold ? kWhite : kBlack;
 }
 
-// A row in place. 30 r + 59 g + 11 b is one hundred times the luminance,
-// exactly; the doubles are off from it by far less than the 0.01 between two
-// such sums, so only a sum equal to 100 times the threshold can come out
-// either way, and those (and colours that are not plain 0x00BBGGRR bytes)
-// take the double arithmetic.
+}  // namespace
+
+// 30 r + 59 g + 11 b is one hundred times the luminance, exactly; the
+// doubles are off from it by far less than the 0.01 between two such sums,
+// so only a sum equal to 100 times the threshold can come out either way,
+// and those (and colours that are not plain 0x00BBGGRR bytes) take the
+// double arithmetic. `out` may be `row`.
 void shadeRow(const Colour* row, Colour* out, Int32 width, Int16 threshold) {
   const Int32 limit = 100 * static_cast<Int32>(threshold);
   Int32 x = 0;
@@ -64,7 +67,20 @@ void shadeRow(const Colour* row, Colour* out, Int32 width, Int16 threshold) {
   }
 }
 
-}  // namespace
+void shadeRows(const Colour* from, Int32 width, Int32 height, Int16 threshold, Progress& progress,
+               const std::function<Colour*(Int32)>& into, const std::function<void(Int32, const Colour*)>& made) {
+  const auto w = static_cast<std::size_t>(width);
+  for (Int32 y = 0; y < height; ++y) {
+    Colour* out = into(y);
+    shadeRow(from + y * w, out, width, threshold);
+    if (made) made(y, out);
+    skipOnError([&] {
+      progress.yield();
+      progress.bar().Value = static_cast<float>(y);
+    });
+  }
+  skipOnError([&] { progress.bar().Value = 0.0F; });
+}
 
 bool makeblackwhite(PictureBox& picture, Int16 threshold, Progress& progress, Int32 limit) {
   float width = 0.0F;
@@ -88,15 +104,9 @@ bool makeblackwhite(PictureBox& picture, Int16 threshold, Progress& progress, In
     const Colour* from = picture.bits();
     Colour* to = picture.overwriteBits();
     const auto w = static_cast<std::size_t>(picture.pixelWidth());
-    for (Int32 y = 0; y < picture.pixelHeight(); ++y) {
-      shadeRow(from + y * w, to + y * w, picture.pixelWidth(), threshold);
-      skipOnError([&] {
-        progress.yield();
-        progress.bar().Value = static_cast<float>(y);
-      });
-    }
+    shadeRows(from, picture.pixelWidth(), picture.pixelHeight(), threshold, progress,
+              [&](Int32 y) { return to + y * w; });
     picture.bitsChanged();
-    skipOnError([&] { progress.bar().Value = 0.0F; });
     return true;
   }
   Canvas canvas(picture);

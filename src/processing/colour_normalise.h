@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+
 #include "base/numbers.h"
 #include "base/progress.h"
 #include "surface/picture_box.h"
@@ -16,5 +18,16 @@ inline constexpr const char* kImageTooLarge = "Image too large to process. Pleas
 // wider or higher than `limit` is left as it is: then the result is false, so
 // that the caller need not commit an unchanged picture, and tells the user.
 bool makeblackwhite(PictureBox& picture, Int16 threshold, Progress& progress, Int32 limit = kBlackWhiteLimit);
+
+// One row of `width` colours in black and white, as makeblackwhite paints it.
+void shadeRow(const Colour* row, Colour* out, Int32 width, Int16 threshold);
+
+// How makeblackwhite paints a bitmap of width by height colours that it
+// paints whole, for a caller that keeps the rows elsewhere: row y in black
+// and white is written where `into(y)` says, then handed to `made`, if given.
+// The bar follows the rows as makeblackwhite keeps it; its Max is the
+// caller's to set.
+void shadeRows(const Colour* from, Int32 width, Int32 height, Int16 threshold, Progress& progress,
+               const std::function<Colour*(Int32)>& into, const std::function<void(Int32, const Colour*)>& made = {});
 
 }  // namespace quern

@@ -53,15 +53,20 @@ void FilterStore::release() {
   height_ = 0;
 }
 
-void FilterStore::load(const PictureBox& picture, Progress& progress) {
+FilterStore::Size FilterStore::admit(const PictureBox& picture) const {
   const Int16 w = roundToInt16(picture.ScaleWidth());
   const Int16 h = roundToInt16(picture.ScaleHeight());
-  const bool beyond = w > frameWidth_ || h > frameHeight_;
-  if (beyond && !grows_) {
+  if ((w > frameWidth_ || h > frameHeight_) && !grows_) {
     throw LimitError("Image too large to filter: " + std::to_string(w) + " by " + std::to_string(h) +
                      " pixels; the filters take at most " + std::to_string(frameWidth_) + " by " +
                      std::to_string(frameHeight_) + ".");
   }
+  return {w, h};
+}
+
+void FilterStore::load(const PictureBox& picture, Progress& progress) {
+  const auto [w, h] = admit(picture);
+  const bool beyond = w > frameWidth_ || h > frameHeight_;
   if (beyond) {
     growTo(std::max<Int32>(w, frameWidth_), std::max<Int32>(h, frameHeight_));
   } else if (!colours_) {

@@ -51,6 +51,13 @@ class FilterStore {
   // rounded) through device pixels, giving the interface a chance to run
   // after each row. A picture beyond the frame is refused with a LimitError.
   void load(const PictureBox& picture, Progress& progress);
+  // The size load takes `picture` for; a picture beyond the frame of a store
+  // that may not grow is refused as load refuses it.
+  struct Size {
+    Int16 width = 0;
+    Int16 height = 0;
+  };
+  Size admit(const PictureBox& picture) const;
   // Gives the memory back; the next load starts from an empty frame.
   void release();
 

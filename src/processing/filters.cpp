@@ -1,7 +1,9 @@
 #include "processing/filters.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <string>
 
@@ -85,14 +87,20 @@ void runsharpen(PictureBox& picture, FilterStore& filterpixels, Progress& progre
   });
 }
 
-void runsmooth(PictureBox& picture, FilterStore& filterpixels, Progress& progress) {
-  const FilterStore& store = loadfilterpixels(filterpixels, picture, progress);
-  const Int32 w = store.width();
-  const Int32 h = store.height();
-  if (h < 10) return;
-  ProgressBar& bar = progress.bar();
-  bar.Value = 0.0F;
-  bar.Max = static_cast<float>(h - 1);
+namespace {
+
+// The smoothing of w by h colours (h at least 10) whose rows `rowOf` gives:
+// row y of the result, 1 to h - 2, is written from x = 1 up to `paintable`
+// where `into(y)` says (nowhere when it gives null), then handed to `made`.
+// Only the colour bytes are read. The bar, where there is one, follows the rows.
+void smoothRows(const std::function<const Colour*(Int32)>& rowOf, Int32 w, Int32 h, Int32 paintable,
+                const std::function<Colour*(Int32)>& into, const std::function<void(Int32)>& made,
+                Progress* progress) {
+  ProgressBar* bar = progress ? &progress->bar() : nullptr;
+  if (bar) {
+    bar->Value = 0.0F;
+    bar->Max = static_cast<float>(h - 1);
+  }
 
   // Nine bytes sum to at most 2295. Their mean, rounded, by a multiply and a
   // shift instead of a table, so the loop below can run on vector lanes. A
@@ -112,12 +120,13 @@ void runsmooth(PictureBox& picture, FilterStore& filterpixels, Progress& progres
   std::vector<Record> lanes[3];
   for (std::vector<Record>& l : lanes) l.resize(static_cast<std::size_t>(w));
   auto unpack = [&](Int32 y, std::vector<Record>& into) {
-    const Colour* in = store.row(y);
+    const Colour* in = rowOf(y);
     Int32 x = 0;
 #ifdef __SSE2__
     const __m128i zero = _mm_setzero_si128();
+    const __m128i colour = _mm_set1_epi32(0xFFFFFF);
     for (; x + 4 <= w; x += 4) {
-      const __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + x));
+      const __m128i c = _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(in + x)), colour);
       _mm_storeu_si128(reinterpret_cast<__m128i*>(into.data() + x), _mm_unpacklo_epi8(c, zero));
       _mm_storeu_si128(reinterpret_cast<__m128i*>(into.data() + x + 2), _mm_unpackhi_epi8(c, zero));
     }
@@ -127,9 +136,6 @@ void runsmooth(PictureBox& picture, FilterStore& filterpixels, Progress& progres
   unpack(0, lanes[0]);
   unpack(1, lanes[1]);
   std::vector<Record> column(static_cast<std::size_t>(w));
-  // A picture loaded whole is painted whole but for its outer band.
-  const bool whole = w == picture.pixelWidth() && h == picture.pixelHeight();
-  Canvas canvas(picture, whole ? 1 : std::numeric_limits<Int32>::max());
   for (Int32 y = 1; y < h - 1; ++y) {
     const Record* above = lanes[(y - 1) % 3].data();
     const Record* here = lanes[y % 3].data();
@@ -144,8 +150,8 @@ void runsmooth(PictureBox& picture, FilterStore& filterpixels, Progress& progres
     }
 #endif
     for (; x < w; ++x) column[x] = above[x] + here[x] + below[x];
-    Colour* out = canvas.row(y);
-    const Int32 paintable = out ? std::min(w - 1, canvas.width()) : 0;
+    Colour* out = into(y);
+    const Int32 end = out ? paintable : 0;
     x = 1;
 #ifdef __SSE2__
     // The mean's multiply and shift is the high half of a 16-bit product.
@@ -155,19 +161,72 @@ void runsmooth(PictureBox& picture, FilterStore& filterpixels, Progress& progres
       const __m128i s = _mm_add_epi16(_mm_add_epi16(load(c - 1), load(c)), load(c + 1));
       return _mm_mulhi_epu16(_mm_add_epi16(s, four), ninth);
     };
-    for (; x + 4 <= paintable; x += 4) {
+    for (; x + 4 <= end; x += 4) {
       const __m128i bytes = _mm_packus_epi16(mean2(column.data() + x), mean2(column.data() + x + 2));
       _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x), bytes);
     }
 #endif
-    for (; x < paintable; ++x) {
+    for (; x < end; ++x) {
       const Record s = column[x - 1] + column[x] + column[x + 1];
       out[x] = rgb(mean(s & 0xFFFF), mean(s >> 16 & 0xFFFF), mean(s >> 32 & 0xFFFF));
     }
-    bar.Value = static_cast<float>(y);
-    progress.yield();
+    if (made) made(y);
+    if (bar) {
+      bar->Value = static_cast<float>(y);
+      progress->yield();
+    }
   }
-  bar.Value = 0.0F;
+  if (bar) bar->Value = 0.0F;
+}
+
+// The smoothing painted into `picture`: a picture loaded whole is painted
+// whole but for its outer band.
+void paintSmoothed(const std::function<const Colour*(Int32)>& rowOf, Int32 w, Int32 h, PictureBox& picture,
+                   Progress& progress) {
+  if (h < 10) return;
+  const bool whole = w == picture.pixelWidth() && h == picture.pixelHeight();
+  Canvas canvas(picture, whole ? 1 : std::numeric_limits<Int32>::max());
+  smoothRows(rowOf, w, h, std::min(w - 1, canvas.width()), [&](Int32 y) { return canvas.row(y); }, {}, &progress);
+}
+
+}  // namespace
+
+void runsmooth(PictureBox& picture, FilterStore& filterpixels, Progress& progress) {
+  const FilterStore& store = loadfilterpixels(filterpixels, picture, progress);
+  paintSmoothed([&](Int32 y) { return store.row(y); }, store.width(), store.height(), picture, progress);
+}
+
+void smoothWithoutStore(PictureBox& picture, const FilterStore& filterpixels, Progress& progress) {
+  const FilterStore::Size size = filterpixels.admit(picture);
+  if (size.width != picture.pixelWidth() || size.height != picture.pixelHeight()) {
+    throw SurfaceError("smoothing without the filter store takes a box's whole bitmap");
+  }
+  // The chances to run that loading the store would give.
+  for (Int32 y = 0; y < size.height; ++y) progress.yield();
+  const Colour* bits = picture.bits();
+  const auto stride = static_cast<std::size_t>(size.width);
+  paintSmoothed([&](Int32 y) { return bits + y * stride; }, size.width, size.height, picture, progress);
+}
+
+void smoothEachRow(const Colour* bits, Int32 width, Int32 height, const std::function<void(Int32, const Colour*)>& row) {
+  const auto stride = static_cast<std::size_t>(width);
+  const auto source = [&](Int32 y) { return bits + y * stride; };
+  if (height < 10) {
+    for (Int32 y = 0; y < height; ++y) row(y, source(y));
+    return;
+  }
+  // Each row starts as its source, which keeps the outer band; the inside
+  // is then written over.
+  std::vector<Colour> out(stride);
+  row(0, source(0));
+  smoothRows(
+      source, width, height, width - 1,
+      [&](Int32 y) {
+        std::copy_n(source(y), stride, out.data());
+        return out.data();
+      },
+      [&](Int32 y) { row(y, out.data()); }, nullptr);
+  row(height - 1, source(height - 1));
 }
 
 }  // namespace quern

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <initializer_list>
 #include <vector>
 
@@ -44,5 +45,14 @@ void runsharpen(PictureBox& picture, FilterStore& filterpixels, Progress& progre
 // The mean of the 3 by 3 window. Pictures under 10 pixels high are left as
 // they are; otherwise PB(1) follows the rows.
 void runsmooth(PictureBox& picture, FilterStore& filterpixels, Progress& progress);
+// runsmooth for a caller that will not read the store afterwards: the same
+// picture, refusals and chances to run, read where the pixels lie instead of
+// through the store, which is left as it was. The box must be in pixel scale,
+// its drawing area the whole bitmap.
+void smoothWithoutStore(PictureBox& picture, const FilterStore& filterpixels, Progress& progress);
+// The rows smoothWithoutStore would paint over a bitmap of width by height
+// colours that is the box's whole drawing area, each handed to `row` in
+// order, top to bottom, instead of painted; no bar.
+void smoothEachRow(const Colour* bits, Int32 width, Int32 height, const std::function<void(Int32, const Colour*)>& row);
 
 }  // namespace quern

@@ -56,12 +56,17 @@ RasterResult rescalePicture(const Picture& source, float width, float height, do
   }
 }
 
-RasterResult smoothPicture(const Picture& source, Int32 runs, RasterContext& context, Progress& progress) {
+RasterResult smoothPicture(const Picture& source, Int32 runs, RasterContext& context, Progress& progress,
+                           bool keepStore) {
   Picture picture = source;
   for (Int32 i = 1; i <= runs; ++i) {
     Scratch scratch(picture, context.limits.surfacePixels);
     try {
-      runsmooth(scratch.box, context.filterpixels, progress);
+      if (keepStore) {
+        runsmooth(scratch.box, context.filterpixels, progress);
+      } else {
+        smoothWithoutStore(scratch.box, context.filterpixels, progress);
+      }
     } catch (const LimitError& e) {
       return {source, sizeRefusal(e.what(), pictureWidth(picture), pictureHeight(picture), context.limits.filterFrame)};
     }
@@ -84,8 +89,36 @@ RasterResult blackWhitePicture(const Picture& source, Int16 threshold, const Ras
   return {scratch.box.takeImage(), std::nullopt};
 }
 
+namespace {
+
+// The size thinning takes a picture for: its native size, in hundredths of a
+// millimetre, back to pixels. Checked before the 16-bit rounding so that a
+// huge picture gets the plain refusal.
+struct GridSize {
+  Int32 width = 0;
+  Int32 height = 0;
+};
+GridSize thinGridSize(const PictureBox& box, const Picture& source) {
+  return {roundToInt32(box.ScaleX(static_cast<float>(source->Width()), kScaleHimetric, kScalePixels)),
+          roundToInt32(box.ScaleY(static_cast<float>(source->Height()), kScaleHimetric, kScalePixels))};
+}
+
+// A peeled grid's outcome, as thinPicture gives it.
+void thinOutcome(ThinPictureResult& out, const ThinGrid& cells, ThinOutcome outcome, const RecordTable& LineTable) {
+  out.thin = {outcome, cells.foreground()};
+  if (outcome == ThinOutcome::TooManyPixels) {
+    const Int32 most = LineTable.mostRecords() - 1;
+    out.refusal = sizeRefusal("thinning left " + std::to_string(cells.foreground()) +
+                                  " line pixels and the line table takes " + std::to_string(most),
+                              out.width, out.height, most);
+    out.refusal->count = cells.foreground();
+  }
+}
+
+}  // namespace
+
 ThinPictureResult thinPicture(const Picture& source, RecordTable& LineTable, const RasterLimits& limits,
-                              Progress& progress) {
+                              Progress& progress, bool paint) {
   ThinPictureResult out;
   out.picture = source;
   // With no picture there is nothing to peel, and nothing to give back either.
@@ -94,32 +127,83 @@ ThinPictureResult thinPicture(const Picture& source, RecordTable& LineTable, con
     return out;
   }
   Scratch scratch(source, limits.surfacePixels);
-  // The native size, in hundredths of a millimetre, back to pixels. Checked
-  // before the 16-bit rounding so that a huge picture gets the plain refusal.
-  const Int32 width =
-      roundToInt32(scratch.box.ScaleX(static_cast<float>(source->Width()), kScaleHimetric, kScalePixels));
-  const Int32 height =
-      roundToInt32(scratch.box.ScaleY(static_cast<float>(source->Height()), kScaleHimetric, kScalePixels));
+  const GridSize size = thinGridSize(scratch.box, source);
+  out.width = size.width;
+  out.height = size.height;
   const Int32 grid = limits.thinGrid;
-  if (tooLargeForThinning(width, height, grid)) {
+  if (tooLargeForThinning(size.width, size.height, grid)) {
     out.thin = {ThinOutcome::TooLarge, 0};
     out.refusal = sizeRefusal(
-        "thinning takes pictures of up to " + std::to_string(grid) + " by " + std::to_string(grid) + " pixels", width,
-        height, grid);
+        "thinning takes pictures of up to " + std::to_string(grid) + " by " + std::to_string(grid) + " pixels",
+        size.width, size.height, grid);
     return out;
   }
   ThinGrid cells;
-  const ThinOutcome outcome = cells.loadgrid(scratch.box, toInt16(width), toInt16(height), LineTable, progress, grid);
-  out.thin = {outcome, cells.foreground()};
-  if (outcome == ThinOutcome::TooManyPixels) {
-    const Int32 most = LineTable.mostRecords() - 1;
-    out.refusal = sizeRefusal("thinning left " + std::to_string(cells.foreground()) +
-                                  " line pixels and the line table takes " + std::to_string(most),
-                              width, height, most);
-    out.refusal->count = cells.foreground();
+  ThinOutcome outcome = ThinOutcome::Listed;
+  if (paint) {
+    outcome = cells.loadgrid(scratch.box, toInt16(size.width), toInt16(size.height), LineTable, progress, grid);
+  } else {
+    cells.begin(toInt16(size.width), toInt16(size.height), grid);
+    cells.loadRows(source->data(), source->pixelWidth(), source->pixelHeight());
+    outcome = cells.finish(nullptr, LineTable, progress);
+  }
+  thinOutcome(out, cells, outcome, LineTable);
+  if (!paint) {
+    out.picture = nullptr;
   } else if (outcome == ThinOutcome::Listed || outcome == ThinOutcome::TooNarrow) {
     out.picture = scratch.box.takeImage();
   }
+  return out;
+}
+
+std::optional<Refusal> smoothingRefusal(const Picture& picture, RasterContext& context) {
+  const Scratch scratch(picture, context.limits.surfacePixels);
+  try {
+    context.filterpixels.admit(scratch.box);
+  } catch (const LimitError& e) {
+    return sizeRefusal(e.what(), pictureWidth(picture), pictureHeight(picture), context.limits.filterFrame);
+  }
+  return std::nullopt;
+}
+
+bool blackWhiteGrid(const Picture& source, Int16 threshold, const RasterLimits& limits, Progress& progress,
+                    ThinGrid& cells, bool smoothFirst) {
+  if (!source) return false;
+  const Int32 w = source->pixelWidth();
+  const Int32 h = source->pixelHeight();
+  const Scratch scratch(source, limits.surfacePixels);
+  const GridSize size = thinGridSize(scratch.box, source);
+  if (w > limits.blackWhite || h > limits.blackWhite || size.width != w || size.height != h ||
+      tooLargeForThinning(w, h, limits.thinGrid)) {
+    return false;
+  }
+  ProgressBar& bar = progress.bar();
+  bar.Max = static_cast<float>(h);
+  bar.Value = 0.0F;
+  cells.begin(toInt16(w), toInt16(h), limits.thinGrid);
+  std::vector<Colour> row(static_cast<std::size_t>(w));
+  if (!smoothFirst) {
+    shadeRows(source->data(), w, h, threshold, progress, [&](Int32) { return row.data(); },
+              [&](Int32 y, const Colour* shaded) { cells.loadRow(y, shaded, w); });
+    return true;
+  }
+  // The rows come smoothed one at a time, top to bottom, and go on as in
+  // shadeRows, the bar kept as it keeps it.
+  smoothEachRow(source->data(), w, h, [&](Int32 y, const Colour* smoothed) {
+    shadeRow(smoothed, row.data(), w, threshold);
+    cells.loadRow(y, row.data(), w);
+    progress.yield();
+    bar.Value = static_cast<float>(y);
+  });
+  bar.Value = 0.0F;
+  return true;
+}
+
+ThinPictureResult thinGrid(ThinGrid& cells, RecordTable& LineTable, Progress& progress) {
+  ThinPictureResult out;
+  out.width = cells.width();
+  out.height = cells.height();
+  thinOutcome(out, cells, cells.finish(nullptr, LineTable, progress), LineTable);
   return out;
 }
 

@@ -41,9 +41,11 @@ RasterResult rescalePicture(const Picture& source, float width, float height, do
                             long long pixelLimit);
 
 // `runs` smoothings, each the mean of the 3 by 3 window, through the
-// context's filter store. The bar follows the rows of each run. Refused for
-// a picture beyond the store; 0 runs give the source back.
-RasterResult smoothPicture(const Picture& source, Int32 runs, RasterContext& context, Progress& progress);
+// context's filter store, or without `keepStore` straight from the pixels,
+// the store left as it was. The bar follows the rows of each run. Refused
+// for a picture beyond the store; 0 runs give the source back.
+RasterResult smoothPicture(const Picture& source, Int32 runs, RasterContext& context, Progress& progress,
+                           bool keepStore = true);
 
 // Black and white at a luminance threshold. The bar follows the rows.
 // Refused for a picture beyond the stage's limit.
@@ -56,11 +58,30 @@ Refusal blackWhiteRefusal(const Picture& source, Int32 limit);
 // pixel added to LineTable by x, then y. Nothing is painted for a picture
 // under 10 pixels wide (the picture comes back as it was) and nothing at all
 // is done without a picture. Refused, with picture and table as they were,
-// for a picture beyond the grid or a listing beyond the table.
+// for a picture beyond the grid or a listing beyond the table. Without
+// `paint` the lines are only listed and no picture comes back.
 struct ThinPictureResult : RasterResult {
   ThinResult thin;
+  Int32 width = 0;  // the size thinning took the picture for
+  Int32 height = 0;
 };
 ThinPictureResult thinPicture(const Picture& source, RecordTable& LineTable, const RasterLimits& limits,
-                              Progress& progress);
+                              Progress& progress, bool paint = true);
+
+// Stage 3 at a fixed threshold made straight into the cells of stage 4, for a
+// run that looks at neither picture: the cells are those thinPicture would
+// read from blackWhitePicture's picture, and the bar goes as the black and
+// white stage's. False, with `cells` untouched, where either stage would
+// refuse the picture (or take it at another size): the pictures' way then
+// gives the refusal.
+// With `smoothFirst`, the picture is that of one more smoothing run of
+// `source` (as smoothPicture makes it without the store), each row made as
+// it is shaded; the smoothing's own refusal is the caller's to have checked.
+bool blackWhiteGrid(const Picture& source, Int16 threshold, const RasterLimits& limits, Progress& progress,
+                    ThinGrid& cells, bool smoothFirst = false);
+// Why smoothPicture would refuse to smooth `picture` once more, if it would.
+std::optional<Refusal> smoothingRefusal(const Picture& picture, RasterContext& context);
+// thinPicture, without painting, of cells that blackWhiteGrid loaded.
+ThinPictureResult thinGrid(ThinGrid& cells, RecordTable& LineTable, Progress& progress);
 
 }  // namespace quern

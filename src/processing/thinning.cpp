@@ -116,7 +116,19 @@ std::string thinRefusalMessage(ThinOutcome outcome, Int32 width, Int32 height, l
 
 ThinOutcome ThinGrid::loadgrid(PictureBox& picture, Int16 width, Int16 height, RecordTable& LineTable,
                                Progress& progress, Int32 limit) {
-  if (tooLargeForThinning(width, height, limit)) return ThinOutcome::TooLarge;
+  if (!begin(width, height, limit)) return ThinOutcome::TooLarge;
+  loadRows(picture.bits(), picture.pixelWidth(), picture.pixelHeight());
+  return finish(&picture, LineTable, progress);
+}
+
+void ThinGrid::loadRows(const Colour* bits, Int32 width, Int32 height) {
+  // Read row by row, as the bitmap lies.
+  const Int32 rows = std::min<Int32>(gridheight_, height);
+  for (Int32 y = 0; y < rows; ++y) loadRow(y, bits + static_cast<std::size_t>(y) * width, width);
+}
+
+bool ThinGrid::begin(Int16 width, Int16 height, Int32 limit) {
+  if (tooLargeForThinning(width, height, limit)) return false;
   if (width < 0 || height < 0) throw SurfaceError("Invalid picture size for thinning");
   gridwidth_ = width;
   gridheight_ = height;
@@ -128,49 +140,49 @@ ThinOutcome ThinGrid::loadgrid(PictureBox& picture, Int16 width, Int16 height, R
   columnChanged_.assign(static_cast<std::size_t>(width) + 1, 0);
   rowChanged_.assign(static_cast<std::size_t>(height) + 1, 0);
   for (std::vector<Memo>& m : memo_) m.assign(static_cast<std::size_t>(std::max(width, height)) + 1, Memo{});
+  return true;
+}
 
-  // Read row by row, as the bitmap lies; the column copy then gives way
-  // after each column.
-  const Colour* bits = picture.bits();
-  const Int32 pw = picture.pixelWidth();
-  const Int32 ph = picture.pixelHeight();
-  const std::size_t rowStride = static_cast<std::size_t>(width) + 1;
+void ThinGrid::loadRow(Int32 y, const Colour* pixels, Int32 count) {
+  if (y < 0 || y >= gridheight_) return;
+  std::uint8_t* cells = byRow_.data() + static_cast<std::size_t>(y) * (static_cast<std::size_t>(gridwidth_) + 1);
   // Counted in a local: a store through the byte pointer could alias the
   // member, which would keep the loop from being vectorised.
-  const Int32 rows = std::min<Int32>(height, ph);
-  const Int32 cols = std::min<Int32>(width, pw);
+  const Int32 cols = std::min<Int32>(gridwidth_, count);
   Int32 found = 0;
-  for (Int32 y = 0; y < rows; ++y) {
-    const Colour* pixels = bits + static_cast<std::size_t>(y) * pw;
-    std::uint8_t* cells = byRow_.data() + static_cast<std::size_t>(y) * rowStride;
-    Int32 x = 0;
+  Int32 x = 0;
 #ifdef __SSE2__
-    // Sixteen pixels a step: red bytes compared with 0, narrowed to one byte
-    // a cell, counted by a sum of absolute differences.
-    const __m128i red = _mm_set1_epi32(0xFF);
-    const __m128i zero = _mm_setzero_si128();
-    const __m128i one = _mm_set1_epi8(1);
-    __m128i counted = zero;
-    const auto ink = [&](Int32 at) {
-      const __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels + at));
-      return _mm_cmpeq_epi32(_mm_and_si128(c, red), zero);
-    };
-    for (; x + 16 <= cols; x += 16) {
-      const __m128i lo = _mm_packs_epi32(ink(x), ink(x + 4));
-      const __m128i hi = _mm_packs_epi32(ink(x + 8), ink(x + 12));
-      const __m128i bytes = _mm_and_si128(_mm_packs_epi16(lo, hi), one);
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(cells + x), bytes);
-      counted = _mm_add_epi64(counted, _mm_sad_epu8(bytes, zero));
-    }
-    found += _mm_cvtsi128_si32(counted) + _mm_cvtsi128_si32(_mm_unpackhi_epi64(counted, counted));
-#endif
-    for (; x < cols; ++x) {
-      const std::uint8_t cell = redOf(pixels[x]) == 0 ? 1 : 0;
-      cells[x] = cell;
-      found += cell;
-    }
+  // Sixteen pixels a step: red bytes compared with 0, narrowed to one byte
+  // a cell, counted by a sum of absolute differences.
+  const __m128i red = _mm_set1_epi32(0xFF);
+  const __m128i zero = _mm_setzero_si128();
+  const __m128i one = _mm_set1_epi8(1);
+  __m128i counted = zero;
+  const auto ink = [&](Int32 at) {
+    const __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels + at));
+    return _mm_cmpeq_epi32(_mm_and_si128(c, red), zero);
+  };
+  for (; x + 16 <= cols; x += 16) {
+    const __m128i lo = _mm_packs_epi32(ink(x), ink(x + 4));
+    const __m128i hi = _mm_packs_epi32(ink(x + 8), ink(x + 12));
+    const __m128i bytes = _mm_and_si128(_mm_packs_epi16(lo, hi), one);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(cells + x), bytes);
+    counted = _mm_add_epi64(counted, _mm_sad_epu8(bytes, zero));
   }
-  foreground_ = found;
+  found += _mm_cvtsi128_si32(counted) + _mm_cvtsi128_si32(_mm_unpackhi_epi64(counted, counted));
+#endif
+  for (; x < cols; ++x) {
+    const std::uint8_t cell = redOf(pixels[x]) == 0 ? 1 : 0;
+    cells[x] = cell;
+    found += cell;
+  }
+  foreground_ += found;
+}
+
+ThinOutcome ThinGrid::finish(PictureBox* picture, RecordTable& LineTable, Progress& progress) {
+  const Int32 width = gridwidth_;
+  const Int32 height = gridheight_;
+  const std::size_t rowStride = static_cast<std::size_t>(width) + 1;
   // The column copy is made in tiles: a whole column at a time would touch
   // one cache line per cell on a large picture.
   constexpr Int32 kTile = 64;
@@ -191,7 +203,7 @@ ThinOutcome ThinGrid::loadgrid(PictureBox& picture, Int16 width, Int16 height, R
   return thingrid(picture, LineTable, progress);
 }
 
-ThinOutcome ThinGrid::thingrid(PictureBox& picture, RecordTable& LineTable, Progress& progress) {
+ThinOutcome ThinGrid::thingrid(PictureBox* picture, RecordTable& LineTable, Progress& progress) {
   progress.bar().Value = 0.0F;
   thincycle_ = 0;
   if (gridwidth_ < kThinMinWidth) return ThinOutcome::TooNarrow;
@@ -222,7 +234,9 @@ ThinOutcome ThinGrid::thingrid(PictureBox& picture, RecordTable& LineTable, Prog
     progress.bar().Value = 0.0F;
     return ThinOutcome::TooManyPixels;
   }
-  paintAndList(picture, LineTable, progress);
+  progress.bar().Max = static_cast<float>(gridwidth_ - 1);
+  if (picture) paint(*picture);
+  list(LineTable, progress);
   return ThinOutcome::Listed;
 }
 
@@ -289,8 +303,7 @@ void ThinGrid::clear(Int32 x, Int32 y) {
   --foreground_;
 }
 
-void ThinGrid::paintAndList(PictureBox& picture, RecordTable& LineTable, Progress& progress) const {
-  progress.bar().Max = static_cast<float>(gridwidth_ - 1);
+void ThinGrid::paint(PictureBox& picture) const {
   // The box is the scratch copy that nobody shows before the commit, so it is
   // painted row by row, straight into its bitmap, ahead of the listing.
   const Int32 pw = picture.pixelWidth();
@@ -303,6 +316,9 @@ void ThinGrid::paintAndList(PictureBox& picture, RecordTable& LineTable, Progres
     for (Int32 x = 0; x < std::min<Int32>(gridwidth_, pw); ++x) pixels[x] = cells[x] ? kBlack : kWhite;
   }
   picture.bitsChanged();
+}
+
+void ThinGrid::list(RecordTable& LineTable, Progress& progress) const {
   for (Int32 x = 0; x < gridwidth_; ++x) {
     const std::uint8_t* column = byColumn_.data() + index(x, 0);
     for (Int32 y = seek<false>(column, 0, gridheight_, 1); y < gridheight_;

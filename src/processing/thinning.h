@@ -8,6 +8,7 @@
 #include "base/line_tables.h"
 #include "base/numbers.h"
 #include "base/progress.h"
+#include "base/zeroed_memory.h"
 #include "surface/picture_box.h"
 
 namespace quern {
@@ -62,11 +63,25 @@ class ThinGrid {
   // picture above the grid limit is refused, nothing touched.
   ThinOutcome loadgrid(PictureBox& picture, Int16 width, Int16 height, RecordTable& LineTable, Progress& progress,
                        Int32 limit = kThinGridLimit);
-  // Peels, then paints the survivors black on white into `picture` and lists
-  // them in LineTable, column by column. A listing that would take the
-  // table's count past its last record but one is refused before anything
-  // is painted or stored, unless the table may grow.
-  ThinOutcome thingrid(PictureBox& picture, RecordTable& LineTable, Progress& progress);
+
+  // loadgrid in three steps, for a caller that makes the rows itself: begin
+  // sizes the grid, all background (false, nothing touched, above the grid
+  // limit); loadRow reads row y from up to `count` colours, red byte 0 being
+  // foreground, and loadRows a bitmap of width by height colours; finish
+  // makes the column copy and calls thingrid.
+  bool begin(Int16 width, Int16 height, Int32 limit = kThinGridLimit);
+  void loadRow(Int32 y, const Colour* pixels, Int32 count);
+  void loadRows(const Colour* bits, Int32 width, Int32 height);
+  ThinOutcome finish(PictureBox* picture, RecordTable& LineTable, Progress& progress);
+
+  // Peels, then paints the survivors black on white into `picture`, when
+  // there is one, and lists them in LineTable, column by column. A listing
+  // that would take the table's count past its last record but one is
+  // refused before anything is painted or stored, unless the table may grow.
+  ThinOutcome thingrid(PictureBox* picture, RecordTable& LineTable, Progress& progress);
+
+  Int16 width() const { return gridwidth_; }
+  Int16 height() const { return gridheight_; }
 
   // The last cycle run, 0 before any.
   Int16 thincycle() const { return thincycle_; }
@@ -82,14 +97,16 @@ class ThinGrid {
   bool peelPass(Side side, Progress& progress);
   static bool mayGo(const std::uint8_t* centre, std::size_t stride);
   void clear(Int32 x, Int32 y);
-  void paintAndList(PictureBox& picture, RecordTable& LineTable, Progress& progress) const;
+  void paint(PictureBox& picture) const;
+  void list(RecordTable& LineTable, Progress& progress) const;
 
   Int16 gridwidth_ = 0;
   Int16 gridheight_ = 0;
   Int16 thincycle_ = 0;
   Int32 foreground_ = 0;
-  std::vector<std::uint8_t> byColumn_;  // cell (x, y) at x * (height + 1) + y
-  std::vector<std::uint8_t> byRow_;     // cell (x, y) at y * (width + 1) + x
+  using Cells = std::vector<std::uint8_t, LargePageAllocator<std::uint8_t>>;
+  Cells byColumn_;  // cell (x, y) at x * (height + 1) + y
+  Cells byRow_;     // cell (x, y) at y * (width + 1) + x
 
   // A scan that took nothing is remembered and skipped the next time while
   // its line and the armed state it starts in are the same: late cycles

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "base/errors.h"
+#include "base/zeroed_memory.h"
 
 namespace quern {
 
@@ -33,7 +34,10 @@ PixelBuffer allocatePixels(long long count, long long limit) {
                      std::to_string(limit) + " pixels");
   }
   // Left uninitialised: every caller writes the whole buffer before reading it.
-  return PixelBuffer(new Colour[static_cast<std::size_t>(std::max(count, 1LL))]);
+  const auto n = static_cast<std::size_t>(std::max(count, 1LL));
+  PixelBuffer pixels(new Colour[n]);
+  adviseLargePages(pixels.get(), n * sizeof(Colour));
+  return pixels;
 }
 
 PictureData::PictureData(Int32 width, Int32 height, PixelBuffer pixels)

@@ -90,10 +90,10 @@ class FreePixels {
         odd_.push_back(i);
       }
     }
-    // Thinning lists its pixels column by column, top down: the keys come
-    // in order already, and a check costs less than a sort.
+    // Thinning lists its pixels column by column, which is already key order.
     if (!std::is_sorted(listed.begin(), listed.end())) std::sort(listed.begin(), listed.end());
     byKey_ = PositionMap(listed.size());
+    markPresent(listed);
     members_.reserve(listed.size());
     for (std::size_t k = 0; k < listed.size(); ++k) {
       const auto [key, index] = listed[k];
@@ -116,6 +116,7 @@ class FreePixels {
     for (Int32 dx = -1; dx <= 1; ++dx) {
       for (Int32 dy = -1; dy <= 1; ++dy) {
         if (dx == 0 && dy == 0) continue;
+        if (!maybePresent(x + dx, y + dy)) continue;
         const Int32 i = firstAt(positionKey(x + dx, y + dy));
         if (i != 0 && (best == 0 || i < best)) best = i;
       }
@@ -148,7 +149,57 @@ class FreePixels {
     if (found < 0) return 0;
     Position& p = positions_[static_cast<std::size_t>(found)];
     while (p.head < p.end && !isFree(table_[members_[static_cast<std::size_t>(p.head)]])) ++p.head;
-    return p.head < p.end ? members_[static_cast<std::size_t>(p.head)] : 0;
+    if (p.head < p.end) return members_[static_cast<std::size_t>(p.head)];
+    // Used up for good: records are never freed.
+    forget(static_cast<Int32>(key >> 32), static_cast<Int32>(key & 0xFFFFFFFFU));
+    return 0;
+  }
+
+  // Most neighbours asked for hold no free pixel. A bit for each position of
+  // the listing's box (with a margin of one, which the neighbours of its
+  // edge reach) answers for those without the map; it is cleared once a
+  // position is found used up. A box too large for that leaves every
+  // question to the map.
+  void markPresent(const std::vector<std::pair<std::uint64_t, Int32>>& listed) {
+    if (listed.empty()) return;
+    const auto xOf = [](std::uint64_t key) { return static_cast<Int32>(key >> 32); };
+    const auto yOf = [](std::uint64_t key) { return static_cast<Int32>(key & 0xFFFFFFFFU); };
+    Int32 minX = xOf(listed.front().first);
+    Int32 maxX = minX;
+    Int32 minY = yOf(listed.front().first);
+    Int32 maxY = minY;
+    for (const auto& entry : listed) {
+      minX = std::min(minX, xOf(entry.first));
+      maxX = std::max(maxX, xOf(entry.first));
+      minY = std::min(minY, yOf(entry.first));
+      maxY = std::max(maxY, yOf(entry.first));
+    }
+    const std::int64_t across = static_cast<std::int64_t>(maxX) - minX + 3;
+    const std::int64_t down = static_cast<std::int64_t>(maxY) - minY + 3;
+    if (across * down > kMostBoxCells) return;
+    boxX_ = minX - 1;
+    boxY_ = minY - 1;
+    boxAcross_ = across;
+    boxDown_ = down;
+    present_.assign(static_cast<std::size_t>((across * down + 63) / 64), 0);
+    for (const auto& entry : listed) {
+      const std::size_t bit = boxBit(xOf(entry.first), yOf(entry.first));
+      present_[bit / 64] |= std::uint64_t{1} << (bit % 64);
+    }
+  }
+  bool maybePresent(Int32 x, Int32 y) const {
+    if (present_.empty()) return true;
+    if (x < boxX_ || y < boxY_ || x - boxX_ >= boxAcross_ || y - boxY_ >= boxDown_) return false;
+    const std::size_t bit = boxBit(x, y);
+    return (present_[bit / 64] >> (bit % 64) & 1) != 0;
+  }
+  void forget(Int32 x, Int32 y) {
+    if (present_.empty() || !maybePresent(x, y)) return;
+    const std::size_t bit = boxBit(x, y);
+    present_[bit / 64] &= ~(std::uint64_t{1} << (bit % 64));
+  }
+  std::size_t boxBit(Int32 x, Int32 y) const {
+    return static_cast<std::size_t>((static_cast<std::int64_t>(x) - boxX_) * boxDown_ + (y - boxY_));
   }
 
   Int32 scan(float ax, float ay, Int32 from, Int32 to) const {
@@ -166,6 +217,13 @@ class FreePixels {
   std::vector<Position> positions_;
   PositionMap byKey_{0};
   std::vector<Int32> odd_;
+  // Bits for the listing's box: at most 32 MB of them.
+  static constexpr std::int64_t kMostBoxCells = std::int64_t{1} << 28;
+  std::vector<std::uint64_t> present_;
+  Int32 boxX_ = 0;
+  Int32 boxY_ = 0;
+  std::int64_t boxAcross_ = 0;
+  std::int64_t boxDown_ = 0;
 };
 
 void useUp(LineRecord& r) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <functional>
 
 #include "base/host.h"
 #include "base/line_tables.h"
@@ -54,6 +55,52 @@ TEST(LineTables, FreshTablesReadZeroToTheirLastRecordAndCopiesAreWhole) {
     RecordTable moved = std::move(t);
     EXPECT_EQ(moved[last].x1, 9.0F);
     EXPECT_THROW(t[0], IndexError) << "a table moved from holds nothing";  // NOLINT(bugprone-use-after-move)
+  }
+}
+
+// Tables from the heap hand their blocks on to the next table of their size
+// on the thread, cleared only as far as they were written: whatever wrote
+// them, the next table reads zero throughout.
+TEST(LineTables, AHeapTableReadsZeroWhereTheTableBeforeItWrote) {
+  constexpr Int32 kLast = 20000;
+  struct Case {
+    const char* name;
+    std::function<void()> use;  // writes tables of kLast and 2 * kLast records, then lets them go
+  };
+  const Case cases[] = {
+      {"records written", [] { RecordTable("T", kLast, false)[kLast - 1] = {1, 2, 3, 4, 5}; }},
+      {"the count", [] { RecordTable("T", kLast, false).count() = 9; }},
+      {"a copy",
+       [] {
+         RecordTable t("T", kLast, false);
+         t[kLast] = {1, 1, 1, 1, 1};
+         const RecordTable copy = t;
+       }},
+      {"a table moved over another",
+       [] {
+         RecordTable t("T", kLast, false);
+         t[kLast / 2].x1 = 3;
+         RecordTable other("T", kLast, false);
+         other[7].y2 = 4;
+         t = std::move(other);
+       }},
+      {"a grown table",
+       [] {
+         RecordTable t("T", kLast, false);
+         t.setGrowable(true);
+         t[kLast].x2 = 6;
+         ASSERT_TRUE(t.reserve(2 * kLast));
+         t[2 * kLast - 1].y1 = 8;
+       }},
+  };
+  for (const Case& c : cases) {
+    c.use();
+    for (const Int32 last : {kLast, 2 * kLast}) {
+      const RecordTable next("T", last, false);
+      for (Int32 i = 0; i <= last; ++i) {
+        ASSERT_EQ(next[i], LineRecord{}) << c.name << ": record " << i << " of " << last;
+      }
+    }
   }
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <functional>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "base/errors.h"
@@ -166,6 +167,76 @@ TEST(StageChain, LettingPicturesGoGivesTheSameDrawing) {
     return segments(chain.session);
   };
   EXPECT_EQ(run(Retention::letGo), run(Retention::keepAll));
+}
+
+// A chain for the drawing alone makes no picture between the blur's last
+// run and the listing, yet tells every stage's outcome, reports the same
+// progress from stage 3 on and gives the same drawing as a chain that keeps
+// them all, whichever way stage 3 goes and wherever a limit stops the run.
+TEST(StageChain, DrawingOnlyGivesTheOutcomesAndDrawingOfOneThatKeepsAll) {
+  struct Case {
+    const char* name;
+    Picture picture;
+    ThresholdMode mode;
+    RasterLimits limits;
+    Int32 blurRuns = 2;
+  };
+  RasterLimits wideBlackWhite;
+  wideBlackWhite.blackWhite = 6000;
+  const std::vector<Case> cases = {
+      {"a drawing", drawing(220, 160, 5), ThresholdMode::fixed, {}},
+      {"a drawing at a chosen threshold", drawing(220, 160, 6), ThresholdMode::automatic, {}},
+      {"under 10 pixels wide", drawing(9, 60, 3), ThresholdMode::fixed, {}},
+      {"black and white past 1500", makeFilledPicture(12, 1501, kWhite), ThresholdMode::fixed, {}},
+      {"one blur, past the filters", drawing(1502, 20, 4), ThresholdMode::fixed, {}, 1},
+      {"one blur, under 10 rows", drawing(40, 9, 8), ThresholdMode::fixed, {}, 1},
+      {"a listing past the table", combOfLines(402, 502), ThresholdMode::fixed, {}},
+      {"thinning past the grid", makeFilledPicture(5601, 11, kBlack), ThresholdMode::fixed, wideBlackWhite, 0},
+  };
+  struct Run {
+    std::vector<StageOutcome> outcomes;
+    std::vector<std::pair<Stage, double>> reported;
+    std::vector<LineRecord> segments;
+    Int32 listed = 0;
+    float previewFactor = 0.0F;
+    bool thinnedPicture = false;
+  };
+  for (const Case& c : cases) {
+    auto run = [&](Retention retention) {
+      RasterContext context(c.limits);
+      Run out;
+      // The blur's bar does not follow a last run left to stage 3.
+      FractionReport report([&](Stage stage, double fraction) {
+        if (stage != Stage::blur) out.reported.emplace_back(stage, fraction);
+      });
+      StageChain chain(context, report, ChainOptions{retention});
+      chain.setOriginal(c.picture);
+      StageParams params;
+      params.blurRuns = c.blurRuns;
+      params.thresholdSetting.mode = c.mode;
+      out.outcomes = chain.run(Stage::rescale, params);
+      out.thinnedPicture = out.outcomes.back().stage == Stage::simplify && chain.picture(Stage::thin);
+      out.segments = segments(chain.session);
+      out.listed = chain.session.LineTable.count();
+      out.previewFactor = chain.previewFactor();
+      return out;
+    };
+    const Run all = run(Retention::keepAll);
+    const Run alone = run(Retention::drawingOnly);
+    EXPECT_FALSE(alone.thinnedPicture) << c.name << ": the lines are listed, not painted";
+    ASSERT_EQ(alone.outcomes.size(), all.outcomes.size()) << c.name;
+    for (std::size_t i = 0; i < all.outcomes.size(); ++i) {
+      const StageOutcome& a = all.outcomes[i];
+      const StageOutcome& b = alone.outcomes[i];
+      EXPECT_EQ(std::tie(a.stage, a.kind, a.reason, a.width, a.height, a.count, a.limit, a.value),
+                std::tie(b.stage, b.kind, b.reason, b.width, b.height, b.count, b.limit, b.value))
+          << c.name << ", " << stageName(a.stage) << ": " << b.reason;
+    }
+    EXPECT_EQ(alone.reported, all.reported) << c.name;
+    EXPECT_EQ(alone.segments, all.segments) << c.name;
+    EXPECT_EQ(alone.listed, all.listed) << c.name;
+    EXPECT_EQ(alone.previewFactor, all.previewFactor) << c.name;
+  }
 }
 
 // Chains with contexts of their own share nothing: on two threads at once
