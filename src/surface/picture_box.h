@@ -158,9 +158,9 @@ class PictureBox {
   double toPixelY(float y) const { return y / unitsPerPixelY(scaleMode_); }
   void plot(Int32 x, Int32 y, Colour pen);
   void dot(Int32 x, Int32 y, Colour pen);
-  // The pixels of a line between two points in pixels, ends rounded; false
-  // when it lies wholly beyond the bitmap and nothing was drawn.
-  bool stroke(double x1, double y1, double x2, double y2, Colour pen);
+  // The pixels of a line between two pixels; false when it lies wholly
+  // beyond the bitmap and nothing was drawn.
+  bool stroke(Int32 ax, Int32 ay, Int32 bx, Int32 by, Colour pen);
   void touch() { ++version_; }
 
   float unitsPerPixel_;

@@ -71,7 +71,11 @@ void PictureBox::Line(float x1, float y1, float x2, float y2, std::optional<Colo
   // The scale looked up once for both ends, as toPixelX and toPixelY divide.
   const double ux = unitsPerPixelX(scaleMode_);
   const double uy = unitsPerPixelY(scaleMode_);
-  if (stroke(x1 / ux, y1 / uy, x2 / ux, y2 / uy, pen)) touch();
+  const Int32 ax = roundToInt32(x1 / ux);
+  const Int32 ay = roundToInt32(y1 / uy);
+  const Int32 bx = roundToInt32(x2 / ux);
+  const Int32 by = roundToInt32(y2 / uy);
+  if (stroke(ax, ay, bx, by, pen)) touch();
   CurrentX = x2;
   CurrentY = y2;
 }
@@ -81,21 +85,30 @@ void PictureBox::Lines(std::span<const float> ends, std::optional<Colour> colour
   const double ux = unitsPerPixelX(scaleMode_);
   const double uy = unitsPerPixelY(scaleMode_);
   bool drawn = false;
+  // A line that starts where the last one ended takes that end's pixel
+  // rather than working it out again.
+  float lastX = 0.0F;
+  float lastY = 0.0F;
+  Int32 bx = 0;
+  Int32 by = 0;
   for (std::size_t i = 0; i + 4 <= ends.size(); i += 4) {
-    drawn = stroke(ends[i] / ux, ends[i + 1] / uy, ends[i + 2] / ux, ends[i + 3] / uy, pen) || drawn;
+    const bool joined = i > 0 && ends[i] == lastX && ends[i + 1] == lastY;
+    const Int32 ax = joined ? bx : roundToInt32(ends[i] / ux);
+    const Int32 ay = joined ? by : roundToInt32(ends[i + 1] / uy);
+    lastX = ends[i + 2];
+    lastY = ends[i + 3];
+    bx = roundToInt32(lastX / ux);
+    by = roundToInt32(lastY / uy);
+    drawn = stroke(ax, ay, bx, by, pen) || drawn;
   }
   if (ends.size() >= 4) {
-    CurrentX = ends[ends.size() / 4 * 4 - 2];
-    CurrentY = ends[ends.size() / 4 * 4 - 1];
+    CurrentX = lastX;
+    CurrentY = lastY;
   }
   if (drawn) touch();
 }
 
-bool PictureBox::stroke(double x1, double y1, double x2, double y2, Colour pen) {
-  Int32 ax = roundToInt32(x1);
-  Int32 ay = roundToInt32(y1);
-  const Int32 bx = roundToInt32(x2);
-  const Int32 by = roundToInt32(y2);
+bool PictureBox::stroke(Int32 ax, Int32 ay, Int32 bx, Int32 by, Colour pen) {
   // A line wholly beyond one edge of the bitmap draws nothing; skipping it
   // keeps far-off coordinates from costing a loop over every pixel between.
   const Int32 reach = DrawWidth;
@@ -104,6 +117,9 @@ bool PictureBox::stroke(double x1, double y1, double x2, double y2, Colour pen) 
     return false;
   }
   if (!bitmap_ || bitmap_.use_count() > 1) mutableBits();
+  // A one-pixel pen that paints its colour as it is sets each pixel in place.
+  const bool plain = DrawWidth <= 1 && DrawMode == 13;
+  Colour* const bits = bitmap_.get();
   const Int32 dx = std::abs(bx - ax);
   const Int32 dy = -std::abs(by - ay);
   const Int32 sx = ax < bx ? 1 : -1;
@@ -111,7 +127,11 @@ bool PictureBox::stroke(double x1, double y1, double x2, double y2, Colour pen) 
   long long err = static_cast<long long>(dx) + dy;
   // Both end points are drawn, so that a polyline has no gaps at its corners.
   for (;;) {
-    dot(ax, ay, pen);
+    if (!plain) {
+      dot(ax, ay, pen);
+    } else if (ax >= 0 && ay >= 0 && ax < innerW_ && ay < innerH_) {
+      bits[static_cast<std::size_t>(ay) * innerW_ + ax] = pen;
+    }
     if (ax == bx && ay == by) break;
     const long long e2 = 2 * err;
     if (e2 >= dy) {

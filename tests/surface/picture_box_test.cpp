@@ -60,26 +60,43 @@ TEST(PictureBox, AUserScaleMapsItsRangeAcrossTheBoxButNotDevicePixels) {
 }
 
 // Many lines in one call set the pixels that Line sets one line at a time,
-// whatever the scale, pen width and ends (ties, beyond the box, a point).
+// whatever the scale, pen and ends (ties, beyond the box, a point, lines
+// joined end to start).
 TEST(PictureBox, LinesDrawWhatLineDrawsOneByOne) {
   std::vector<float> ends = {0.5F, 0.5F, 9.5F, 2.5F, -40, 3, -20, 30, 7, 7, 7, 7, 2, 30, 12, -1};
   std::uint32_t state = 7;
-  for (int i = 0; i < 400; ++i) {
+  const auto next = [&] {
     state = state * 1664525U + 1013904223U;
-    ends.push_back(static_cast<float>(static_cast<int>(state >> 8) % 260 - 30) / 4.0F);
+    return static_cast<float>(static_cast<int>(state >> 8) % 260 - 30) / 4.0F;
+  };
+  for (int i = 0; i < 400; ++i) ends.push_back(next());
+  float x = next();
+  float y = next();
+  for (int i = 0; i < 60; ++i) {
+    const float toX = x + next() / 8.0F;
+    const float toY = y + next() / 8.0F;
+    ends.insert(ends.end(), {x, y, toX, toY});
+    x = toX;
+    y = toY;
   }
-  for (const int width : {1, 3}) {
+  struct Pen {
+    Int16 width;
+    Int16 mode;
+  };
+  for (const Pen pen : {Pen{1, 13}, Pen{3, 13}, Pen{1, 7}}) {
     PictureBox one = boxOf(60, 40);
     PictureBox all = boxOf(60, 40);
     for (PictureBox* box : {&one, &all}) {
       box->setScaleWidth(45);  // a scale that leaves ends between pixels
       box->setScaleHeight(30);
-      box->DrawWidth = static_cast<Int16>(width);
+      box->DrawWidth = pen.width;
+      box->DrawMode = pen.mode;
     }
     for (std::size_t i = 0; i + 4 <= ends.size(); i += 4)
       one.Line(ends[i], ends[i + 1], ends[i + 2], ends[i + 3], kRed);
     all.Lines(ends, kRed);
-    ASSERT_TRUE(std::equal(one.bits(), one.bits() + 60 * 40, all.bits())) << "pen " << width;
+    ASSERT_TRUE(std::equal(one.bits(), one.bits() + 60 * 40, all.bits()))
+        << "pen " << pen.width << ", mode " << pen.mode;
     EXPECT_EQ(all.CurrentX, one.CurrentX);
     EXPECT_EQ(all.CurrentY, one.CurrentY);
   }

@@ -1,0 +1,80 @@
+// The review page's share of a picture's run, part by part, on a 1200 x 900
+// line drawing: the original painted into the preview box, the centre lines
+// drawn over it, and the grey picture, its halving and their files.
+
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+
+#include "batch/report_pictures.h"
+#include "line_drawing.h"
+#include "pipeline/preview.h"
+
+namespace quern {
+namespace {
+
+constexpr Int32 kWidth = 1200;
+constexpr Int32 kHeight = 900;
+
+PictureBox laidOut() {
+  PictureBox box(static_cast<float>(kTwipsPerPixel), 0);
+  layOutPreview(box, kWidth, kHeight);
+  return box;
+}
+
+// Ten thousand short segments over the picture in polylines of twenty, as
+// a traced drawing has them.
+RecordTable segments() {
+  RecordTable table("bench", 20000);
+  std::uint32_t state = 99;
+  const auto next = [&](Int32 range) {
+    state = state * 1664525U + 1013904223U;
+    return static_cast<float>((state >> 8) % static_cast<std::uint32_t>(range));
+  };
+  table.count() = 10000;
+  for (Int32 i = 1; i <= table.count(); ++i) {
+    LineRecord& r = table[i];
+    const bool starts = i % 20 == 1;
+    r.x1 = starts ? next(kWidth) : table[i - 1].x2;
+    r.y1 = starts ? next(kHeight) : table[i - 1].y2;
+    r.x2 = r.x1 + next(7) - 3;
+    r.y2 = r.y1 + next(7) - 3;
+  }
+  return table;
+}
+
+void BM_PreviewPaint(benchmark::State& state) {
+  const Picture original = bench::makeLineDrawing(kWidth, kHeight, 7);
+  for (auto _ : state) {
+    PictureBox box = laidOut();
+    box.PaintPicture(original, 0.0F, 0.0F, static_cast<float>(kWidth), static_cast<float>(kHeight));
+    benchmark::DoNotOptimize(box.bits());
+  }
+}
+BENCHMARK(BM_PreviewPaint)->Unit(benchmark::kMicrosecond);
+
+void BM_PreviewLines(benchmark::State& state) {
+  const RecordTable table = segments();
+  PictureBox box = laidOut();
+  for (auto _ : state) {
+    drawSegments(table, box, 1.0F);
+    benchmark::DoNotOptimize(box.bits());
+  }
+}
+BENCHMARK(BM_PreviewLines)->Unit(benchmark::kMicrosecond);
+
+void BM_ReviewPictures(benchmark::State& state) {
+  const Picture original = bench::makeLineDrawing(kWidth, kHeight, 7);
+  PictureBox box = laidOut();
+  box.PaintPicture(original, 0.0F, 0.0F, static_cast<float>(kWidth), static_cast<float>(kHeight));
+  drawSegments(segments(), box, 1.0F);
+  for (auto _ : state) {
+    const ReviewPicture page = reviewPicture(box, kRed);
+    benchmark::DoNotOptimize(bmpFileOf(page, kRed));
+    benchmark::DoNotOptimize(dataUri("image/bmp", bmpFileOf(halved(page), kRed)));
+  }
+}
+BENCHMARK(BM_ReviewPictures)->Unit(benchmark::kMicrosecond);
+
+}  // namespace
+}  // namespace quern
