@@ -13,11 +13,9 @@ namespace quern {
 namespace {
 
 constexpr std::size_t kMappedFrom = 256 * 1024;
-// The size of a large page where the system has them, and the smallest
-// block worth advising: below it most of the block would lie outside the
-// large pages it holds.
-constexpr std::size_t kLargePage = 2 * 1024 * 1024;
-constexpr std::size_t kAdvisedFrom = 4 * kLargePage;
+// The smallest block prefaultBlock faults in, and the page it counts in.
+constexpr std::size_t kPrefaultFrom = 8 * 1024 * 1024;
+constexpr std::size_t kPage = 4096;
 
 // Set once this thread's spares are gone: a table freed later, at the
 // thread's or the process's end, is simply freed.
@@ -77,7 +75,6 @@ void* allocateZeroed(std::size_t bytes, std::size_t& mapped, bool mapLarge) {
   }
   void* p = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (p == MAP_FAILED) return nullptr;
-  adviseLargePages(p, bytes);
   mapped = bytes;
   return p;
 }
@@ -100,16 +97,16 @@ void recycleZeroed(void* block, std::size_t bytes, std::size_t dirty) noexcept {
   spares().keep(block, bytes, dirty);
 }
 
-void adviseLargePages(void* block, std::size_t bytes) noexcept {
-#ifdef MADV_HUGEPAGE
-  if (block == nullptr || bytes < kAdvisedFrom) return;
-  // Only whole large pages inside the block: the advice covers whole pages,
-  // and its neighbours on the heap are none of this block's business.
+void prefaultBlock(void* block, std::size_t bytes) noexcept {
+#ifdef MADV_POPULATE_WRITE
+  if (block == nullptr || bytes < kPrefaultFrom) return;
+  // Whole pages inside the block only: its neighbours on the heap are none
+  // of its business.
   const auto start = reinterpret_cast<std::uintptr_t>(block);
-  const std::uintptr_t first = (start + kLargePage - 1) & ~(kLargePage - 1);
-  const std::uintptr_t last = (start + bytes) & ~(kLargePage - 1);
-  // Advice, not a demand: where it is refused the block keeps small pages.
-  if (last > first) ::madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+  const std::uintptr_t first = (start + kPage - 1) & ~(kPage - 1);
+  const std::uintptr_t last = (start + bytes) & ~(kPage - 1);
+  // Where the call is refused, the pages fault in as they are written.
+  if (last > first) ::madvise(reinterpret_cast<void*>(first), last - first, MADV_POPULATE_WRITE);
 #else
   (void)block;
   (void)bytes;

@@ -21,27 +21,28 @@ void freeZeroed(void* block, std::size_t mapped) noexcept;
 // clearing the whole block. A thread keeps a few such blocks.
 void recycleZeroed(void* block, std::size_t bytes, std::size_t dirty) noexcept;
 
-// Asks the system to back a large block, not yet written, with large pages
-// where it offers them: a picture of many megabytes then costs a few hundred
-// page faults instead of tens of thousands. Small blocks are left alone.
-void adviseLargePages(void* block, std::size_t bytes) noexcept;
+// Has the system fault in a large block that is about to be written whole,
+// in one call instead of a trap per page: a picture of many megabytes then
+// costs one call instead of tens of thousands of page faults. Small blocks,
+// and systems without the call, are left to fault as they are written.
+void prefaultBlock(void* block, std::size_t bytes) noexcept;
 
-// An allocator for vectors of large working stores: adviseLargePages on
-// every block it gives.
+// An allocator for vectors of large working stores that are written whole
+// as soon as they are made: prefaultBlock on every block it gives.
 template <typename T>
-struct LargePageAllocator {
+struct PrefaultAllocator {
   using value_type = T;
-  LargePageAllocator() = default;
+  PrefaultAllocator() = default;
   template <typename U>
-  LargePageAllocator(const LargePageAllocator<U>&) noexcept {}
+  PrefaultAllocator(const PrefaultAllocator<U>&) noexcept {}
   T* allocate(std::size_t n) {
     T* p = std::allocator<T>().allocate(n);
-    adviseLargePages(p, n * sizeof(T));
+    prefaultBlock(p, n * sizeof(T));
     return p;
   }
   void deallocate(T* p, std::size_t n) noexcept { std::allocator<T>().deallocate(p, n); }
   template <typename U>
-  bool operator==(const LargePageAllocator<U>&) const noexcept {
+  bool operator==(const PrefaultAllocator<U>&) const noexcept {
     return true;
   }
 };

@@ -215,14 +215,15 @@ void smoothEachRow(const Colour* bits, Int32 width, Int32 height, const std::fun
     for (Int32 y = 0; y < height; ++y) row(y, source(y));
     return;
   }
-  // Each row starts as its source, which keeps the outer band; the inside
-  // is then written over.
+  // The inside of each row is written whole; its first and last pixels
+  // are the outer band, kept from the source.
   std::vector<Colour> out(stride);
   row(0, source(0));
   smoothRows(
       source, width, height, width - 1,
       [&](Int32 y) {
-        std::copy_n(source(y), stride, out.data());
+        out.front() = source(y)[0];
+        out.back() = source(y)[stride - 1];
         return out.data();
       },
       [&](Int32 y) { row(y, out.data()); }, nullptr);

@@ -104,7 +104,7 @@ class ThinGrid {
   Int16 gridheight_ = 0;
   Int16 thincycle_ = 0;
   Int32 foreground_ = 0;
-  using Cells = std::vector<std::uint8_t, LargePageAllocator<std::uint8_t>>;
+  using Cells = std::vector<std::uint8_t, PrefaultAllocator<std::uint8_t>>;
   Cells byColumn_;  // cell (x, y) at x * (height + 1) + y
   Cells byRow_;     // cell (x, y) at y * (width + 1) + x
 

@@ -36,7 +36,7 @@ PixelBuffer allocatePixels(long long count, long long limit) {
   // Left uninitialised: every caller writes the whole buffer before reading it.
   const auto n = static_cast<std::size_t>(std::max(count, 1LL));
   PixelBuffer pixels(new Colour[n]);
-  adviseLargePages(pixels.get(), n * sizeof(Colour));
+  prefaultBlock(pixels.get(), n * sizeof(Colour));
   return pixels;
 }
 
