@@ -38,6 +38,8 @@ namespace quern {
 // Folders whose sync waits for the end of a batch: every output renamed
 // into a folder is synced as it is written, and the folder, which holds the
 // new name, once when this is destroyed, however many drawings went into it.
+// An output staged with Sync::atEnd waits with its folder: its file system is
+// then synced once, data and names together, instead of file by file.
 // Output sets on several threads may share one.
 class FolderSyncs {
  public:
@@ -46,11 +48,13 @@ class FolderSyncs {
   FolderSyncs& operator=(const FolderSyncs&) = delete;
   ~FolderSyncs();
   void add(const std::string& folder);
+  void addWhole(const std::string& folder);
   std::size_t pending() const;
 
  private:
   mutable std::mutex lock_;
   std::set<std::string> folders_;
+  std::set<std::string> wholeFolders_;
 };
 
 class OutputSet {
@@ -68,9 +72,14 @@ class OutputSet {
   OutputSet(const OutputSet&) = delete;
   OutputSet& operator=(const OutputSet&) = delete;
 
+  // When a file's bytes go to disk: as it is written, or, for files that can
+  // be made again (the review page's previews), with the batch's folders at
+  // its end. Without folder syncs to wait with, every file is synced at once.
+  enum class Sync { atOnce, atEnd };
+
   // Stages content as the new contents of path. Refuses a path that is the
   // same file as an output already staged.
-  void add(const std::string& path, std::string_view content);
+  void add(const std::string& path, std::string_view content, Sync sync = Sync::atOnce);
   // Puts every staged output in place, or none of them.
   void commit();
   // Names staged so far, as given.

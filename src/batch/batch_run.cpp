@@ -7,8 +7,8 @@
 #include <condition_variable>
 #include <filesystem>
 #include <iostream>
-#include <new>
 #include <mutex>
+#include <new>
 #include <sstream>
 #include <thread>
 
@@ -283,7 +283,11 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
     if (preview && !box) throw FileError("cannot make the preview " + *preview + ": " + noBox);
     if (box) {
       PreviewImages images = previewImages(*box, &chain.segments(), chain.previewFactor(), preview, review);
-      if (preview) outputs.add(*preview, images.file);
+      // The page's own previews can be made again: they wait for one sync at the batch's end.
+      if (preview) {
+        outputs.add(*preview, images.file,
+                    review == Review::thumbnailAndPagePreview ? OutputSet::Sync::atEnd : OutputSet::Sync::atOnce);
+      }
       result.thumbnail = std::move(images.thumbnail);
       result.preview = preview.value_or("");
     }

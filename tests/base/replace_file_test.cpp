@@ -116,6 +116,21 @@ TEST(OutputSet, ABatchSyncsEachFolderOnceAtItsEnd) {
   replaceFile(a.file("alone.dxf"), "x");
   EXPECT_EQ(syncs.pending(), 2U);
   EXPECT_EQ(testing::readAll(a / "two.dxf"), "two.dxf");
+  // Files that wait for the end go in place now; their folder's file system
+  // is then synced as a whole, once.
+  for (const char* name : {"one.bmp", "two.bmp"}) {
+    OutputSet set(options);
+    set.add(a.file(name), name, OutputSet::Sync::atEnd);
+    set.commit();
+  }
+  EXPECT_EQ(syncs.pending(), 3U);
+  EXPECT_EQ(testing::readAll(a / "two.bmp"), "two.bmp");
+  // With nothing to wait with, such a file is synced at once like any other.
+  OutputSet alone;
+  alone.add(b.file("alone.bmp"), "now", OutputSet::Sync::atEnd);
+  alone.commit();
+  EXPECT_EQ(testing::readAll(b / "alone.bmp"), "now");
+  EXPECT_EQ(syncs.pending(), 3U);
 }
 
 }  // namespace
