@@ -309,16 +309,27 @@ struct OutputSet::Output {
 };
 
 FolderSyncs::~FolderSyncs() {
+  syncAll();
+}
+
+std::string FolderSyncs::syncAll() {
+  const std::lock_guard<std::mutex> hold(lock_);
   for (const std::string& folder : folders_) syncFolderNow(folder);
+  folders_.clear();
   // One sync of the file system puts every waiting file's bytes and name on
   // disk: cheaper than a sync for each when there are many.
+  std::string failure;
   for (const std::string& folder : wholeFolders_) {
     const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd >= 0) {
-      if (::syncfs(fd) != 0) ::fsync(fd);
-      ::close(fd);
+    const int error = fd < 0 ? errno : ::syncfs(fd) != 0 ? errno : 0;
+    if (fd >= 0) ::close(fd);
+    if (error != 0 && failure.empty()) {
+      failure = "the files written to \"" + folder +
+                "\" could not be synced to disk: " + std::generic_category().message(error);
     }
   }
+  wholeFolders_.clear();
+  return failure;
 }
 
 void FolderSyncs::add(const std::string& folder) {

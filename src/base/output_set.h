@@ -37,19 +37,23 @@ namespace quern {
 // Throws FileError naming the file and the reason.
 // Folders whose sync waits for the end of a batch: every output renamed
 // into a folder is synced as it is written, and the folder, which holds the
-// new name, once when this is destroyed, however many drawings went into it.
-// An output staged with Sync::atEnd waits with its folder: its file system is
-// then synced once, data and names together, instead of file by file.
+// new name, once at the end, however many drawings went into it. An output
+// staged with Sync::atEnd waits with its folder: its file system is then
+// synced once, data and names together, instead of file by file.
 // Output sets on several threads may share one.
 class FolderSyncs {
  public:
   FolderSyncs() = default;
   FolderSyncs(const FolderSyncs&) = delete;
   FolderSyncs& operator=(const FolderSyncs&) = delete;
+  // Syncs what still waits; a failure then goes unreported.
   ~FolderSyncs();
   void add(const std::string& folder);
   void addWhole(const std::string& folder);
   std::size_t pending() const;
+  // Syncs everything that waits, and says why a file system that held
+  // waiting files could not be synced ("" when all went to disk).
+  std::string syncAll();
 
  private:
   mutable std::mutex lock_;

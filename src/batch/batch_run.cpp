@@ -272,22 +272,20 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
     OutputSet::Options writing;
     writing.folderSyncs = folderSyncs;
     OutputSet outputs(writing);
+    // In a batch of many, every file waits for one sync of its file system at the end.
+    const OutputSet::Sync sync = folderSyncs ? OutputSet::Sync::atEnd : OutputSet::Sync::atOnce;
     if (drawing != "-") {
       result.drawing = withDxfExtension(drawing);
-      outputs.add(result.drawing, dxf);
+      outputs.add(result.drawing, dxf, sync);
     }
     if (args.svg) {
-      outputs.add(*args.svg, options.fit ? svgDrawing(fitted, options) : svgDrawing(chain.segments(), options));
+      outputs.add(*args.svg, options.fit ? svgDrawing(fitted, options) : svgDrawing(chain.segments(), options), sync);
       result.svg = *args.svg;
     }
     if (preview && !box) throw FileError("cannot make the preview " + *preview + ": " + noBox);
     if (box) {
       PreviewImages images = previewImages(*box, &chain.segments(), chain.previewFactor(), preview, review);
-      // The page's own previews can be made again: they wait for one sync at the batch's end.
-      if (preview) {
-        outputs.add(*preview, images.file,
-                    review == Review::thumbnailAndPagePreview ? OutputSet::Sync::atEnd : OutputSet::Sync::atOnce);
-      }
+      if (preview) outputs.add(*preview, images.file, sync);
       result.thumbnail = std::move(images.thumbnail);
       result.preview = preview.value_or("");
     }
@@ -370,7 +368,7 @@ std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) 
   const RunPlan plan = planRun(args);
   if (!plan.error.empty()) throw QuernError(plan.error);
   makeReportFolder(args);
-  // Every drawing is synced as it is written; its folder once, at the end.
+  // The files go to disk together at the end: one sync of each file system.
   FolderSyncs folders;
   std::vector<BatchResult> results(args.pictures.size());
   std::atomic<std::size_t> next{0};
@@ -409,6 +407,14 @@ std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) 
     work();
   }
   for (std::thread& t : workers) t.join();
+  // A drawing is written only once it is on disk.
+  if (const std::string failure = folders.syncAll(); !failure.empty()) {
+    for (BatchResult& r : results) {
+      if (!r.ok()) continue;
+      r.failedAt = "writing";
+      r.error = failure;
+    }
+  }
   return results;
 }
 

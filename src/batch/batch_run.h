@@ -57,7 +57,8 @@ RunPlan planRun(const BatchArgs& args);
 // or none. A picture that could not be loaded, a stage that refused or
 // failed, an output that could not be written or memory that ran out writes
 // nothing: every existing file stays as it was. `progress` may be null.
-// `folderSyncs`, when given, holds the folders' syncs until the batch ends.
+// `folderSyncs`, when given, holds the files' and folders' syncs until the
+// batch ends (one sync of each file system, then).
 // `review` asks for the review page's thumbnail, the preview made small (a
 // picture that loaded but failed a stage still gets one, of the original
 // alone), and says whether `preview` is the page's own, in its colours.
