@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
-#include <sstream>
+#include <type_traits>
 
 #include "base/replace_file.h"
 
@@ -35,6 +35,48 @@ header dd{margin:0;font-size:18px;font-weight:bold}
 body.only-failed .card.ok{display:none}
 )";
 
+// The page as it is put together: text appended to one string, numbers in
+// decimal.
+struct PageText {
+  std::string text;
+  PageText& operator<<(std::string_view part) {
+    text += part;
+    return *this;
+  }
+  template <typename T>
+  requires std::is_integral_v<T> PageText& operator<<(T value) {
+    text += std::to_string(value);
+    return *this;
+  }
+};
+
+// The folder links are made from: the page's own, in whole.
+fs::path folderOfPage(const std::string& page) {
+  return fs::absolute(fs::path(page)).parent_path().lexically_normal();
+}
+
+// A link from `folder` to `target`, as linkFrom makes it.
+std::string linkFromFolder(const fs::path& folder, const std::string& target) {
+  const fs::path whole = fs::absolute(fs::path(target)).lexically_normal();
+  const fs::path relative = whole.lexically_relative(folder);
+  const std::string path = relative.empty() ? whole.string() : relative.string();
+  std::string out;
+  if (relative.empty()) out = "file://";
+  static constexpr char kHex[] = "0123456789ABCDEF";
+  for (unsigned char c : path) {
+    const bool plain = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' ||
+                       c == '.' || c == '_' || c == '~' || c == '/';
+    if (plain) {
+      out += static_cast<char>(c);
+    } else {
+      out += '%';
+      out += kHex[c >> 4];
+      out += kHex[c & 15];
+    }
+  }
+  return out;
+}
+
 std::string seconds2(double s) {
   char text[32];
   std::snprintf(text, sizeof text, "%.2f", s);
@@ -46,11 +88,11 @@ std::string baseName(const std::string& path) {
   return name.empty() ? path : name;
 }
 
-void item(std::ostringstream& out, std::string_view term, const std::string& value) {
+void item(PageText& out, std::string_view term, const std::string& value) {
   out << "<dt>" << term << "</dt><dd>" << htmlText(value) << "</dd>";
 }
 
-void card(std::ostringstream& out, const std::string& page, const BatchResult& r) {
+void card(PageText& out, const fs::path& folder, const BatchResult& r) {
   const std::string name = r.picture.empty() ? std::string("built-in picture") : baseName(r.picture);
   out << "<article class=\"card " << (r.ok() ? "ok" : "failed") << "\" data-ok=\"" << (r.ok() ? 1 : 0) << "\">\n";
   out << "<div class=\"thumb\">";
@@ -58,7 +100,7 @@ void card(std::ostringstream& out, const std::string& page, const BatchResult& r
     // A click shows the preview, or the picture itself when the stages
     // stopped before there was a drawing to lay over it.
     const std::string full = !r.preview.empty() ? r.preview : r.picture;
-    if (!full.empty()) out << "<a href=\"" << linkFrom(page, full) << "\">";
+    if (!full.empty()) out << "<a href=\"" << linkFromFolder(folder, full) << "\">";
     out << "<img src=\"" << r.thumbnail << "\" alt=\"" << htmlText(name) << "\">";
     if (!full.empty()) out << "</a>";
   } else {
@@ -84,8 +126,8 @@ void card(std::ostringstream& out, const std::string& page, const BatchResult& r
     out << "</ul>\n";
   }
   if (r.ok()) {
-    out << "<p class=\"links\"><a href=\"" << linkFrom(page, r.drawing) << "\">DXF</a>";
-    if (!r.svg.empty()) out << " <a href=\"" << linkFrom(page, r.svg) << "\">SVG</a>";
+    out << "<p class=\"links\"><a href=\"" << linkFromFolder(folder, r.drawing) << "\">DXF</a>";
+    if (!r.svg.empty()) out << " <a href=\"" << linkFromFolder(folder, r.svg) << "\">SVG</a>";
     out << "</p>\n";
   }
   out << "</article>\n";
@@ -121,25 +163,7 @@ std::string htmlText(std::string_view text) {
 }
 
 std::string linkFrom(const std::string& page, const std::string& target) {
-  const fs::path folder = fs::absolute(fs::path(page)).parent_path().lexically_normal();
-  const fs::path whole = fs::absolute(fs::path(target)).lexically_normal();
-  const fs::path relative = whole.lexically_relative(folder);
-  const std::string path = relative.empty() ? whole.string() : relative.string();
-  std::string out;
-  if (relative.empty()) out = "file://";
-  static constexpr char kHex[] = "0123456789ABCDEF";
-  for (unsigned char c : path) {
-    const bool plain = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' ||
-                       c == '.' || c == '_' || c == '~' || c == '/';
-    if (plain) {
-      out += static_cast<char>(c);
-    } else {
-      out += '%';
-      out += kHex[c >> 4];
-      out += kHex[c & 15];
-    }
-  }
-  return out;
+  return linkFromFolder(folderOfPage(page), target);
 }
 
 std::string reportFolder(const std::string& page) {
@@ -163,7 +187,11 @@ std::string reportPage(const std::string& page, const std::vector<BatchResult>& 
     failed += r.ok() ? 0 : 1;
   }
 
-  std::ostringstream out;
+  PageText out;
+  std::size_t thumbnails = 0;
+  for (const BatchResult& r : results) thumbnails += r.thumbnail.size();
+  out.text.reserve(thumbnails + 2048 * (results.size() + 2));
+  const fs::path folder = folderOfPage(page);
   out << "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
       << "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
       << "<title>quernline-batch: " << results.size() << " pictures, " << failed << " failed</title>\n"
@@ -175,10 +203,10 @@ std::string reportPage(const std::string& page, const std::vector<BatchResult>& 
   out << "<div><dt>lines</dt><dd id=\"lines\">" << lines << "</dd></div>";
   out << "</dl>\n<label><input type=\"checkbox\" id=\"only-failed\"> failures only</label>\n</header>\n";
   out << "<main id=\"sheet\">\n";
-  for (const BatchResult* r : order) card(out, page, *r);
+  for (const BatchResult* r : order) card(out, folder, *r);
   out << "</main>\n<script>\ndocument.getElementById('only-failed').onchange = (e) =>\n"
       << "  document.body.classList.toggle('only-failed', e.target.checked);\n</script>\n</body>\n</html>\n";
-  return out.str();
+  return std::move(out.text);
 }
 
 void writeReport(const std::string& page, const std::vector<BatchResult>& results, double seconds) {
