@@ -85,44 +85,6 @@ StageParams paramsOf(const BatchArgs& args) {
   return p;
 }
 
-// The window's last preview, in a box of the picture's own shape (the
-// window's view is 400 pixels on its longer side): stage 6 draws on a
-// cleared box, over the original when it is kept. The box is laid out and
-// the original painted in as soon as the picture is loaded, so that the
-// stages need not keep the original for it.
-PictureBox previewBox(const Picture& original, bool keepOriginal) {
-  const Int32 w = pictureWidth(original);
-  const Int32 h = pictureHeight(original);
-  PictureBox box(static_cast<float>(kTwipsPerPixel), 0);
-  layOutPreview(box, w, h);
-  if (keepOriginal) box.PaintPicture(original, 0.0F, 0.0F, static_cast<float>(w), static_cast<float>(h));
-  return box;
-}
-
-// The preview's file bytes (a BMP when its name ends in ".bmp", else a PNG,
-// or the review page's own in its colours) and, for the review page, the box
-// halved as a data: URI; the lines are drawn once for all. Without segments
-// (a stage stopped) the box shows the original alone and only the thumbnail
-// is made.
-struct PreviewImages {
-  std::string file;
-  std::string thumbnail;
-};
-PreviewImages previewImages(PictureBox& box, const RecordTable* segments, float factor,
-                            const std::optional<std::string>& preview, Review review) {
-  if (segments) drawSegments(*segments, box, factor);
-  PreviewImages images;
-  const bool pagePreview = review == Review::thumbnailAndPagePreview;
-  const ReviewPicture page = review != Review::none ? reviewPicture(box, kRed) : ReviewPicture{};
-  if (preview && segments) {
-    images.file = pagePreview                  ? bmpFileOf(page, kRed)
-                  : preview->ends_with(".bmp") ? bmpFileOf(box)
-                                               : encodeBitmapPng(box);
-  }
-  if (review != Review::none) images.thumbnail = dataUri("image/bmp", bmpFileOf(halved(page), kRed));
-  return images;
-}
-
 // What stage 3 used, in words: the fixed or the chosen threshold, or the
 // local threshold's window and sensitivity.
 std::string thresholdUsed(const StageParams& params, const std::vector<StageOutcome>& outcomes) {

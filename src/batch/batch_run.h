@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "batch/batch_args.h"
+#include "batch/report_pictures.h"
 #include "pipeline/stage.h"
 
 namespace quern {
@@ -62,7 +63,6 @@ RunPlan planRun(const BatchArgs& args);
 // `review` asks for the review page's thumbnail, the preview made small (a
 // picture that loaded but failed a stage still gets one, of the original
 // alone), and says whether `preview` is the page's own, in its colours.
-enum class Review { none, thumbnail, thumbnailAndPagePreview };
 BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
                            const std::optional<std::string>& preview, ProgressLine* progress,
                            Review review = Review::none, FolderSyncs* folderSyncs = nullptr);

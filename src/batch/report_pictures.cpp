@@ -10,6 +10,7 @@
 
 #include "base/replace_file.h"
 #include "intake/picture_loader.h"
+#include "pipeline/preview.h"
 
 namespace quern {
 
@@ -202,6 +203,30 @@ void saveBoxPicture(const PictureBox& box, const std::string& path) {
   } else {
     saveBitmapPng(box, path);
   }
+}
+
+PictureBox previewBox(const Picture& original, bool keepOriginal) {
+  const Int32 w = pictureWidth(original);
+  const Int32 h = pictureHeight(original);
+  PictureBox box(static_cast<float>(kTwipsPerPixel), 0);
+  layOutPreview(box, w, h);
+  if (keepOriginal) box.PaintPicture(original, 0.0F, 0.0F, static_cast<float>(w), static_cast<float>(h));
+  return box;
+}
+
+PreviewImages previewImages(PictureBox& box, const RecordTable* segments, float factor,
+                            const std::optional<std::string>& preview, Review review) {
+  if (segments) drawSegments(*segments, box, factor);
+  PreviewImages images;
+  const bool pagePreview = review == Review::thumbnailAndPagePreview;
+  const ReviewPicture page = review != Review::none ? reviewPicture(box, kRed) : ReviewPicture{};
+  if (preview && segments) {
+    images.file = pagePreview                  ? bmpFileOf(page, kRed)
+                  : preview->ends_with(".bmp") ? bmpFileOf(box)
+                                               : encodeBitmapPng(box);
+  }
+  if (review != Review::none) images.thumbnail = dataUri("image/bmp", bmpFileOf(halved(page), kRed));
+  return images;
 }
 
 }  // namespace quern

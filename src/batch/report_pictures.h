@@ -1,13 +1,38 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "base/line_tables.h"
 #include "surface/picture_box.h"
 
 namespace quern {
+
+// What the review page asks of a picture's run: nothing, the thumbnail, or
+// the thumbnail and the preview as the page's own, in its colours.
+enum class Review { none, thumbnail, thumbnailAndPagePreview };
+
+// The window's last preview, in a box of the picture's own shape (the
+// window's view is 400 pixels on its longer side): stage 6 draws on a
+// cleared box, over the original when it is kept. The box is laid out and
+// the original painted in as soon as the picture is loaded, so that the
+// stages need not keep the original for it.
+PictureBox previewBox(const Picture& original, bool keepOriginal);
+
+// The preview's file bytes, when `preview` names a file and there are
+// segments (a BMP when its name ends in ".bmp", else a PNG, or the review
+// page's own in its colours), and for the review page the box halved as a
+// data: URI; the lines are drawn once for all. Without segments (a stage
+// stopped) the box shows the original alone and only the thumbnail is made.
+struct PreviewImages {
+  std::string file;
+  std::string thumbnail;
+};
+PreviewImages previewImages(PictureBox& box, const RecordTable* segments, float factor,
+                            const std::optional<std::string>& preview, Review review);
 
 // The box's bitmap as an uncompressed 24-bit BMP file. The review page's
 // previews are written this way: a browser shows them as well as a PNG, and
