@@ -116,10 +116,9 @@ bool PictureBox::stroke(Int32 ax, Int32 ay, Int32 bx, Int32 by, Colour pen) {
       std::min(ay, by) >= innerH_ + reach) {
     return false;
   }
-  if (!bitmap_ || bitmap_.use_count() > 1) mutableBits();
+  Colour* const bits = mutableBits();
   // A one-pixel pen that paints its colour as it is sets each pixel in place.
   const bool plain = DrawWidth <= 1 && DrawMode == 13;
-  Colour* const bits = bitmap_.get();
   const Int32 dx = std::abs(bx - ax);
   const Int32 dy = -std::abs(by - ay);
   const Int32 sx = ax < bx ? 1 : -1;
