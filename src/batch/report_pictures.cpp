@@ -1,14 +1,12 @@
 #include "batch/report_pictures.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 
 #ifdef __SSE2__
 #include <emmintrin.h>
 #endif
 
-#include "base/replace_file.h"
 #include "intake/picture_loader.h"
 #include "pipeline/preview.h"
 
@@ -195,14 +193,6 @@ std::string dataUri(std::string_view mediaType, std::string_view bytes) {
     if (left > 1) to[2] = kDigits[v >> 6 & 63];
   }
   return out;
-}
-
-void saveBoxPicture(const PictureBox& box, const std::string& path) {
-  if (path.ends_with(".bmp")) {
-    replaceFile(path, bmpFileOf(box));
-  } else {
-    saveBitmapPng(box, path);
-  }
 }
 
 PictureBox previewBox(const Picture& original, bool keepOriginal) {

@@ -62,8 +62,4 @@ std::string bmpFileOf(const ReviewPicture& picture, Colour line);
 // Bytes as a data: URI of this media type, in base64.
 std::string dataUri(std::string_view mediaType, std::string_view bytes);
 
-// The box's bitmap saved with the careful writer: a BMP when the name ends in
-// ".bmp", a PNG otherwise. Throws FileError.
-void saveBoxPicture(const PictureBox& box, const std::string& path);
-
 }  // namespace quern
