@@ -321,10 +321,14 @@ std::string FolderSyncs::syncAll() {
   folders_.clear();
   // One sync of the file system puts every waiting file's bytes and name on
   // disk: cheaper than a sync for each when there are many.
+  // Folders on a file system already synced need nothing more.
   std::string failure;
+  std::set<dev_t> synced;
   for (const std::string& folder : wholeFolders_) {
     const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    const int error = fd < 0 ? errno : ::syncfs(fd) != 0 ? errno : 0;
+    struct stat st {};
+    const bool seen = fd >= 0 && ::fstat(fd, &st) == 0 && !synced.insert(st.st_dev).second;
+    const int error = fd < 0 ? errno : seen ? 0 : ::syncfs(fd) != 0 ? errno : 0;
     if (fd >= 0) ::close(fd);
     if (error != 0 && failure.empty()) {
       failure = "the files written to \"" + folder +

@@ -189,14 +189,22 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
   // A box that cannot be made leaves the card without a thumbnail, and a
   // preview asked for fails the writing.
   std::optional<PictureBox> box;
+  std::optional<PictureBox::RowPainter> painter;
   std::string noBox;
   try {
-    if (preview || review != Review::none) box = previewBox(original, params.keepOriginal);
+    if (preview || review != Review::none) {
+      box = previewBox(result.width, result.height);
+      if (params.keepOriginal) painter.emplace(originalPainter(*box, result.width, result.height));
+    }
   } catch (const QuernError& e) {
+    box.reset();
     noBox = e.what();
   }
-  // The chain holds the original only until the rescale has taken it on.
-  chain.setOriginal(std::move(original));
+  RowSink originalRows;
+  if (painter) originalRows = [&p = *painter](Int32 y, const Colour* pixels) { p.row(y, pixels); };
+  // The chain holds the original only until the rescale has taken it on,
+  // and paints it into the preview box as it goes.
+  chain.setOriginal(std::move(original), std::move(originalRows));
   const std::vector<StageOutcome> outcomes = chain.run(Stage::rescale, params);
   if (!outcomes.back().done()) {
     // A grey page refused at thinning is told of the threshold that would

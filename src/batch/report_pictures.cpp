@@ -195,13 +195,20 @@ std::string dataUri(std::string_view mediaType, std::string_view bytes) {
   return out;
 }
 
-PictureBox previewBox(const Picture& original, bool keepOriginal) {
-  const Int32 w = pictureWidth(original);
-  const Int32 h = pictureHeight(original);
+PictureBox previewBox(Int32 pictureWidth, Int32 pictureHeight) {
   PictureBox box(static_cast<float>(kTwipsPerPixel), 0);
-  layOutPreview(box, w, h);
-  if (keepOriginal) box.PaintPicture(original, 0.0F, 0.0F, static_cast<float>(w), static_cast<float>(h));
+  layOutPreview(box, pictureWidth, pictureHeight);
   return box;
+}
+
+PictureBox::RowPainter originalPainter(PictureBox& box, Int32 pictureWidth, Int32 pictureHeight) {
+  return {box,
+          pictureWidth,
+          pictureHeight,
+          0.0F,
+          0.0F,
+          static_cast<float>(pictureWidth),
+          static_cast<float>(pictureHeight)};
 }
 
 PreviewImages previewImages(PictureBox& box, const RecordTable* segments, float factor,

@@ -17,10 +17,12 @@ enum class Review { none, thumbnail, thumbnailAndPagePreview };
 
 // The window's last preview, in a box of the picture's own shape (the
 // window's view is 400 pixels on its longer side): stage 6 draws on a
-// cleared box, over the original when it is kept. The box is laid out and
-// the original painted in as soon as the picture is loaded, so that the
-// stages need not keep the original for it.
-PictureBox previewBox(const Picture& original, bool keepOriginal);
+// cleared box, over the original when it is kept. The box is laid out as
+// soon as the picture is loaded, and the original painted in by
+// `originalPainter` from its rows as the stages read them, so that it is read
+// from memory once and the stages need not keep it for the preview.
+PictureBox previewBox(Int32 pictureWidth, Int32 pictureHeight);
+PictureBox::RowPainter originalPainter(PictureBox& box, Int32 pictureWidth, Int32 pictureHeight);
 
 // The preview's file bytes, when `preview` names a file and there are
 // segments (a BMP when its name ends in ".bmp", else a PNG, or the review

@@ -78,9 +78,21 @@ StageChain::StageChain(RasterContext& context, StageReport& report, ChainOptions
   if (context.limits.tablesGrow) session.allowGrowth(context.limits.tableRecords);
 }
 
-void StageChain::setOriginal(Picture picture) {
+void StageChain::setOriginal(Picture picture, RowSink originalRows) {
   originalWidth_ = pictureWidth(picture);
+  rowsOf_ = originalRows ? picture : nullptr;
+  originalRows_ = std::move(originalRows);
   original_ = std::move(picture);
+}
+
+void StageChain::handOriginalRows() {
+  const Picture picture = std::move(rowsOf_);
+  rowsOf_ = nullptr;
+  if (!picture) return;
+  const Int32 w = picture->pixelWidth();
+  for (Int32 y = 0; y < picture->pixelHeight(); ++y) {
+    originalRows_(y, picture->data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(w));
+  }
 }
 
 const Picture& StageChain::picture(Stage stage) const {
@@ -109,6 +121,8 @@ StageOutcome StageChain::rescale(double factor) {
   const RasterResult result =
       rescalePicture(original_, static_cast<float>(pictureWidth(original_)),
                      static_cast<float>(pictureHeight(original_)), factor, factor, context_.limits.surfacePixels);
+  // A factor of 1 passes the original's pixels on as they are.
+  if (!(result.done() && isOriginal(result.picture))) handOriginalRows();
   // A refused stage leaves its surface with the picture it was given.
   slot(Stage::rescale) = result.picture;
   if (result.done()) handedOn(Stage::rescale);
@@ -125,7 +139,7 @@ const Picture& StageChain::blurred() {
 
 StageOutcome StageChain::blur(Int32 runs) {
   unsmoothed_ = nullptr;
-  return guarded(Stage::blur, [&] {
+  const StageOutcome o = guarded(Stage::blur, [&] {
     if (drawingOnly() && runs > 0) {
       // All runs but the last; the last is left to the threshold stage,
       // once it is known that it would not be refused.
@@ -153,6 +167,12 @@ StageOutcome StageChain::blur(Int32 runs) {
     if (result.done()) handedOn(Stage::blur);
     return rasterOutcome(Stage::blur, result);
   });
+  // The original's rows are owed on only to the threshold stage that will
+  // read the original itself.
+  if (!(drawingOnly() && o.done() && (isOriginal(unsmoothed_) || isOriginal(slot(Stage::blur))))) {
+    handOriginalRows();
+  }
+  return o;
 }
 
 StageOutcome StageChain::threshold(Int16 threshold) {
@@ -162,8 +182,10 @@ StageOutcome StageChain::threshold(Int16 threshold) {
       const bool smoothFirst = unsmoothed_ != nullptr;
       const Picture& source = smoothFirst ? unsmoothed_ : input(Stage::threshold);
       auto cells = std::make_unique<ThinGrid>();
-      if (blackWhiteGrid(source, threshold, context_.limits, report_.progressOf(Stage::threshold), *cells,
-                         smoothFirst)) {
+      const RowSink noRows;
+      if (blackWhiteGrid(source, threshold, context_.limits, report_.progressOf(Stage::threshold), *cells, smoothFirst,
+                         isOriginal(source) ? originalRows_ : noRows)) {
+        if (isOriginal(source)) rowsOf_ = nullptr;
         unsmoothed_ = nullptr;
         StageOutcome o = StageOutcome::ok(Stage::threshold);
         o.width = cells->width();
@@ -178,6 +200,7 @@ StageOutcome StageChain::threshold(Int16 threshold) {
     }
     // A refused picture goes on as it came. The blur's last run, if it was
     // left here, is made first, on the blur's own bar.
+    handOriginalRows();
     const Picture& source = blurred();
     const RasterResult result =
         blackWhitePicture(source, threshold, context_.limits, report_.progressOf(Stage::threshold));
@@ -193,6 +216,7 @@ StageOutcome StageChain::threshold(Int16 threshold) {
 StageOutcome StageChain::threshold(const ThresholdSetting& setting) {
   if (setting.mode == ThresholdMode::fixed) return threshold(setting.value);
   cells_.reset();
+  handOriginalRows();
   return guarded(Stage::threshold, [&] {
     const Picture& source = blurred();
     const Int32 w = pictureWidth(source);
@@ -300,6 +324,7 @@ std::vector<StageOutcome> StageChain::run(Stage from, const StageParams& params)
   }
   step(Stage::simplify, [&] { return simplify(params.tolerance); });
   if (params.reorder) step(Stage::simplify, [&] { return reorder(); });
+  handOriginalRows();
   return outcomes;
 }
 

@@ -65,7 +65,11 @@ class StageChain {
   StageChain(const StageChain&) = delete;
   StageChain& operator=(const StageChain&) = delete;
 
-  void setOriginal(Picture picture);
+  // With `originalRows`, the next run hands it every row of the picture,
+  // once, top to bottom: as the threshold stage reads them when it starts
+  // from the picture itself, otherwise all at once before a stage makes
+  // another picture of it.
+  void setOriginal(Picture picture, RowSink originalRows = {});
   const Picture& original() const { return original_; }
   // The picture that stage (rescale, blur, threshold or thin) made when it
   // last ran; null before, or once let go.
@@ -117,11 +121,18 @@ class StageChain {
   const Picture& input(Stage stage) const;
   void handedOn(Stage stage);
   bool drawingOnly() const { return options_.retention == Retention::drawingOnly; }
+  // Whether `picture` shows the original's own pixels while its rows are owed.
+  bool isOriginal(const Picture& picture) const { return rowsOf_ && picture && picture->data() == rowsOf_->data(); }
+  // Pays the rows still owed to `originalRows_`, all at once.
+  void handOriginalRows();
 
   RasterContext& context_;
   StageReport& report_;
   ChainOptions options_;
   Picture original_;
+  // The original, held until its rows have gone to `originalRows_`.
+  Picture rowsOf_;
+  RowSink originalRows_;
   Int32 originalWidth_ = 1;
   Int32 thinnedWidth_ = 1;
   std::array<Picture, 4> pictures_;  // rescale, blur, threshold, thin

@@ -167,7 +167,7 @@ std::optional<Refusal> smoothingRefusal(const Picture& picture, RasterContext& c
 }
 
 bool blackWhiteGrid(const Picture& source, Int16 threshold, const RasterLimits& limits, Progress& progress,
-                    ThinGrid& cells, bool smoothFirst) {
+                    ThinGrid& cells, bool smoothFirst, const RowSink& sourceRows) {
   if (!source) return false;
   const Int32 w = source->pixelWidth();
   const Int32 h = source->pixelHeight();
@@ -182,14 +182,24 @@ bool blackWhiteGrid(const Picture& source, Int16 threshold, const RasterLimits& 
   bar.Value = 0.0F;
   cells.begin(toInt16(w), toInt16(h), limits.thinGrid);
   std::vector<Colour> row(static_cast<std::size_t>(w));
+  const Colour* pixels = source->data();
+  // The source row just read, to `sourceRows`.
+  const auto read = [&](Int32 y) {
+    if (sourceRows) sourceRows(y, pixels + static_cast<std::size_t>(y) * static_cast<std::size_t>(w));
+  };
   if (!smoothFirst) {
-    shadeRows(source->data(), w, h, threshold, progress, [&](Int32) { return row.data(); },
-              [&](Int32 y, const Colour* shaded) { cells.loadRow(y, shaded, w); });
+    shadeRows(
+        pixels, w, h, threshold, progress, [&](Int32) { return row.data(); },
+        [&](Int32 y, const Colour* shaded) {
+          read(y);
+          cells.loadRow(y, shaded, w);
+        });
     return true;
   }
   // The rows come smoothed one at a time, top to bottom, and go on as in
   // shadeRows, the bar kept as it keeps it.
-  smoothEachRow(source->data(), w, h, [&](Int32 y, const Colour* smoothed) {
+  smoothEachRow(pixels, w, h, [&](Int32 y, const Colour* smoothed) {
+    read(y);
     shadeRow(smoothed, row.data(), w, threshold);
     cells.loadRow(y, row.data(), w);
     progress.yield();

@@ -77,8 +77,10 @@ ThinPictureResult thinPicture(const Picture& source, RecordTable& LineTable, con
 // With `smoothFirst`, the picture is that of one more smoothing run of
 // `source` (as smoothPicture makes it without the store), each row made as
 // it is shaded; the smoothing's own refusal is the caller's to have checked.
+// `sourceRows`, when given, is handed each row of `source` as it is read,
+// top to bottom (only when the grid is loaded).
 bool blackWhiteGrid(const Picture& source, Int16 threshold, const RasterLimits& limits, Progress& progress,
-                    ThinGrid& cells, bool smoothFirst = false);
+                    ThinGrid& cells, bool smoothFirst = false, const RowSink& sourceRows = {});
 // Why smoothPicture would refuse to smooth `picture` once more, if it would.
 std::optional<Refusal> smoothingRefusal(const Picture& picture, RasterContext& context);
 // thinPicture, without painting, of cells that blackWhiteGrid loaded.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -77,6 +78,9 @@ class PictureData {
 
 // A picture object: null means "no picture" (Handle 0).
 using Picture = std::shared_ptr<const PictureData>;
+
+// Takes a picture's rows as a pass reads them: the row's number and pixels.
+using RowSink = std::function<void(Int32, const Colour*)>;
 
 // A picture on pixels that nobody else writes to any more.
 Picture makePicture(Int32 width, Int32 height, PixelBuffer pixels);

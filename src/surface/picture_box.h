@@ -102,6 +102,63 @@ class PictureBox {
                     std::optional<float> height1 = std::nullopt, std::optional<float> x2 = std::nullopt,
                     std::optional<float> y2 = std::nullopt, std::optional<float> width2 = std::nullopt,
                     std::optional<float> height2 = std::nullopt, std::optional<Int32> opcode = std::nullopt);
+  // PaintPicture fed with a picture's rows as they come instead of with the
+  // picture: a pass that reads a picture row by row paints it on the way,
+  // while each row is still in cache. The placement is PaintPicture's, for a
+  // picture of this size. Give it the rows top to bottom, each once (rows the
+  // painting does not cover may be left out), each readable until the box
+  // rows that show it are drawn: as soon as the last row they show is in.
+  class RowPainter {
+   public:
+    RowPainter(PictureBox& box, Int32 pictureWidth, Int32 pictureHeight, float x1, float y1,
+               std::optional<float> width1 = std::nullopt, std::optional<float> height1 = std::nullopt,
+               std::optional<float> x2 = std::nullopt, std::optional<float> y2 = std::nullopt,
+               std::optional<float> width2 = std::nullopt, std::optional<float> height2 = std::nullopt,
+               Int32 opcode = kOpcodeCopy);
+    void row(Int32 y, const Colour* pixels);
+    // The rows it takes: [first, end), empty when it paints nothing.
+    Int32 firstRow() const { return bands_.empty() ? 0 : bands_.front().from; }
+    Int32 endRow() const { return bands_.empty() ? 0 : bands_.back().to; }
+    bool paintsAnything() const { return paints_; }
+    // The picture's own pixels, unchanged, over the whole box.
+    bool wholeBoxAsItIs() const { return asItIs_; }
+
+   private:
+    // Picture rows [from, to) ANDed make box rows [firstRow, lastRow].
+    struct Band {
+      Int32 from;
+      Int32 to;
+      Int32 firstRow;
+      Int32 lastRow;
+    };
+    // A box row from picture columns: [from, to) of the picture for each.
+    struct Columns {
+      Int32 from;
+      Int32 to;
+    };
+    void finishBand(const Band& band);
+
+    PictureBox* box_;
+    Int32 op_;
+    Int32 dx0_ = 0;
+    bool paints_ = false;
+    bool asItIs_ = false;
+    bool coversAll_ = false;
+    Int32 iFrom_ = 0;
+    Int32 iTo_ = 0;
+    Int32 uFrom_ = 0;
+    Int32 uTo_ = 0;
+    std::vector<Band> bands_;
+    std::vector<Columns> columns_;
+    // The rows of the band under way; they stay readable until it is done.
+    std::vector<const Colour*> rows_;
+    std::vector<Colour> acc_;
+    std::vector<Colour> line_;
+    std::size_t band_ = 0;
+    Int32 next_ = 0;
+    Colour* out_ = nullptr;
+  };
+
   void Cls();
   void Refresh();
   DeviceContext hDC() { return DeviceContext{this}; }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <numeric>
 #include <thread>
 #include <tuple>
 #include <vector>
@@ -180,11 +181,15 @@ TEST(StageChain, DrawingOnlyGivesTheOutcomesAndDrawingOfOneThatKeepsAll) {
     ThresholdMode mode;
     RasterLimits limits;
     Int32 blurRuns = 2;
+    double scale = 1.0;
   };
   RasterLimits wideBlackWhite;
   wideBlackWhite.blackWhite = 6000;
   const std::vector<Case> cases = {
       {"a drawing", drawing(220, 160, 5), ThresholdMode::fixed, {}},
+      {"a drawing, one blur", drawing(220, 160, 5), ThresholdMode::fixed, {}, 1},
+      {"a drawing, no blur", drawing(220, 160, 5), ThresholdMode::fixed, {}, 0},
+      {"a drawing at half size", drawing(220, 160, 5), ThresholdMode::fixed, {}, 1, 0.5},
       {"a drawing at a chosen threshold", drawing(220, 160, 6), ThresholdMode::automatic, {}},
       {"under 10 pixels wide", drawing(9, 60, 3), ThresholdMode::fixed, {}},
       {"black and white past 1500", makeFilledPicture(12, 1501, kWhite), ThresholdMode::fixed, {}},
@@ -200,6 +205,10 @@ TEST(StageChain, DrawingOnlyGivesTheOutcomesAndDrawingOfOneThatKeepsAll) {
     Int32 listed = 0;
     float previewFactor = 0.0F;
     bool thinnedPicture = false;
+    // The original's rows as the chain handed them over, and whether each
+    // was the original's row.
+    std::vector<Int32> rows;
+    bool rowsAsInOriginal = true;
   };
   for (const Case& c : cases) {
     auto run = [&](Retention retention) {
@@ -210,9 +219,14 @@ TEST(StageChain, DrawingOnlyGivesTheOutcomesAndDrawingOfOneThatKeepsAll) {
         if (stage != Stage::blur) out.reported.emplace_back(stage, fraction);
       });
       StageChain chain(context, report, ChainOptions{retention});
-      chain.setOriginal(c.picture);
+      const Int32 w = c.picture->pixelWidth();
+      chain.setOriginal(c.picture, [&](Int32 y, const Colour* row) {
+        out.rows.push_back(y);
+        out.rowsAsInOriginal = out.rowsAsInOriginal && std::equal(row, row + w, c.picture->data() + y * w);
+      });
       StageParams params;
       params.blurRuns = c.blurRuns;
+      params.scale = c.scale;
       params.thresholdSetting.mode = c.mode;
       out.outcomes = chain.run(Stage::rescale, params);
       out.thinnedPicture = out.outcomes.back().stage == Stage::simplify && chain.picture(Stage::thin);
@@ -236,6 +250,14 @@ TEST(StageChain, DrawingOnlyGivesTheOutcomesAndDrawingOfOneThatKeepsAll) {
     EXPECT_EQ(alone.segments, all.segments) << c.name;
     EXPECT_EQ(alone.listed, all.listed) << c.name;
     EXPECT_EQ(alone.previewFactor, all.previewFactor) << c.name;
+    // Every row of the original is handed over once, in order, however the
+    // stages read it.
+    std::vector<Int32> everyRow(static_cast<std::size_t>(c.picture->pixelHeight()));
+    std::iota(everyRow.begin(), everyRow.end(), 0);
+    for (const Run* r : {&all, &alone}) {
+      EXPECT_EQ(r->rows, everyRow) << c.name;
+      EXPECT_TRUE(r->rowsAsInOriginal) << c.name;
+    }
   }
 }
 

@@ -6,9 +6,11 @@
 #include <cmath>
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <vector>
 
 #include "../processing/raster_fixtures.h"
+#include "base/errors.h"
 
 namespace quern {
 namespace {
@@ -202,6 +204,54 @@ TEST(Stretch, ACopyPartlyOutsideTheBoxCombinesOnlyWhereItFalls) {
       }
     }
   }
+}
+
+// Rows handed over one by one, each from a buffer of its own, paint what
+// PaintPicture paints from the whole picture, wherever the picture lands and
+// whatever part of it is taken.
+TEST(Stretch, ARowPainterPaintsWhatPaintPicturePaints) {
+  struct Case {
+    const char* name;
+    Int32 sw, sh, bw, bh;
+    float x1, y1;
+    std::optional<float> w1, h1, x2, y2, w2, h2;
+    Int32 op;
+  };
+  const std::optional<float> none;
+  const std::vector<Case> cases = {
+      {"shrunk by three", 36, 27, 12, 9, 0, 0, 12, 9, none, none, none, none, kOpcodeCopy},
+      {"shrunk by two and a half", 30, 25, 12, 10, 0, 0, 12, 10, none, none, none, none, kOpcodeCopy},
+      {"enlarged", 5, 4, 13, 11, 0, 0, 13, 11, none, none, none, none, kOpcodeCopy},
+      {"off the top left", 9, 9, 6, 6, -2, -3, 7, 8, none, none, none, none, kOpcodeCopy},
+      {"past the bottom right", 9, 9, 6, 6, 3, 2, 9, 9, none, none, none, none, kOpcodeCopy},
+      {"a part of the picture", 20, 16, 8, 8, 0, 0, 8, 8, 3, 5, 9, 7, kOpcodeCopy},
+      {"a part past the picture", 10, 10, 8, 8, 1, 1, 6, 6, 6, 7, 8, 8, kOpcodeCopy},
+      {"ANDed over the box", 14, 21, 7, 7, 0, 0, 7, 7, none, none, none, none, kOpcodeAnd},
+      {"inverted over the box", 14, 21, 7, 9, 1, 0, 5, 9, none, none, none, none, kOpcodeInvert},
+  };
+  for (const Case& c : cases) {
+    const Picture src = testing::noisePicture(c.sw, c.sh, static_cast<std::uint32_t>(c.sw * 31 + c.bh));
+    PictureBox whole = boxOf(c.bw, c.bh, 0x5A6B7C);
+    whole.PaintPicture(src, c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
+    PictureBox rows = boxOf(c.bw, c.bh, 0x5A6B7C);
+    PictureBox::RowPainter painter(rows, c.sw, c.sh, c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
+    std::vector<std::vector<Colour>> copies;
+    for (Int32 y = 0; y < c.sh; ++y) {
+      copies.emplace_back(src->data() + y * c.sw, src->data() + (y + 1) * c.sw);
+      painter.row(y, copies.back().data());
+    }
+    for (Int32 i = 0; i < c.bw * c.bh; ++i) {
+      ASSERT_EQ(GetPixel(rows.hDC(), i % c.bw, i / c.bw), GetPixel(whole.hDC(), i % c.bw, i / c.bw))
+          << c.name << " at " << i % c.bw << "," << i / c.bw;
+    }
+  }
+  // Rows given again from the top are passed over; a row left out is refused.
+  const Picture src = testing::noisePicture(8, 8, 5);
+  PictureBox box = boxOf(4, 4);
+  PictureBox::RowPainter painter(box, 8, 8, 0, 0, 4, 4);
+  for (Int32 y = 0; y < 3; ++y) painter.row(y, src->data() + y * 8);
+  EXPECT_NO_THROW(painter.row(0, src->data()));
+  EXPECT_THROW(painter.row(4, src->data() + 4 * 8), SurfaceError);
 }
 
 }  // namespace

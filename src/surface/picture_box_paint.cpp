@@ -1,0 +1,212 @@
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+#include "base/errors.h"
+#include "surface/picture_box.h"
+
+namespace quern {
+
+namespace {
+Colour combine(Colour dest, Colour src, Int32 opcode) {
+  switch (opcode) {
+    case kOpcodeCopy:
+      return src;
+    case kOpcodeAnd:
+      return dest & src;
+    case kOpcodePaint:
+      return dest | src;
+    case kOpcodeInvert:
+      return dest ^ src;
+    default:
+      throw SurfaceError("Invalid procedure call: raster operation " + std::to_string(opcode));
+  }
+}
+
+// For each destination index along one axis, the first and one-past-last
+// source index it covers. A shrink gives blocks of several source pixels, an
+// enlargement repeats one. The blocks follow each other: a block ends where
+// the next begins, or the next is the same one pixel.
+struct Span {
+  Int32 from;
+  Int32 to;
+};
+
+std::vector<Span> spans(Int32 destLength, double srcStart, double srcLength) {
+  std::vector<Span> out(static_cast<std::size_t>(destLength));
+  for (Int32 d = 0; d < destLength; ++d) {
+    const auto a = static_cast<Int32>(std::floor(srcStart + srcLength * d / destLength));
+    auto b = static_cast<Int32>(std::floor(srcStart + srcLength * (d + 1) / destLength));
+    if (b <= a) b = a + 1;
+    out[static_cast<std::size_t>(d)] = {a, b};
+  }
+  return out;
+}
+}  // namespace
+
+PictureBox::RowPainter::RowPainter(PictureBox& box, Int32 pw, Int32 ph, float x1, float y1, std::optional<float> width1,
+                                   std::optional<float> height1, std::optional<float> x2, std::optional<float> y2,
+                                   std::optional<float> width2, std::optional<float> height2, Int32 opcode)
+    : box_(&box), op_(opcode) {
+  combine(0, 0, op_);  // refuse an unknown operation before anything is drawn
+
+  // Lengths in the box's scale become pixels of the box for the destination
+  // and pixels of the picture for the source.
+  const double fx = 1.0 / box.unitsPerPixelX(box.scaleMode_);
+  const double fy = 1.0 / box.unitsPerPixelY(box.scaleMode_);
+  const double srcX = x2 ? *x2 * fx : 0.0;
+  const double srcY = y2 ? *y2 * fy : 0.0;
+  const double srcW = width2 ? *width2 * fx : pw;
+  const double srcH = height2 ? *height2 * fy : ph;
+
+  dx0_ = roundToInt32(x1 * fx);
+  const Int32 dy0 = roundToInt32(y1 * fy);
+  const Int32 dx1 = width1 ? roundToInt32((x1 + *width1) * fx) : roundToInt32(dx0_ + srcW);
+  const Int32 dy1 = height1 ? roundToInt32((y1 + *height1) * fy) : roundToInt32(dy0 + srcH);
+  const Int32 dw = dx1 - dx0_;
+  const Int32 dh = dy1 - dy0;
+  if (dw <= 0 || dh <= 0 || srcW <= 0 || srcH <= 0) return;
+
+  const std::vector<Span> xs = spans(dw, srcX, srcW);
+  // Destination columns inside the box that draw on some source column: the
+  // spans only grow left to right, so these form one run [iFrom, iTo).
+  iFrom_ = std::max(0, -dx0_);
+  iTo_ = std::min(dw, box.innerW_ - dx0_);
+  while (iFrom_ < iTo_ && std::min(xs[static_cast<std::size_t>(iFrom_)].to, pw) <= 0) ++iFrom_;
+  while (iTo_ > iFrom_ && xs[static_cast<std::size_t>(iTo_ - 1)].from >= pw) --iTo_;
+  if (iFrom_ >= iTo_) return;
+  paints_ = true;
+
+  const bool wholeBox = dx0_ == 0 && dy0 == 0 && dw == box.innerW_ && dh == box.innerH_;
+  asItIs_ = op_ == kOpcodeCopy && wholeBox && srcX == 0.0 && srcY == 0.0 && srcW == pw && srcH == ph &&
+            pw == box.innerW_ && ph == box.innerH_;
+  // A copy from within the picture onto the whole box writes every pixel.
+  coversAll_ = op_ == kOpcodeCopy && wholeBox && srcX >= 0.0 && srcY >= 0.0 && srcX + srcW <= pw && srcY + srcH <= ph;
+  uFrom_ = std::max(xs[static_cast<std::size_t>(iFrom_)].from, 0);
+  uTo_ = std::min(xs[static_cast<std::size_t>(iTo_ - 1)].to, pw);
+  // Each span of the run overlaps the picture; its columns there, worked out once.
+  columns_.resize(static_cast<std::size_t>(iTo_));
+  for (Int32 i = iFrom_; i < iTo_; ++i) {
+    const Span sx = xs[static_cast<std::size_t>(i)];
+    columns_[static_cast<std::size_t>(i)] = {std::max(sx.from, 0), std::min(sx.to, pw)};
+  }
+  // Box rows that show the same picture rows make one band.
+  const std::vector<Span> ys = spans(dh, srcY, srcH);
+  for (Int32 j = 0; j < dh; ++j) {
+    const Int32 ty = dy0 + j;
+    if (ty < 0 || ty >= box.innerH_) continue;
+    const Span sy = ys[static_cast<std::size_t>(j)];
+    const Int32 from = std::max(sy.from, 0);
+    const Int32 to = std::min(sy.to, ph);
+    if (from >= to) continue;
+    if (!bands_.empty() && bands_.back().from == from && bands_.back().to == to) {
+      bands_.back().lastRow = ty;
+    } else {
+      bands_.push_back({from, to, ty, ty});
+    }
+  }
+  if (bands_.empty()) return;
+  next_ = bands_.front().from;
+  Int32 tallest = 0;
+  for (const Band& b : bands_) tallest = std::max(tallest, b.to - b.from);
+  rows_.resize(static_cast<std::size_t>(tallest));
+  acc_.resize(static_cast<std::size_t>(pw));
+  line_.resize(static_cast<std::size_t>(iTo_));
+}
+
+void PictureBox::RowPainter::row(Int32 y, const Colour* pixels) {
+  if (band_ >= bands_.size() || y < next_) return;
+  if (y > next_) throw SurfaceError("Invalid procedure call: picture row " + std::to_string(next_) + " left out");
+  const Band& band = bands_[band_];
+  rows_[static_cast<std::size_t>(y - band.from)] = pixels;
+  if (++next_ < band.to) return;
+  finishBand(band);
+  if (++band_ < bands_.size()) next_ = bands_[band_].from;
+}
+
+void PictureBox::RowPainter::finishBand(const Band& band) {
+  // The band's rows ANDed into `acc`, up to three a sweep so that `acc` is
+  // written once for most bands: a shrink thus ANDs the pixels it drops into
+  // the one it keeps, so dark line work on a light ground survives it. A
+  // sweep of fewer rows reads its last row again, which the AND does not mind.
+  // The bounds are copied so that the stores are not taken to change them.
+  Colour* __restrict acc = acc_.data();
+  const Int32 uFrom = uFrom_;
+  const Int32 uTo = uTo_;
+  const Int32 height = band.to - band.from;
+  for (Int32 r = 0; r < height;) {
+    const Int32 n = std::min<Int32>(3, height - r);
+    const Colour* __restrict s0 = rows_[static_cast<std::size_t>(r)];
+    const Colour* __restrict s1 = rows_[static_cast<std::size_t>(r + std::min<Int32>(1, n - 1))];
+    const Colour* __restrict s2 = rows_[static_cast<std::size_t>(r + n - 1)];
+    if (r == 0) {
+      for (Int32 u = uFrom; u < uTo; ++u) acc[u] = s0[u] & s1[u] & s2[u] & 0xFFFFFF;
+    } else {
+      for (Int32 u = uFrom; u < uTo; ++u) acc[u] &= s0[u] & s1[u] & s2[u];
+    }
+    r += n;
+  }
+  // Each box pixel the AND of its columns of `acc`; a shrink's spans hold a
+  // few columns each: those widths unrolled.
+  const Colour* a = acc_.data();
+  Colour* line = line_.data();
+  const Columns* columns = columns_.data();
+  const Int32 iFrom = iFrom_;
+  const Int32 iTo = iTo_;
+  for (Int32 i = iFrom; i < iTo; ++i) {
+    const Columns sx = columns[i];
+    const Int32 sxTo = sx.to;
+    Int32 u = sx.from;
+    Colour c = a[u];
+    switch (sxTo - u) {
+      case 1:
+        break;
+      case 2:
+        c &= a[u + 1];
+        break;
+      case 3:
+        c &= a[u + 1] & a[u + 2];
+        break;
+      case 4:
+        c &= a[u + 1] & a[u + 2] & a[u + 3];
+        break;
+      default:
+        while (++u < sxTo) c &= a[u];
+    }
+    line[i] = c;
+  }
+  if (!out_) out_ = coversAll_ ? box_->overwriteBits() : box_->mutableBits();
+  for (Int32 ty = band.firstRow; ty <= band.lastRow; ++ty) {
+    Colour* row = out_ + static_cast<std::size_t>(ty) * box_->innerW_ + dx0_;
+    if (op_ == kOpcodeCopy) {
+      std::copy(line + iFrom, line + iTo, row + iFrom);
+    } else if (op_ == kOpcodeAnd) {
+      for (Int32 i = iFrom; i < iTo; ++i) row[i] &= line[i];
+    } else {
+      for (Int32 i = iFrom; i < iTo; ++i) row[i] = combine(row[i], line[i], op_) & 0xFFFFFF;
+    }
+  }
+  if (&band == &bands_.back()) box_->touch();
+}
+
+void PictureBox::PaintPicture(const Picture& pic, float x1, float y1, std::optional<float> width1,
+                              std::optional<float> height1, std::optional<float> x2, std::optional<float> y2,
+                              std::optional<float> width2, std::optional<float> height2, std::optional<Int32> opcode) {
+  if (!pic) throw SurfaceError("Invalid picture");
+  const Int32 pw = pic->pixelWidth();
+  RowPainter painter(*this, pw, pic->pixelHeight(), x1, y1, width1, height1, x2, y2, width2, height2,
+                     opcode.value_or(kOpcodeCopy));
+  if (!painter.paintsAnything()) return;
+  // A plain copy of a picture of the box's own size over the whole box shows
+  // that picture's pixels as they are: share them instead of copying.
+  if (painter.wholeBoxAsItIs()) {
+    bitmap_ = pic->buffer();
+    touch();
+    return;
+  }
+  const Colour* src = pic->pixels().data();
+  for (Int32 v = painter.firstRow(); v < painter.endRow(); ++v) painter.row(v, src + static_cast<std::size_t>(v) * pw);
+  if (painter.firstRow() == painter.endRow()) touch();
+}
+
+}  // namespace quern
