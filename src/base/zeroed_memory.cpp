@@ -13,8 +13,7 @@ namespace quern {
 namespace {
 
 constexpr std::size_t kMappedFrom = 256 * 1024;
-// The smallest block prefaultBlock faults in, and the page it counts in.
-constexpr std::size_t kPrefaultFrom = 8 * 1024 * 1024;
+// The page prefaultBlock counts in.
 constexpr std::size_t kPage = 4096;
 
 // Set once this thread's spares are gone: a table freed later, at the
@@ -97,9 +96,9 @@ void recycleZeroed(void* block, std::size_t bytes, std::size_t dirty) noexcept {
   spares().keep(block, bytes, dirty);
 }
 
-void prefaultBlock(void* block, std::size_t bytes) noexcept {
+void prefaultBlock(void* block, std::size_t bytes, std::size_t smallest) noexcept {
 #ifdef MADV_POPULATE_WRITE
-  if (block == nullptr || bytes < kPrefaultFrom) return;
+  if (block == nullptr || bytes < smallest) return;
   // Whole pages inside the block only: its neighbours on the heap are none
   // of its business.
   const auto start = reinterpret_cast<std::uintptr_t>(block);
@@ -110,6 +109,7 @@ void prefaultBlock(void* block, std::size_t bytes) noexcept {
 #else
   (void)block;
   (void)bytes;
+  (void)smallest;
 #endif
 }
 

@@ -23,9 +23,11 @@ void recycleZeroed(void* block, std::size_t bytes, std::size_t dirty) noexcept;
 
 // Has the system fault in a large block that is about to be written whole,
 // in one call instead of a trap per page: a picture of many megabytes then
-// costs one call instead of tens of thousands of page faults. Small blocks,
-// and systems without the call, are left to fault as they are written.
-void prefaultBlock(void* block, std::size_t bytes) noexcept;
+// costs one call instead of tens of thousands of page faults. Blocks under
+// `smallest` bytes (the heap mostly hands those on already faulted in), and
+// systems without the call, are left to fault as they are written.
+inline constexpr std::size_t kPrefaultFrom = 8 * 1024 * 1024;
+void prefaultBlock(void* block, std::size_t bytes, std::size_t smallest = kPrefaultFrom) noexcept;
 
 // An allocator for vectors of large working stores that are written whole
 // as soon as they are made: prefaultBlock on every block it gives.

@@ -328,7 +328,7 @@ BatchResult runBatch(const BatchArgs& args, ProgressLine* progress) {
   return convertPicture(args, args.picture, args.drawing, preview, progress, review);
 }
 
-std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) {
+std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress, const BeforeSync& beforeSync) {
   for (const std::optional<std::string>& folder : {args.outDir, args.previewDir}) {
     std::error_code made;
     if (folder) std::filesystem::create_directories(*folder, made);
@@ -377,6 +377,7 @@ std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress) 
     work();
   }
   for (std::thread& t : workers) t.join();
+  if (beforeSync) beforeSync(results, folders);
   // A drawing is written only once it is on disk.
   if (const std::string failure = folders.syncAll(); !failure.empty()) {
     for (BatchResult& r : results) {

@@ -1,9 +1,11 @@
 // quernline-batch: the six stages on pictures, without a window.
 #include <malloc.h>
 
+#include <algorithm>
 #include <chrono>
 #include <iostream>
 
+#include "base/output_set.h"
 #include "batch/batch_args.h"
 #include "batch/batch_run.h"
 #include "batch/progress.h"
@@ -37,23 +39,41 @@ int main(int argc, char** argv) {
       return 2;
     }
     const auto started = std::chrono::steady_clock::now();
+    const auto seconds = [&] {
+      return std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
+    };
+    const auto written = [](const std::vector<quern::BatchResult>& rs) {
+      return std::count_if(rs.begin(), rs.end(), [](const quern::BatchResult& r) { return r.ok(); });
+    };
     std::vector<quern::BatchResult> results;
     if (args.outDir) {
-      results = quern::runMany(args, &progress);
+      // The review page goes to disk with the drawings, in their one sync. A
+      // sync that fails turns drawings into failures: the page is then made
+      // again to say so.
+      std::string pageError;
+      long writtenBeforeSync = -1;
+      results = quern::runMany(args, &progress, [&](const auto& rs, quern::FolderSyncs& syncs) {
+        if (!args.report) return;
+        try {
+          quern::writeReport(*args.report, rs, seconds(), &syncs);
+          writtenBeforeSync = written(rs);
+        } catch (const std::exception& e) {
+          pageError = e.what();
+        }
+      });
       std::cout << quern::summaryTable(results);
       for (const quern::BatchResult& r : results) {
         if (!r.ok()) std::cerr << "quernline-batch: " << r.picture << ": " << r.error << "\n";
       }
+      if (!pageError.empty()) throw quern::FileError(pageError);
+      if (args.report && written(results) != writtenBeforeSync) quern::writeReport(*args.report, results, seconds());
     } else {
       results.push_back(quern::runBatch(args, &progress));
       if (!results[0].ok()) std::cerr << "quernline-batch: " << results[0].error << "\n";
       // A drawing on standard output leaves the statistics to stderr.
       std::ostream& out = args.drawing == "-" ? std::cerr : std::cout;
       for (const std::string& line : results[0].statistics) out << line << "\n";
-    }
-    if (args.report) {
-      const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
-      quern::writeReport(*args.report, results, seconds);
+      if (args.report) quern::writeReport(*args.report, results, seconds());
     }
     bool all = true;
     for (const quern::BatchResult& r : results) all = all && r.ok();

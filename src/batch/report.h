@@ -22,8 +22,10 @@ std::string reportFile(const std::string& page, const std::string& stem, std::st
 // The page for these results of a batch that took `seconds` in all.
 std::string reportPage(const std::string& page, const std::vector<BatchResult>& results, double seconds);
 
-// The page written to `page` with the careful writer. Throws FileError.
-void writeReport(const std::string& page, const std::vector<BatchResult>& results, double seconds);
+// The page written to `page` with the careful writer; with `syncs`, it goes
+// to disk with the batch's files, in their sync at the end. Throws FileError.
+void writeReport(const std::string& page, const std::vector<BatchResult>& results, double seconds,
+                 FolderSyncs* syncs = nullptr);
 
 // Text as HTML shows it, in an element or an attribute.
 std::string htmlText(std::string_view text);

@@ -106,8 +106,9 @@ class PictureBox {
   // picture: a pass that reads a picture row by row paints it on the way,
   // while each row is still in cache. The placement is PaintPicture's, for a
   // picture of this size. Give it the rows top to bottom, each once (rows the
-  // painting does not cover may be left out), each readable until the box
-  // rows that show it are drawn: as soon as the last row they show is in.
+  // painting does not cover may be left out). Box rows are drawn a few at a
+  // time, as their picture rows come in: each row given must stay readable
+  // until the last row of the picture is in.
   class RowPainter {
    public:
     RowPainter(PictureBox& box, Int32 pictureWidth, Int32 pictureHeight, float x1, float y1,
@@ -136,7 +137,7 @@ class PictureBox {
       Int32 from;
       Int32 to;
     };
-    void finishBand(const Band& band);
+    void finishBand(const Band& band, const Colour* const* rows);
 
     PictureBox* box_;
     Int32 op_;
@@ -150,8 +151,11 @@ class PictureBox {
     Int32 uTo_ = 0;
     std::vector<Band> bands_;
     std::vector<Columns> columns_;
-    // The rows of the band under way; they stay readable until it is done.
+    // The rows of the bands not yet drawn, from band `drawn_` on; they stay
+    // readable until then.
     std::vector<const Colour*> rows_;
+    std::size_t deferRows_ = 1;
+    std::size_t drawn_ = 0;
     std::vector<Colour> acc_;
     std::vector<Colour> line_;
     std::size_t band_ = 0;

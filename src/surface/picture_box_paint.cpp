@@ -107,9 +107,10 @@ PictureBox::RowPainter::RowPainter(PictureBox& box, Int32 pw, Int32 ph, float x1
   }
   if (bands_.empty()) return;
   next_ = bands_.front().from;
-  Int32 tallest = 0;
-  for (const Band& b : bands_) tallest = std::max(tallest, b.to - b.from);
-  rows_.resize(static_cast<std::size_t>(tallest));
+  // Bands wait until their rows come to about a quarter of a megabyte, so
+  // that a pass handing rows over is not interrupted at every band.
+  deferRows_ = std::max<std::size_t>(1, (std::size_t{256} << 10) / (sizeof(Colour) * static_cast<std::size_t>(pw)));
+  rows_.reserve(deferRows_ + static_cast<std::size_t>(bands_.front().to - bands_.front().from));
   acc_.resize(static_cast<std::size_t>(pw));
   line_.resize(static_cast<std::size_t>(iTo_));
 }
@@ -117,14 +118,20 @@ PictureBox::RowPainter::RowPainter(PictureBox& box, Int32 pw, Int32 ph, float x1
 void PictureBox::RowPainter::row(Int32 y, const Colour* pixels) {
   if (band_ >= bands_.size() || y < next_) return;
   if (y > next_) throw SurfaceError("Invalid procedure call: picture row " + std::to_string(next_) + " left out");
-  const Band& band = bands_[band_];
-  rows_[static_cast<std::size_t>(y - band.from)] = pixels;
-  if (++next_ < band.to) return;
-  finishBand(band);
+  rows_.push_back(pixels);
+  if (++next_ < bands_[band_].to) return;
   if (++band_ < bands_.size()) next_ = bands_[band_].from;
+  if (rows_.size() < deferRows_ && band_ < bands_.size()) return;
+  // The bands whose rows are all in, each from its rows in `rows_`.
+  const Colour* const* rows = rows_.data();
+  for (; drawn_ < band_; ++drawn_) {
+    finishBand(bands_[drawn_], rows);
+    rows += bands_[drawn_].to - bands_[drawn_].from;
+  }
+  rows_.clear();
 }
 
-void PictureBox::RowPainter::finishBand(const Band& band) {
+void PictureBox::RowPainter::finishBand(const Band& band, const Colour* const* rows) {
   // The band's rows ANDed into `acc`, up to three a sweep so that `acc` is
   // written once for most bands: a shrink thus ANDs the pixels it drops into
   // the one it keeps, so dark line work on a light ground survives it. A
@@ -136,9 +143,9 @@ void PictureBox::RowPainter::finishBand(const Band& band) {
   const Int32 height = band.to - band.from;
   for (Int32 r = 0; r < height;) {
     const Int32 n = std::min<Int32>(3, height - r);
-    const Colour* __restrict s0 = rows_[static_cast<std::size_t>(r)];
-    const Colour* __restrict s1 = rows_[static_cast<std::size_t>(r + std::min<Int32>(1, n - 1))];
-    const Colour* __restrict s2 = rows_[static_cast<std::size_t>(r + n - 1)];
+    const Colour* __restrict s0 = rows[r];
+    const Colour* __restrict s1 = rows[r + std::min<Int32>(1, n - 1)];
+    const Colour* __restrict s2 = rows[r + n - 1];
     if (r == 0) {
       for (Int32 u = uFrom; u < uTo; ++u) acc[u] = s0[u] & s1[u] & s2[u] & 0xFFFFFF;
     } else {
