@@ -7,6 +7,10 @@
 #include <cstring>
 #include <memory>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 #include "intake/format_readers.h"
 
 namespace quern {
@@ -114,6 +118,35 @@ Picture readRle(const unsigned char* data, std::size_t size, std::size_t pos, st
   return makePicture(static_cast<Int32>(w), static_cast<Int32>(h), std::move(pixels));
 }
 
+// A palette of the 256 greys in order, as grey pictures are kept.
+bool greyRamp(const std::array<Colour, 256>& palette) {
+  for (std::uint32_t i = 0; i < 256; ++i) {
+    if (palette[i] != static_cast<Colour>(i * 0x010101U)) return false;
+  }
+  return true;
+}
+
+// A row of such greys: each byte made the three of its colour, sixteen a step.
+void unpackGreys(const unsigned char* in, Colour* out, std::int64_t w) {
+  std::int64_t x = 0;
+#ifdef __SSE2__
+  const __m128i colour = _mm_set1_epi32(0xFFFFFF);
+  const auto put = [&](std::int64_t at, __m128i v) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at), _mm_and_si128(v, colour));
+  };
+  for (; x + 16 <= w; x += 16) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + x));
+    const __m128i low = _mm_unpacklo_epi8(v, v);
+    const __m128i high = _mm_unpackhi_epi8(v, v);
+    put(x, _mm_unpacklo_epi16(low, low));
+    put(x + 4, _mm_unpackhi_epi16(low, low));
+    put(x + 8, _mm_unpacklo_epi16(high, high));
+    put(x + 12, _mm_unpackhi_epi16(high, high));
+  }
+#endif
+  for (; x < w; ++x) out[x] = static_cast<Colour>(in[x] * 0x010101U);
+}
+
 }  // namespace
 
 std::optional<Picture> readPlainBmp(const unsigned char* data, std::size_t size) {
@@ -175,6 +208,7 @@ std::optional<Picture> readPlainBmp(const unsigned char* data, std::size_t size)
   const std::int64_t area = w * h;
   PixelBuffer pixels = allocatePixels(area, area);
   const auto eight = bpp == 1 ? std::make_unique<EightPixels>(eightPixels(palette[0], palette[1])) : nullptr;
+  const bool grey = bpp == 8 && greyRamp(palette);
   for (std::int64_t row = 0; row < h; ++row) {
     const unsigned char* in = data + offBits + row * stride;
     Colour* out = pixels.get() + (topDown ? row : h - 1 - row) * w;
@@ -186,7 +220,11 @@ std::optional<Picture> readPlainBmp(const unsigned char* data, std::size_t size)
         unpackIndexed<4>(in, out, w, palette);
         break;
       case 8:
-        for (std::int64_t x = 0; x < w; ++x) out[x] = palette[in[x]];
+        if (grey) {
+          unpackGreys(in, out, w);
+        } else {
+          for (std::int64_t x = 0; x < w; ++x) out[x] = palette[in[x]];
+        }
         break;
       case 16:
       case 32:

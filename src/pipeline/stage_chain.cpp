@@ -67,9 +67,12 @@ long long blackCount(const Picture& picture) {
 }  // namespace
 
 Progress& FractionReport::progressOf(Stage stage) {
-  current_.emplace([this, stage](double fraction) {
-    if (report_) report_(stage, fraction);
-  });
+  // A quiet report leaves the bar's chances to run with nothing to do.
+  if (!report_) {
+    current_.emplace();
+  } else {
+    current_.emplace([this, stage](double fraction) { report_(stage, fraction); });
+  }
   return *current_;
 }
 

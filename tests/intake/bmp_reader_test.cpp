@@ -26,6 +26,10 @@ struct BmpCase {
   std::uint32_t used = 0;  // palette colours claimed, 0 for all
   unsigned dibSize = 40;
   std::array<std::uint32_t, 4> masks{};  // red, green, blue, alpha of bit fields
+  // The 256 greys in order, as grey pictures are saved, but for this entry
+  // (none: -1), which is another colour.
+  bool greys = false;
+  int notGrey = -1;
 };
 
 // A BMP of random pixels and a random palette whose spare byte is not zero.
@@ -61,6 +65,11 @@ Bytes makeBmp(const BmpCase& c, unsigned seed) {
     }
   }
   for (unsigned i = 0; i < 4 * colours + pixelBytes; ++i) b.push_back(static_cast<unsigned char>(random()));
+  for (unsigned i = 0; c.greys && i < colours; ++i) {
+    const auto grey = static_cast<unsigned char>(static_cast<int>(i) == c.notGrey ? i ^ 1 : i);
+    std::fill_n(b.begin() + offBits - 4 * colours + 4 * i, 3, grey);
+    if (static_cast<int>(i) == c.notGrey) b[offBits - 4 * colours + 4 * i] = static_cast<unsigned char>(i);
+  }
   return b;
 }
 
@@ -78,6 +87,10 @@ TEST(PlainBmp, GivesTheWindowsFormerReadersPixels) {
       {"1 pixel", 24, 1, 1},
       {"version 5 header", 8, 11, 3, 0, 0, 124},
       {"short palette", 8, 6, 5, 0, 16},
+      {"8 bit greys, in steps and a tail", 8, 37, 3, 0, 0, 40, {}, true},
+      {"8 bit greys, from the top", 8, 16, -2, 0, 0, 40, {}, true},
+      {"8 bit greys but one", 8, 35, 4, 0, 0, 40, {}, true, 200},
+      {"8 bit greys, short palette", 8, 19, 3, 0, 255, 40, {}, true},
       {"16 bit", 16, 5, 4},
       {"16 bit, from the top", 16, 6, -3},
       {"32 bit", 32, 5, 4},
