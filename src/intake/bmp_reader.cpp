@@ -257,7 +257,7 @@ std::optional<Picture> readPlainBmp(const unsigned char* data, std::size_t size)
       }
     }
   }
-  return makePicture(static_cast<Int32>(w), static_cast<Int32>(h), std::move(pixels));
+  return makePicture(static_cast<Int32>(w), static_cast<Int32>(h), std::move(pixels), grey);
 }
 
 }  // namespace quern

@@ -148,7 +148,8 @@ Picture readJpeg(const unsigned char* data, std::size_t size, long long maxPixel
   jpeg_destroy_decompress(&job->info);
   if (job->refusal != nullptr) checkPixelLimit(job->width, job->height, maxPixels);
   if (!done) throw FileError(std::string("the JPEG decoder stopped: ") + job->errors.message);
-  return makePicture(job->width, job->height, std::move(job->pixels));
+  const bool grey = job->info.out_color_space == JCS_GRAYSCALE;
+  return makePicture(job->width, job->height, std::move(job->pixels), grey);
 }
 
 }  // namespace quern

@@ -82,6 +82,44 @@ void shadeRows(const Colour* from, Int32 width, Int32 height, Int16 threshold, P
   skipOnError([&] { progress.bar().Value = 0.0F; });
 }
 
+void shadeGreyRow(const std::uint8_t* greys, Colour* out, Int32 width, Int16 threshold) {
+  // 30 g + 59 g + 11 g is 100 g: above 100 times the threshold exactly when
+  // g is above it. A grey equal to it goes the way the exact test takes it.
+  const Colour atThreshold =
+      threshold >= 0 && threshold <= 255 ? exactShade(rgb(threshold, threshold, threshold), threshold) : kBlack;
+  Int32 x = 0;
+#ifdef __SSE2__
+  if (threshold >= 1 && threshold <= 255) {
+    const __m128i bias = _mm_set1_epi8(static_cast<char>(-128));
+    const __m128i limit = _mm_set1_epi8(static_cast<char>(threshold - 128));
+    const __m128i equalShade = _mm_set1_epi32(atThreshold);
+    const __m128i white = _mm_set1_epi32(kWhite);
+    for (; x + 16 <= width; x += 16) {
+      const __m128i g = _mm_xor_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(greys + x)), bias);
+      const __m128i above = _mm_cmpgt_epi8(g, limit);
+      const __m128i equal = _mm_cmpeq_epi8(g, limit);
+      // Byte masks widened to a lane a pixel.
+      const __m128i aboveLow = _mm_unpacklo_epi8(above, above);
+      const __m128i aboveHigh = _mm_unpackhi_epi8(above, above);
+      const __m128i equalLow = _mm_unpacklo_epi8(equal, equal);
+      const __m128i equalHigh = _mm_unpackhi_epi8(equal, equal);
+      const auto put = [&](Int32 at, __m128i a, __m128i e) {
+        const __m128i shade = _mm_or_si128(_mm_and_si128(a, white), _mm_and_si128(e, equalShade));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at), shade);
+      };
+      put(x, _mm_unpacklo_epi16(aboveLow, aboveLow), _mm_unpacklo_epi16(equalLow, equalLow));
+      put(x + 4, _mm_unpackhi_epi16(aboveLow, aboveLow), _mm_unpackhi_epi16(equalLow, equalLow));
+      put(x + 8, _mm_unpacklo_epi16(aboveHigh, aboveHigh), _mm_unpacklo_epi16(equalHigh, equalHigh));
+      put(x + 12, _mm_unpackhi_epi16(aboveHigh, aboveHigh), _mm_unpackhi_epi16(equalHigh, equalHigh));
+    }
+  }
+#endif
+  for (; x < width; ++x) {
+    const Int32 g = greys[x];
+    out[x] = g > threshold ? kWhite : g < threshold ? kBlack : atThreshold;
+  }
+}
+
 bool makeblackwhite(PictureBox& picture, Int16 threshold, Progress& progress, Int32 limit) {
   float width = 0.0F;
   float height = 0.0F;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 
 #include "base/numbers.h"
@@ -21,6 +22,9 @@ bool makeblackwhite(PictureBox& picture, Int16 threshold, Progress& progress, In
 
 // One row of `width` colours in black and white, as makeblackwhite paints it.
 void shadeRow(const Colour* row, Colour* out, Int32 width, Int16 threshold);
+// shadeRow for a row of greys, one byte a pixel: a grey's luminance is the
+// grey itself.
+void shadeGreyRow(const std::uint8_t* greys, Colour* out, Int32 width, Int16 threshold);
 
 // How makeblackwhite paints a bitmap of width by height colours that it
 // paints whole, for a caller that keeps the rows elsewhere: row y in black

@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <functional>
 #include <limits>
 #include <string>
+#include <vector>
 
 #ifdef __SSE2__
 #include <emmintrin.h>
@@ -94,8 +96,7 @@ namespace {
 // where `into(y)` says (nowhere when it gives null), then handed to `made`.
 // Only the colour bytes are read. The bar, where there is one, follows the rows.
 void smoothRows(const std::function<const Colour*(Int32)>& rowOf, Int32 w, Int32 h, Int32 paintable,
-                const std::function<Colour*(Int32)>& into, const std::function<void(Int32)>& made,
-                Progress* progress) {
+                const std::function<Colour*(Int32)>& into, const std::function<void(Int32)>& made, Progress* progress) {
   ProgressBar* bar = progress ? &progress->bar() : nullptr;
   if (bar) {
     bar->Value = 0.0F;
@@ -186,7 +187,8 @@ void paintSmoothed(const std::function<const Colour*(Int32)>& rowOf, Int32 w, In
   if (h < 10) return;
   const bool whole = w == picture.pixelWidth() && h == picture.pixelHeight();
   Canvas canvas(picture, whole ? 1 : std::numeric_limits<Int32>::max());
-  smoothRows(rowOf, w, h, std::min(w - 1, canvas.width()), [&](Int32 y) { return canvas.row(y); }, {}, &progress);
+  smoothRows(
+      rowOf, w, h, std::min(w - 1, canvas.width()), [&](Int32 y) { return canvas.row(y); }, {}, &progress);
 }
 
 }  // namespace
@@ -208,7 +210,8 @@ void smoothWithoutStore(PictureBox& picture, const FilterStore& filterpixels, Pr
   paintSmoothed([&](Int32 y) { return bits + y * stride; }, size.width, size.height, picture, progress);
 }
 
-void smoothEachRow(const Colour* bits, Int32 width, Int32 height, const std::function<void(Int32, const Colour*)>& row) {
+void smoothEachRow(const Colour* bits, Int32 width, Int32 height,
+                   const std::function<void(Int32, const Colour*)>& row) {
   const auto stride = static_cast<std::size_t>(width);
   const auto source = [&](Int32 y) { return bits + y * stride; };
   if (height < 10) {
@@ -228,6 +231,75 @@ void smoothEachRow(const Colour* bits, Int32 width, Int32 height, const std::fun
       },
       [&](Int32 y) { row(y, out.data()); }, nullptr);
   row(height - 1, source(height - 1));
+}
+
+void smoothEachGreyRow(const Colour* bits, Int32 width, Int32 height,
+                       const std::function<void(Int32, const std::uint8_t*)>& row) {
+  const auto w = static_cast<std::size_t>(width);
+  std::vector<std::uint8_t> out(w);
+  // A row as it is: the red byte of each pixel.
+  const auto asItIs = [&](Int32 y) {
+    const Colour* in = bits + static_cast<std::size_t>(y) * w;
+    for (std::size_t x = 0; x < w; ++x) out[x] = static_cast<std::uint8_t>(in[x]);
+    row(y, out.data());
+  };
+  if (height < 10) {
+    for (Int32 y = 0; y < height; ++y) asItIs(y);
+    return;
+  }
+  // Each row's greys in 16-bit lanes, kept while the window passes over them;
+  // column sums of three rows, then three sums across, and the mean as the
+  // colour smoothing takes it: (s + 4) * 7282 >> 16.
+  std::vector<std::uint16_t> lanes[3];
+  for (std::vector<std::uint16_t>& l : lanes) l.resize(w + 8);
+  std::vector<std::uint16_t> column(w + 8);
+  const auto unpack = [&](Int32 y, std::vector<std::uint16_t>& into) {
+    const Colour* in = bits + static_cast<std::size_t>(y) * w;
+    std::size_t x = 0;
+#ifdef __SSE2__
+    const __m128i low = _mm_set1_epi32(0xFF);
+    for (; x + 8 <= w; x += 8) {
+      const __m128i a = _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(in + x)), low);
+      const __m128i b = _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(in + x + 4)), low);
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(into.data() + x), _mm_packs_epi32(a, b));
+    }
+#endif
+    for (; x < w; ++x) into[x] = static_cast<std::uint16_t>(in[x] & 0xFF);
+  };
+  asItIs(0);
+  unpack(0, lanes[0]);
+  unpack(1, lanes[1]);
+  for (Int32 y = 1; y < height - 1; ++y) {
+    const std::uint16_t* above = lanes[(y - 1) % 3].data();
+    const std::uint16_t* here = lanes[y % 3].data();
+    std::uint16_t* below = lanes[(y + 1) % 3].data();
+    unpack(y + 1, lanes[(y + 1) % 3]);
+    std::uint16_t* c = column.data();
+    for (std::size_t x = 0; x < w; ++x) c[x] = static_cast<std::uint16_t>(above[x] + here[x] + below[x]);
+    // The outer band, first and last pixel, stays as it is.
+    const Colour* in = bits + static_cast<std::size_t>(y) * w;
+    out[0] = static_cast<std::uint8_t>(in[0]);
+    out[w - 1] = static_cast<std::uint8_t>(in[w - 1]);
+    std::size_t x = 1;
+#ifdef __SSE2__
+    const __m128i four = _mm_set1_epi16(4);
+    const __m128i ninth = _mm_set1_epi16(7282);
+    const auto load = [&](std::size_t at) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(c + at)); };
+    for (; x + 16 <= w - 1; x += 16) {
+      const auto mean8 = [&](std::size_t at) {
+        const __m128i sum = _mm_add_epi16(_mm_add_epi16(load(at - 1), load(at)), load(at + 1));
+        return _mm_mulhi_epu16(_mm_add_epi16(sum, four), ninth);
+      };
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(out.data() + x), _mm_packus_epi16(mean8(x), mean8(x + 8)));
+    }
+#endif
+    for (; x < w - 1; ++x) {
+      const std::uint32_t sum = c[x - 1] + c[x] + c[x + 1];
+      out[x] = static_cast<std::uint8_t>((sum + 4) * 7282 >> 16);
+    }
+    row(y, out.data());
+  }
+  asItIs(height - 1);
 }
 
 }  // namespace quern

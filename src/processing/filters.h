@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <initializer_list>
 #include <vector>
@@ -54,5 +55,10 @@ void smoothWithoutStore(PictureBox& picture, const FilterStore& filterpixels, Pr
 // colours that is the box's whole drawing area, each handed to `row` in
 // order, top to bottom, instead of painted; no bar.
 void smoothEachRow(const Colour* bits, Int32 width, Int32 height, const std::function<void(Int32, const Colour*)>& row);
+// smoothEachRow for a bitmap of greys (red, green and blue equal, top byte
+// clear): each row as the greys of its colours, one byte a pixel. A grey
+// pixel's three means are one, so one channel is worked out instead of three.
+void smoothEachGreyRow(const Colour* bits, Int32 width, Int32 height,
+                       const std::function<void(Int32, const std::uint8_t*)>& row);
 
 }  // namespace quern

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 #include "base/errors.h"
 #include "processing/colour_normalise.h"
@@ -187,6 +188,32 @@ bool blackWhiteGrid(const Picture& source, Int16 threshold, const RasterLimits& 
   const auto read = [&](Int32 y) {
     if (sourceRows) sourceRows(y, pixels + static_cast<std::size_t>(y) * static_cast<std::size_t>(w));
   };
+  // A row shaded into `row` goes into the cells, the bar kept as shadeRows keeps it.
+  const auto take = [&](Int32 y) {
+    cells.loadRow(y, row.data(), w);
+    progress.yield();
+    bar.Value = static_cast<float>(y);
+  };
+  if (source->grey()) {
+    // Greys are smoothed and shaded a byte a pixel.
+    std::vector<std::uint8_t> greys(static_cast<std::size_t>(w));
+    const auto shade = [&](Int32 y, const std::uint8_t* smoothed) {
+      read(y);
+      shadeGreyRow(smoothed, row.data(), w, threshold);
+      take(y);
+    };
+    if (smoothFirst) {
+      smoothEachGreyRow(pixels, w, h, shade);
+    } else {
+      for (Int32 y = 0; y < h; ++y) {
+        const Colour* in = pixels + static_cast<std::size_t>(y) * static_cast<std::size_t>(w);
+        std::transform(in, in + w, greys.begin(), [](Colour c) { return static_cast<std::uint8_t>(c); });
+        shade(y, greys.data());
+      }
+    }
+    bar.Value = 0.0F;
+    return true;
+  }
   if (!smoothFirst) {
     shadeRows(
         pixels, w, h, threshold, progress, [&](Int32) { return row.data(); },
@@ -201,9 +228,7 @@ bool blackWhiteGrid(const Picture& source, Int16 threshold, const RasterLimits& 
   smoothEachRow(pixels, w, h, [&](Int32 y, const Colour* smoothed) {
     read(y);
     shadeRow(smoothed, row.data(), w, threshold);
-    cells.loadRow(y, row.data(), w);
-    progress.yield();
-    bar.Value = static_cast<float>(y);
+    take(y);
   });
   bar.Value = 0.0F;
   return true;

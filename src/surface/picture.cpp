@@ -40,8 +40,8 @@ PixelBuffer allocatePixels(long long count, long long limit) {
   return pixels;
 }
 
-PictureData::PictureData(Int32 width, Int32 height, PixelBuffer pixels)
-    : width_(width), height_(height), pixels_(std::move(pixels)), handle_(nextHandle()) {
+PictureData::PictureData(Int32 width, Int32 height, PixelBuffer pixels, bool grey)
+    : width_(width), height_(height), pixels_(std::move(pixels)), handle_(nextHandle()), grey_(grey) {
   checkSize(width, height);
   if (!pixels_) throw SurfaceError("Picture without pixels");
 }
@@ -53,8 +53,8 @@ Int32 PictureData::Height() const {
   return roundToInt32(height_ * kHimetricPerPixel);
 }
 
-Picture makePicture(Int32 width, Int32 height, PixelBuffer pixels) {
-  return std::make_shared<const PictureData>(width, height, std::move(pixels));
+Picture makePicture(Int32 width, Int32 height, PixelBuffer pixels, bool grey) {
+  return std::make_shared<const PictureData>(width, height, std::move(pixels), grey);
 }
 
 Picture makePicture(Int32 width, Int32 height, const std::vector<Colour>& pixels) {

@@ -51,7 +51,7 @@ class PixelView {
 // and two pictures (each with its own Handle) may share one pixel buffer.
 class PictureData {
  public:
-  PictureData(Int32 width, Int32 height, PixelBuffer pixels);
+  PictureData(Int32 width, Int32 height, PixelBuffer pixels, bool grey = false);
 
   Int32 pixelWidth() const { return width_; }
   Int32 pixelHeight() const { return height_; }
@@ -68,12 +68,17 @@ class PictureData {
 
   // The buffer itself, for surfaces that show the picture without a copy.
   const PixelBuffer& buffer() const { return pixels_; }
+  // Known to be all greys: every pixel's red, green and blue equal (and its
+  // top byte clear), so that work on one channel serves all three. False
+  // says nothing.
+  bool grey() const { return grey_; }
 
  private:
   Int32 width_;
   Int32 height_;
   PixelBuffer pixels_;
   Int32 handle_;
+  bool grey_;
 };
 
 // A picture object: null means "no picture" (Handle 0).
@@ -83,7 +88,7 @@ using Picture = std::shared_ptr<const PictureData>;
 using RowSink = std::function<void(Int32, const Colour*)>;
 
 // A picture on pixels that nobody else writes to any more.
-Picture makePicture(Int32 width, Int32 height, PixelBuffer pixels);
+Picture makePicture(Int32 width, Int32 height, PixelBuffer pixels, bool grey = false);
 // A picture with a copy of `pixels`, which hold width by height colours.
 Picture makePicture(Int32 width, Int32 height, const std::vector<Colour>& pixels);
 Picture makeFilledPicture(Int32 width, Int32 height, Colour colour);

@@ -89,6 +89,7 @@ void PictureBox::resizeInner(Int32 w, Int32 h) {
       std::fill(row + x, row + w, bg);
     }
     bitmap_ = std::move(next);
+    greyBitmap_ = nullptr;
   }
   innerW_ = w;
   innerH_ = h;
@@ -98,12 +99,14 @@ void PictureBox::resizeInner(Int32 w, Int32 h) {
 
 void PictureBox::resetBitmap() {
   touch();
+  greyBitmap_ = nullptr;
   if (!picture_) {
     bitmap_.reset();  // all background, allocated when first drawn on
     return;
   }
   if (picture_->pixelWidth() == innerW_ && picture_->pixelHeight() == innerH_) {
     bitmap_ = picture_->buffer();  // the picture covers the whole box: show its own pixels
+    shown(*picture_);
     return;
   }
   PixelBuffer next = newBitmap();
@@ -119,6 +122,7 @@ void PictureBox::resetBitmap() {
 
 const Colour* PictureBox::bits() const {
   if (!bitmap_) {
+    greyBitmap_ = nullptr;
     bitmap_ = newBitmap();
     std::fill_n(bitmap_.get(), area(), background());
   }
@@ -126,6 +130,7 @@ const Colour* PictureBox::bits() const {
 }
 
 Colour* PictureBox::mutableBits() {
+  greyBitmap_ = nullptr;
   if (!bitmap_) {
     bits();
   } else if (bitmap_.use_count() > 1) {
@@ -137,6 +142,7 @@ Colour* PictureBox::mutableBits() {
 }
 
 Colour* PictureBox::overwriteBits() {
+  greyBitmap_ = nullptr;
   if (!bitmap_ || bitmap_.use_count() > 1) bitmap_ = newBitmap();
   return bitmap_.get();
 }
@@ -220,12 +226,13 @@ void PictureBox::setPicture(Picture p) {
 
 Picture PictureBox::Image() const {
   bits();
-  return makePicture(innerW_, innerH_, bitmap_);
+  return makePicture(innerW_, innerH_, bitmap_, showsGrey());
 }
 
 Picture PictureBox::takeImage() {
   bits();
-  Picture out = makePicture(innerW_, innerH_, std::move(bitmap_));
+  const bool grey = showsGrey();
+  Picture out = makePicture(innerW_, innerH_, std::move(bitmap_), grey);
   const bool resized = innerW_ != 1 || innerH_ != 1;
   picture_.reset();
   innerW_ = 1;

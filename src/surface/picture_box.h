@@ -223,6 +223,10 @@ class PictureBox {
   // beyond the bitmap and nothing was drawn.
   bool stroke(Int32 ax, Int32 ay, Int32 bx, Int32 by, Colour pen);
   void touch() { ++version_; }
+  // The bitmap now is `picture`'s own pixels, as they are; an image taken of
+  // it keeps what the picture is known to be until the box draws.
+  void shown(const PictureData& picture) { greyBitmap_ = picture.grey() ? bitmap_.get() : nullptr; }
+  bool showsGrey() const { return bitmap_ && greyBitmap_ == bitmap_.get(); }
 
   float unitsPerPixel_;
   Int32 border_;
@@ -236,6 +240,8 @@ class PictureBox {
   // Null while the whole bitmap is background: a box that is about to be
   // painted over costs no clearing.
   mutable PixelBuffer bitmap_;
+  // The bitmap while it is a grey picture's own, untouched.
+  mutable const Colour* greyBitmap_ = nullptr;
   long long pixelLimit_ = kDefaultSurfacePixelLimit;
   unsigned long long version_ = 0;
 };

@@ -208,6 +208,7 @@ void PictureBox::PaintPicture(const Picture& pic, float x1, float y1, std::optio
   // that picture's pixels as they are: share them instead of copying.
   if (painter.wholeBoxAsItIs()) {
     bitmap_ = pic->buffer();
+    shown(*pic);
     touch();
     return;
   }

@@ -107,6 +107,8 @@ TEST(PlainBmp, GivesTheWindowsFormerReadersPixels) {
     ASSERT_EQ((*quick)->pixelWidth(), general.width) << c.name;
     ASSERT_EQ((*quick)->pixelHeight(), general.height) << c.name;
     EXPECT_TRUE(std::equal(general.pixels.begin(), general.pixels.end(), (*quick)->pixels().begin())) << c.name;
+    // Only the whole ramp of greys marks the picture as all greys.
+    EXPECT_EQ((*quick)->grey(), c.greys && c.notGrey < 0 && c.used == 0) << c.name;
   }
 }
 

@@ -4,6 +4,7 @@
 // here, in the tests only.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -43,7 +44,12 @@ TEST(QtMatch, EveryPictureFileOfTheProjectDecodesToQtsPixels) {
     std::size_t differ = 0;
     for (std::size_t i = 0; i < expected.size(); ++i) differ += p->pixels()[i] != expected[i];
     EXPECT_EQ(differ, 0U) << path;
+    // A picture marked as all greys is all greys.
+    const auto isGrey = [](Colour c) { return c == static_cast<Colour>((c & 0xFF) * 0x010101U); };
+    EXPECT_TRUE(!p->grey() || std::all_of(p->pixels().begin(), p->pixels().end(), isGrey)) << path;
   }
+  EXPECT_TRUE(loadPictureFile(root + "/tests/intake/fixtures/grey.jpg")->grey());
+  EXPECT_FALSE(loadPictureFile(root + "/tests/intake/fixtures/colour420.jpg")->grey());
 }
 
 }  // namespace

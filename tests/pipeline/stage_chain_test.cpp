@@ -35,6 +35,19 @@ Picture drawing(Int32 w, Int32 h, std::uint32_t seed) {
   return makePicture(w, h, px);
 }
 
+// A drawing on grey paper in uneven greys, marked as all greys: the paper
+// straddles the default threshold of 200.
+Picture greyPage(Int32 w, Int32 h, std::uint32_t seed) {
+  const Picture lines = drawing(w, h, seed);
+  PixelBuffer px = allocatePixels(static_cast<long long>(w) * h);
+  for (std::size_t i = 0; i < lines->area(); ++i) {
+    seed = seed * 1664525U + 1013904223U;
+    const std::uint32_t g = lines->data()[i] == kBlack ? seed >> 26 : 185 + (seed >> 27);
+    px[static_cast<std::ptrdiff_t>(i)] = static_cast<Colour>(g * 0x010101U);
+  }
+  return makePicture(w, h, std::move(px), true);
+}
+
 // Vertical lines one pixel wide in every other column: thinning keeps them all.
 Picture combOfLines(Int32 w, Int32 h) {
   std::vector<Colour> px(static_cast<std::size_t>(w) * h, kWhite);
@@ -190,6 +203,10 @@ TEST(StageChain, DrawingOnlyGivesTheOutcomesAndDrawingOfOneThatKeepsAll) {
       {"a drawing, one blur", drawing(220, 160, 5), ThresholdMode::fixed, {}, 1},
       {"a drawing, no blur", drawing(220, 160, 5), ThresholdMode::fixed, {}, 0},
       {"a drawing at half size", drawing(220, 160, 5), ThresholdMode::fixed, {}, 1, 0.5},
+      {"a grey page", greyPage(230, 170, 9), ThresholdMode::fixed, {}, 1},
+      {"a grey page, no blur", greyPage(230, 170, 9), ThresholdMode::fixed, {}, 0},
+      {"a grey page, two blurs", greyPage(230, 170, 9), ThresholdMode::fixed, {}, 2},
+      {"a grey page at half size", greyPage(230, 170, 9), ThresholdMode::fixed, {}, 1, 0.5},
       {"a drawing at a chosen threshold", drawing(220, 160, 6), ThresholdMode::automatic, {}},
       {"under 10 pixels wide", drawing(9, 60, 3), ThresholdMode::fixed, {}},
       {"black and white past 1500", makeFilledPicture(12, 1501, kWhite), ThresholdMode::fixed, {}},

@@ -64,6 +64,23 @@ TEST(MakeBlackWhite, EveryPixelFollowsTheDoubleLuminance) {
   }
 }
 
+// Every grey, a byte a pixel, shades as its colour does, at every
+// threshold and past both ends, in a row long enough for the vector steps.
+TEST(MakeBlackWhite, GreysByTheByteShadeAsTheirColours) {
+  std::vector<std::uint8_t> greys(256 + 7);
+  for (std::size_t i = 0; i < greys.size(); ++i) greys[i] = static_cast<std::uint8_t>(i * 37 % 256);
+  std::vector<Colour> colours;
+  for (std::uint8_t g : greys) colours.push_back(testing::grey(g));
+  const auto width = static_cast<Int32>(greys.size());
+  std::vector<Colour> want(greys.size());
+  std::vector<Colour> got(greys.size());
+  for (Int16 threshold = -1; threshold <= 257; ++threshold) {
+    shadeRow(colours.data(), want.data(), width, threshold);
+    shadeGreyRow(greys.data(), got.data(), width, threshold);
+    ASSERT_EQ(got, want) << "threshold " << threshold;
+  }
+}
+
 TEST(MakeBlackWhite, RefusesPicturesBeyond1500PixelsWithNoChange) {
   for (const auto& [w, h, refused] : {std::tuple{1501, 1, true}, {1, 1501, true}, {1500, 1500, false}}) {
     QuietHost host;

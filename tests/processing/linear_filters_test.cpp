@@ -116,6 +116,25 @@ TEST(Smooth, IsTheMeanOfNineFromTenHighMovingTheBarRowByRowAndLeavesLowerPicture
   }
 }
 
+// Greys smoothed a byte a pixel are the greys of the colour smoothing, at
+// every size, inside and on the outer band.
+TEST(Smooth, GreysByTheByteAreTheColourSmoothingsGreys) {
+  for (const auto& [w, h] : {std::pair{1, 12}, {2, 10}, {3, 11}, {17, 9}, {17, 10}, {33, 14}, {40, 23}}) {
+    const Picture src = testing::greyNoisePicture(w, h, static_cast<std::uint32_t>(w * 7 + h));
+    std::vector<Colour> colours;
+    smoothEachRow(src->data(), w, h, [&](Int32, const Colour* row) { colours.insert(colours.end(), row, row + w); });
+    std::vector<Colour> greys;
+    std::vector<Int32> order;
+    smoothEachGreyRow(src->data(), w, h, [&](Int32 y, const std::uint8_t* row) {
+      order.push_back(y);
+      for (Int32 x = 0; x < w; ++x) greys.push_back(grey(row[x]));
+    });
+    EXPECT_EQ(greys, colours) << w << "x" << h;
+    ASSERT_EQ(order.size(), static_cast<std::size_t>(h)) << w << "x" << h;
+    for (Int32 y = 0; y < h; ++y) EXPECT_EQ(order[static_cast<std::size_t>(y)], y);
+  }
+}
+
 TEST(Sharpen, ComparesWithTheUpperLeftNeighbourOnlyAndRoundsTiesToEven) {
   for (const auto& [c, d, out] :
        {std::array{11, 10, 12}, {10, 9, 10}, {100, 100, 100}, {250, 100, 255}, {20, 100, 0}}) {

@@ -23,6 +23,15 @@ inline Picture noisePicture(Int32 w, Int32 h, std::uint32_t seed = 7) {
   return makePicture(w, h, std::move(px));
 }
 
+// Greys from the same generator, the picture marked as all greys.
+inline Picture greyNoisePicture(Int32 w, Int32 h, std::uint32_t seed = 7) {
+  PixelBuffer px = allocatePixels(static_cast<long long>(w) * h);
+  for (long long i = 0; i < static_cast<long long>(w) * h; ++i) {
+    px[i] = static_cast<Colour>(((seed = seed * 1664525U + 1013904223U) >> 24) * 0x010101U);
+  }
+  return makePicture(w, h, std::move(px), true);
+}
+
 // A 3 by 3 picture of greys, row by row.
 inline Picture greys3(const std::array<Int32, 9>& values) {
   std::vector<Colour> px;

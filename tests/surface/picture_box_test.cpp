@@ -206,6 +206,41 @@ TEST(Stretch, ACopyPartlyOutsideTheBoxCombinesOnlyWhereItFalls) {
   }
 }
 
+// A box showing a grey picture's own pixels gives images known to be grey;
+// once it draws, or shows anything else, it says nothing more.
+TEST(PictureBox, ImagesOfAGreyPictureAreKnownGreyUntilTheBoxDraws) {
+  std::vector<Colour> px;
+  for (Int32 i = 0; i < 12; ++i) px.push_back(static_cast<Colour>(i * 20 * 0x010101));
+  PixelBuffer buffer = allocatePixels(12);
+  std::copy(px.begin(), px.end(), buffer.get());
+  const Picture grey = makePicture(4, 3, std::move(buffer), true);
+  const Picture unmarked = makePicture(4, 3, px);
+  const auto show = [&](PictureBox& b) { b.setPicture(grey); };
+  const auto paint = [&](PictureBox& b) { b.PaintPicture(grey, 0, 0); };
+  struct Case {
+    const char* name;
+    std::function<void(PictureBox&)> first;
+    std::function<void(PictureBox&)> then;
+    bool grey;
+  };
+  const Case cases[] = {
+      {"shown", show, {}, true},
+      {"painted over the whole box", paint, {}, true},
+      {"painted, then drawn on", paint, [](PictureBox& b) { b.PSet(1, 1, kRed); }, false},
+      {"shown, then a pixel set", show, [](PictureBox& b) { SetPixelV(b.hDC(), 0, 0, kRed); }, false},
+      {"painted smaller", [&](PictureBox& b) { b.PaintPicture(grey, 0, 0, 2, 2); }, {}, false},
+      {"an unmarked picture", [&](PictureBox& b) { b.PaintPicture(unmarked, 0, 0); }, {}, false},
+      {"shown, then grown", show, [](PictureBox& b) { b.setWidth(5); }, false},
+  };
+  for (const Case& c : cases) {
+    PictureBox box = boxOf(4, 3);
+    c.first(box);
+    if (c.then) c.then(box);
+    EXPECT_EQ(box.Image()->grey(), c.grey) << c.name;
+    EXPECT_EQ(box.takeImage()->grey(), c.grey) << c.name;
+  }
+}
+
 // Rows handed over one by one, each from a buffer of its own, paint what
 // PaintPicture paints from the whole picture, wherever the picture lands and
 // whatever part of it is taken.
