@@ -101,6 +101,9 @@ Picture readGif(const unsigned char* data, std::size_t size, long long maxPixels
     palette[static_cast<std::size_t>(i)] = rgb(c.Red, c.Green, c.Blue);
   }
   if (transparent >= 0) palette[static_cast<std::size_t>(transparent)] = kWhite;
+  // Every pixel is a palette colour, white or black: all greys when those are.
+  const bool grey = std::all_of(palette.begin(), palette.end(),
+                                [](Colour c) { return c == static_cast<Colour>((c & 0xFF) * 0x010101U); });
 
   const long long area = static_cast<long long>(w) * h;
   PixelBuffer pixels = allocatePixels(area, area);
@@ -117,7 +120,7 @@ Picture readGif(const unsigned char* data, std::size_t size, long long maxPixels
     Colour* out = pixels.get() + static_cast<std::size_t>(screenY) * w;
     for (int x = left; x < right; ++x) out[x] = palette[row[static_cast<std::size_t>(x - frame.Left)]];
   }
-  return makePicture(w, h, std::move(pixels));
+  return makePicture(w, h, std::move(pixels), grey);
 }
 
 }  // namespace quern

@@ -37,6 +37,7 @@ struct PngJob {
   Int32 width = 0;
   Int32 height = 0;
   bool overLimit = false;
+  bool grey = false;  // no colour in the file: every pixel, on white, a grey
   PixelBuffer pixels;
   std::vector<png_bytep> rows;
   std::string written;
@@ -69,6 +70,7 @@ bool decode(PngJob& job) {
     job.overLimit = true;
     return false;
   }
+  job.grey = (png_get_color_type(job.png, job.info) & PNG_COLOR_MASK_COLOR) == 0;
   png_set_expand(job.png);
   png_set_scale_16(job.png);
   png_set_gray_to_rgb(job.png);
@@ -144,7 +146,7 @@ Picture readPng(const unsigned char* data, std::size_t size, long long maxPixels
   if (job->overLimit) checkPixelLimit(job->width, job->height, maxPixels);
   if (!done) throw FileError(std::string("the PNG decoder stopped: ") + job->message);
   layOnWhite(job->pixels.get(), static_cast<std::size_t>(job->width) * static_cast<std::size_t>(job->height));
-  return makePicture(job->width, job->height, std::move(job->pixels));
+  return makePicture(job->width, job->height, std::move(job->pixels), job->grey);
 }
 
 std::string encodeBitmapPng(const PictureBox& box) {

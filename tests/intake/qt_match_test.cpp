@@ -48,8 +48,12 @@ TEST(QtMatch, EveryPictureFileOfTheProjectDecodesToQtsPixels) {
     const auto isGrey = [](Colour c) { return c == static_cast<Colour>((c & 0xFF) * 0x010101U); };
     EXPECT_TRUE(!p->grey() || std::all_of(p->pixels().begin(), p->pixels().end(), isGrey)) << path;
   }
-  EXPECT_TRUE(loadPictureFile(root + "/tests/intake/fixtures/grey.jpg")->grey());
-  EXPECT_FALSE(loadPictureFile(root + "/tests/intake/fixtures/colour420.jpg")->grey());
+  for (const char* grey : {"grey.jpg", "grey.png", "grey16.png", "grey_alpha.png"}) {
+    EXPECT_TRUE(loadPictureFile(root + "/tests/intake/fixtures/" + grey)->grey()) << grey;
+  }
+  for (const char* colour : {"colour420.jpg", "rgb.png", "palette.png", "colour.bmp"}) {
+    EXPECT_FALSE(loadPictureFile(root + "/tests/intake/fixtures/" + colour)->grey()) << colour;
+  }
 }
 
 }  // namespace
