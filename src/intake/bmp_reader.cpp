@@ -208,7 +208,11 @@ std::optional<Picture> readPlainBmp(const unsigned char* data, std::size_t size)
   const std::int64_t area = w * h;
   PixelBuffer pixels = allocatePixels(area, area);
   const auto eight = bpp == 1 ? std::make_unique<EightPixels>(eightPixels(palette[0], palette[1])) : nullptr;
-  const bool grey = bpp == 8 && greyRamp(palette);
+  const bool ramp = bpp == 8 && greyRamp(palette);
+  // A pixel of up to eight bits is a palette colour (black past a short
+  // palette): all greys when those are.
+  const bool grey = bpp <= 8 && std::all_of(palette.begin(), palette.end(),
+                                            [](Colour c) { return c == static_cast<Colour>((c & 0xFF) * 0x010101U); });
   for (std::int64_t row = 0; row < h; ++row) {
     const unsigned char* in = data + offBits + row * stride;
     Colour* out = pixels.get() + (topDown ? row : h - 1 - row) * w;
@@ -220,7 +224,7 @@ std::optional<Picture> readPlainBmp(const unsigned char* data, std::size_t size)
         unpackIndexed<4>(in, out, w, palette);
         break;
       case 8:
-        if (grey) {
+        if (ramp) {
           unpackGreys(in, out, w);
         } else {
           for (std::int64_t x = 0; x < w; ++x) out[x] = palette[in[x]];
