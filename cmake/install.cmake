@@ -42,6 +42,8 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
-# The dependencies are read off the shared libraries the programs link.
+# The dependencies are read off the shared libraries the programs link, and
+# libtiff, which they load when a TIFF is read.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libtiff6")
 include(CPack)

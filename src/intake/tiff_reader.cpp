@@ -2,6 +2,7 @@
 // own RGBA image reader (every compression, photometric interpretation, bit
 // depth, strips and tiles it knows) straight into the picture's buffer, whose
 // 0x00BBGGRR layout is libtiff's ABGR with the alpha byte on top.
+#include <dlfcn.h>
 #include <tiffio.h>
 
 #include <algorithm>
@@ -10,6 +11,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "base/errors.h"
@@ -18,6 +20,72 @@
 namespace quern {
 
 namespace {
+
+// libtiff, and the many libraries it brings, are loaded the first time a
+// TIFF is read rather than at every start of the programs: loading them
+// costs more than converting a small picture. The functions used, by name.
+struct TiffLibrary {
+  decltype(&TIFFClientOpenExt) clientOpenExt;
+  decltype(&TIFFClose) close;
+  decltype(&TIFFGetField) getField;
+  decltype(&TIFFGetFieldDefaulted) getFieldDefaulted;
+  decltype(&TIFFIsTiled) isTiled;
+  decltype(&TIFFNumberOfDirectories) numberOfDirectories;
+  decltype(&TIFFOpenOptionsAlloc) optionsAlloc;
+  decltype(&TIFFOpenOptionsFree) optionsFree;
+  decltype(&TIFFOpenOptionsSetErrorHandlerExtR) setErrorHandler;
+  decltype(&TIFFOpenOptionsSetMaxSingleMemAlloc) setMaxSingleMemAlloc;
+  decltype(&TIFFOpenOptionsSetWarningHandlerExtR) setWarningHandler;
+  decltype(&TIFFRGBAImageOK) rgbaImageOk;
+  decltype(&TIFFReadRGBAImageOriented) readRgbaImageOriented;
+  decltype(&TIFFReadScanline) readScanline;
+  decltype(&TIFFReadTile) readTile;
+  decltype(&TIFFScanlineSize) scanlineSize;
+  decltype(&TIFFSetDirectory) setDirectory;
+  decltype(&TIFFTileSize) tileSize;
+};
+
+// Loaded once for the process; a library that cannot be loaded is a failure
+// of this picture's load, tried again for the next.
+const TiffLibrary& libtiff() {
+  static const TiffLibrary library = [] {
+    void* handle = ::dlopen(QUERN_TIFF_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+    if (handle == nullptr) {
+      const char* why = ::dlerror();
+      throw FileError(std::string("TIFF pictures cannot be read: ") + (why != nullptr ? why : QUERN_TIFF_LIBRARY));
+    }
+    TiffLibrary l{};
+    bool all = true;
+    const auto find = [&](auto& function, const char* name) {
+      function = reinterpret_cast<std::remove_reference_t<decltype(function)>>(::dlsym(handle, name));
+      all = all && function != nullptr;
+    };
+    find(l.clientOpenExt, "TIFFClientOpenExt");
+    find(l.close, "TIFFClose");
+    find(l.getField, "TIFFGetField");
+    find(l.getFieldDefaulted, "TIFFGetFieldDefaulted");
+    find(l.isTiled, "TIFFIsTiled");
+    find(l.numberOfDirectories, "TIFFNumberOfDirectories");
+    find(l.optionsAlloc, "TIFFOpenOptionsAlloc");
+    find(l.optionsFree, "TIFFOpenOptionsFree");
+    find(l.setErrorHandler, "TIFFOpenOptionsSetErrorHandlerExtR");
+    find(l.setMaxSingleMemAlloc, "TIFFOpenOptionsSetMaxSingleMemAlloc");
+    find(l.setWarningHandler, "TIFFOpenOptionsSetWarningHandlerExtR");
+    find(l.rgbaImageOk, "TIFFRGBAImageOK");
+    find(l.readRgbaImageOriented, "TIFFReadRGBAImageOriented");
+    find(l.readScanline, "TIFFReadScanline");
+    find(l.readTile, "TIFFReadTile");
+    find(l.scanlineSize, "TIFFScanlineSize");
+    find(l.setDirectory, "TIFFSetDirectory");
+    find(l.tileSize, "TIFFTileSize");
+    if (!all) {
+      ::dlclose(handle);
+      throw FileError(std::string("TIFF pictures cannot be read: ") + QUERN_TIFF_LIBRARY + " lacks a function");
+    }
+    return l;
+  }();
+  return library;
+}
 
 struct Source {
   const unsigned char* data;
@@ -73,10 +141,10 @@ int onWarning(TIFF*, void*, const char*, const char*, va_list) {
 }
 
 struct OptionsFree {
-  void operator()(TIFFOpenOptions* o) const { TIFFOpenOptionsFree(o); }
+  void operator()(TIFFOpenOptions* o) const { libtiff().optionsFree(o); }
 };
 struct TiffClose {
-  void operator()(TIFF* t) const { TIFFClose(t); }
+  void operator()(TIFF* t) const { libtiff().close(t); }
 };
 
 [[noreturn]] void fail(const Source& s, const char* what) {
@@ -89,9 +157,9 @@ bool isDeepGrey(TIFF* tiff) {
   std::uint16_t bits = 0;
   std::uint16_t samples = 0;
   std::uint16_t photometric = 0;
-  TIFFGetFieldDefaulted(tiff, TIFFTAG_BITSPERSAMPLE, &bits);
-  TIFFGetFieldDefaulted(tiff, TIFFTAG_SAMPLESPERPIXEL, &samples);
-  const bool known = TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &photometric) != 0;
+  libtiff().getFieldDefaulted(tiff, TIFFTAG_BITSPERSAMPLE, &bits);
+  libtiff().getFieldDefaulted(tiff, TIFFTAG_SAMPLESPERPIXEL, &samples);
+  const bool known = libtiff().getField(tiff, TIFFTAG_PHOTOMETRIC, &photometric) != 0;
   return bits == 16 && samples == 1 && known && photometric <= PHOTOMETRIC_MINISBLACK;
 }
 
@@ -105,25 +173,25 @@ void putDeepGrey(const std::uint16_t* in, std::uint32_t count, bool minIsWhite, 
 
 void readDeepGrey(TIFF* tiff, const Source& source, Colour* pixels, std::uint32_t w, std::uint32_t h) {
   std::uint16_t photometric = 0;
-  TIFFGetField(tiff, TIFFTAG_PHOTOMETRIC, &photometric);
+  libtiff().getField(tiff, TIFFTAG_PHOTOMETRIC, &photometric);
   const bool minIsWhite = photometric == PHOTOMETRIC_MINISWHITE;
-  if (TIFFIsTiled(tiff) == 0) {
-    std::vector<std::uint16_t> row(static_cast<std::size_t>(TIFFScanlineSize(tiff) / 2 + 1));
+  if (libtiff().isTiled(tiff) == 0) {
+    std::vector<std::uint16_t> row(static_cast<std::size_t>(libtiff().scanlineSize(tiff) / 2 + 1));
     for (std::uint32_t y = 0; y < h; ++y) {
-      if (TIFFReadScanline(tiff, row.data(), y, 0) < 0) fail(source, "its pixels cannot be read");
+      if (libtiff().readScanline(tiff, row.data(), y, 0) < 0) fail(source, "its pixels cannot be read");
       putDeepGrey(row.data(), w, minIsWhite, pixels + static_cast<std::size_t>(y) * w);
     }
     return;
   }
   std::uint32_t tw = 0;
   std::uint32_t th = 0;
-  TIFFGetField(tiff, TIFFTAG_TILEWIDTH, &tw);
-  TIFFGetField(tiff, TIFFTAG_TILELENGTH, &th);
-  std::vector<std::uint16_t> tile(static_cast<std::size_t>(TIFFTileSize(tiff) / 2 + 1));
+  libtiff().getField(tiff, TIFFTAG_TILEWIDTH, &tw);
+  libtiff().getField(tiff, TIFFTAG_TILELENGTH, &th);
+  std::vector<std::uint16_t> tile(static_cast<std::size_t>(libtiff().tileSize(tiff) / 2 + 1));
   if (tw == 0 || th == 0 || tile.size() <= static_cast<std::size_t>(tw) * th) fail(source, "its tiles are not valid");
   for (std::uint32_t y0 = 0; y0 < h; y0 += th) {
     for (std::uint32_t x0 = 0; x0 < w; x0 += tw) {
-      if (TIFFReadTile(tiff, tile.data(), x0, y0, 0, 0) < 0) fail(source, "its pixels cannot be read");
+      if (libtiff().readTile(tiff, tile.data(), x0, y0, 0, 0) < 0) fail(source, "its pixels cannot be read");
       for (std::uint32_t y = y0; y < std::min(h, y0 + th); ++y) {
         putDeepGrey(tile.data() + static_cast<std::size_t>(y - y0) * tw, std::min(tw, w - x0), minIsWhite,
                     pixels + static_cast<std::size_t>(y) * w + x0);
@@ -136,31 +204,31 @@ void readDeepGrey(TIFF* tiff, const Source& source, Colour* pixels, std::uint32_
 
 Picture readTiff(const unsigned char* data, std::size_t size, long long maxPixels, int page) {
   Source source{data, size, 0, {}};
-  std::unique_ptr<TIFFOpenOptions, OptionsFree> options(TIFFOpenOptionsAlloc());
-  TIFFOpenOptionsSetErrorHandlerExtR(options.get(), onError, &source);
-  TIFFOpenOptionsSetWarningHandlerExtR(options.get(), onWarning, &source);
+  std::unique_ptr<TIFFOpenOptions, OptionsFree> options(libtiff().optionsAlloc());
+  libtiff().setErrorHandler(options.get(), onError, &source);
+  libtiff().setWarningHandler(options.get(), onWarning, &source);
   // No single allocation of libtiff's beyond what the largest picture takes.
-  TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(),
-                                      static_cast<tmsize_t>(std::min<long long>(8 * maxPixels + 65536, 1LL << 40)));
-  std::unique_ptr<TIFF, TiffClose> tiff(TIFFClientOpenExt("TIFF", "r", &source, readFrom, writeNothing, seekIn,
-                                                          closeNothing, sizeOf, mapIn, unmapNothing, options.get()));
+  libtiff().setMaxSingleMemAlloc(options.get(),
+                                 static_cast<tmsize_t>(std::min<long long>(8 * maxPixels + 65536, 1LL << 40)));
+  std::unique_ptr<TIFF, TiffClose> tiff(libtiff().clientOpenExt(
+      "TIFF", "r", &source, readFrom, writeNothing, seekIn, closeNothing, sizeOf, mapIn, unmapNothing, options.get()));
   if (!tiff) fail(source, "the TIFF decoder could not open it");
   if (page > 1) {
-    const tdir_t pages = TIFFNumberOfDirectories(tiff.get());
+    const tdir_t pages = libtiff().numberOfDirectories(tiff.get());
     if (static_cast<long long>(page) > pages) {
       throw FileError("it has " + std::to_string(pages) + (pages == 1 ? " page" : " pages") + ", not " +
                       std::to_string(page));
     }
-    if (TIFFSetDirectory(tiff.get(), static_cast<tdir_t>(page - 1)) == 0) fail(source, "its page cannot be read");
+    if (libtiff().setDirectory(tiff.get(), static_cast<tdir_t>(page - 1)) == 0) fail(source, "its page cannot be read");
   }
   std::uint32_t w = 0;
   std::uint32_t h = 0;
-  TIFFGetField(tiff.get(), TIFFTAG_IMAGEWIDTH, &w);
-  TIFFGetField(tiff.get(), TIFFTAG_IMAGELENGTH, &h);
+  libtiff().getField(tiff.get(), TIFFTAG_IMAGEWIDTH, &w);
+  libtiff().getField(tiff.get(), TIFFTAG_IMAGELENGTH, &h);
   if (w == 0 || h == 0) throw FileError("it claims no pixels");
   checkPixelLimit(w, h, maxPixels);
   char why[1024] = {};
-  if (TIFFRGBAImageOK(tiff.get(), why) == 0) throw FileError(std::string("its pixels cannot be read: ") + why);
+  if (libtiff().rgbaImageOk(tiff.get(), why) == 0) throw FileError(std::string("its pixels cannot be read: ") + why);
 
   const long long area = static_cast<long long>(w) * h;
   PixelBuffer pixels = allocatePixels(area, area);
@@ -170,7 +238,7 @@ Picture readTiff(const unsigned char* data, std::size_t size, long long maxPixel
     return makePicture(static_cast<Int32>(w), static_cast<Int32>(h), std::move(pixels));
   }
   auto* raster = reinterpret_cast<std::uint32_t*>(pixels.get());
-  if (TIFFReadRGBAImageOriented(tiff.get(), w, h, raster, ORIENTATION_TOPLEFT, 1) == 0 || !source.error.empty())
+  if (libtiff().readRgbaImageOriented(tiff.get(), w, h, raster, ORIENTATION_TOPLEFT, 1) == 0 || !source.error.empty())
     fail(source, "its pixels cannot be read");
   // libtiff gives colour multiplied by alpha already; on white paper the
   // rest of each channel is white.

@@ -84,6 +84,15 @@ class Installed(unittest.TestCase):
         with open(out, "rb") as f:
             self.assertEqual(f.read(5), b"  0\r\n")
 
+    def test_installed_batch_driver_reads_a_tiff(self):
+        # The TIFF library is loaded only when a TIFF is read.
+        picture = os.path.join(os.path.dirname(__file__), "..", "intake", "fixtures", "rgb_lzw.tif")
+        out = os.path.join(self.tmp.name, "tiff.dxf")
+        done = subprocess.run([self.path("bin/quernline-batch"), picture, out], capture_output=True, text=True,
+                              timeout=300)
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertRegex(done.stdout, r"Original Image X: 40 pixels")
+
     def test_manual_page_documents_every_option_of_the_help(self):
         help_text = subprocess.run([self.path("bin/quernline-batch"), "--help"], capture_output=True,
                                    text=True, timeout=60).stdout
