@@ -15,9 +15,8 @@ namespace quern {
 
 namespace {
 
-using thin_cells::kBlock;
+using thin_cells::cellAt;
 using thin_cells::seek;
-using thin_cells::transposeBlock;
 
 constexpr Int16 ringOf(RingCells ring) {
   ring[1][1] = 0;
@@ -59,7 +58,7 @@ constexpr std::array<std::uint8_t, 256> kRingTable = [] {
 // a clear cell outward, which is the cell scanned just before it; so the scan
 // hops from run to run instead of visiting every cell.
 template <bool Backward, typename TryPeel>
-bool scanLine(const std::uint8_t* line, Int32 length, bool& armed, TryPeel&& tryPeel) {
+bool scanLine(const std::uint64_t* line, Int32 length, bool& armed, TryPeel&& tryPeel) {
   constexpr Int32 step = Backward ? -1 : 1;
   const Int32 stop = Backward ? 0 : length;
   Int32 pos = Backward ? length - 1 : 1;
@@ -74,7 +73,7 @@ bool scanLine(const std::uint8_t* line, Int32 length, bool& armed, TryPeel&& try
     }
     pos = seek<Backward>(line, pos, stop, 1);
     if (pos == stop) break;
-    const bool took = line[pos - step] == 0 && tryPeel(pos);
+    const bool took = !cellAt(line, pos - step) && tryPeel(pos);
     peeled = peeled || took;
     // The rest of the run faces a set cell outward, so the next chance is
     // past its end; a removal disarms the scan until then.
@@ -132,9 +131,10 @@ bool ThinGrid::begin(Int16 width, Int16 height, Int32 limit) {
   if (width < 0 || height < 0) throw SurfaceError("Invalid picture size for thinning");
   gridwidth_ = width;
   gridheight_ = height;
-  const std::size_t cells = static_cast<std::size_t>(width + 1) * static_cast<std::size_t>(height + 1);
-  byColumn_.assign(cells, 0);
-  byRow_.assign(cells, 0);
+  columnWords_ = thin_cells::wordsFor(height + 1);
+  rowWords_ = thin_cells::wordsFor(width + 1);
+  byColumn_.assign(columnWords_ * (static_cast<std::size_t>(width) + 1), 0);
+  byRow_.assign(rowWords_ * (static_cast<std::size_t>(height) + 1), 0);
   foreground_ = 0;
   tick_ = 0;
   columnChanged_.assign(static_cast<std::size_t>(width) + 1, 0);
@@ -145,58 +145,48 @@ bool ThinGrid::begin(Int16 width, Int16 height, Int32 limit) {
 
 void ThinGrid::loadRow(Int32 y, const Colour* pixels, Int32 count) {
   if (y < 0 || y >= gridheight_) return;
-  std::uint8_t* cells = byRow_.data() + static_cast<std::size_t>(y) * (static_cast<std::size_t>(gridwidth_) + 1);
-  // Counted in a local: a store through the byte pointer could alias the
-  // member, which would keep the loop from being vectorised.
+  std::uint64_t* cells = row(y);
+  // Counted in a local: a store through the word pointer could alias the member.
   const Int32 cols = std::min<Int32>(gridwidth_, count);
   Int32 found = 0;
-  Int32 x = 0;
+  for (Int32 x0 = 0; x0 < cols; x0 += 64) {
+    const Int32 n = std::min<Int32>(64, cols - x0);
+    const Colour* in = pixels + x0;
+    std::uint64_t word = 0;
+    Int32 k = 0;
 #ifdef __SSE2__
-  // Sixteen pixels a step: red bytes compared with 0, narrowed to one byte
-  // a cell, counted by a sum of absolute differences.
-  const __m128i red = _mm_set1_epi32(0xFF);
-  const __m128i zero = _mm_setzero_si128();
-  const __m128i one = _mm_set1_epi8(1);
-  __m128i counted = zero;
-  const auto ink = [&](Int32 at) {
-    const __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels + at));
-    return _mm_cmpeq_epi32(_mm_and_si128(c, red), zero);
-  };
-  for (; x + 16 <= cols; x += 16) {
-    const __m128i lo = _mm_packs_epi32(ink(x), ink(x + 4));
-    const __m128i hi = _mm_packs_epi32(ink(x + 8), ink(x + 12));
-    const __m128i bytes = _mm_and_si128(_mm_packs_epi16(lo, hi), one);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(cells + x), bytes);
-    counted = _mm_add_epi64(counted, _mm_sad_epu8(bytes, zero));
-  }
-  found += _mm_cvtsi128_si32(counted) + _mm_cvtsi128_si32(_mm_unpackhi_epi64(counted, counted));
+    // Four pixels a step: red bytes compared with 0, a bit each.
+    const __m128i red = _mm_set1_epi32(0xFF);
+    const __m128i zero = _mm_setzero_si128();
+    for (; k + 4 <= n; k += 4) {
+      const __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + k));
+      const auto ink =
+          static_cast<unsigned>(_mm_movemask_ps(_mm_castsi128_ps(_mm_cmpeq_epi32(_mm_and_si128(c, red), zero))));
+      word |= static_cast<std::uint64_t>(ink) << k;
+    }
 #endif
-  for (; x < cols; ++x) {
-    const std::uint8_t cell = redOf(pixels[x]) == 0 ? 1 : 0;
-    cells[x] = cell;
-    found += cell;
+    for (; k < n; ++k) {
+      if (redOf(in[k]) == 0) word |= std::uint64_t{1} << k;
+    }
+    cells[x0 >> 6] = word;
+    found += std::popcount(word);
   }
   foreground_ += found;
 }
 
 ThinOutcome ThinGrid::finish(PictureBox* picture, RecordTable& LineTable, Progress& progress) {
+  // The column copy, 64 by 64 cells at a time: a block of rows turned over.
   const Int32 width = gridwidth_;
   const Int32 height = gridheight_;
-  const std::size_t rowStride = static_cast<std::size_t>(width) + 1;
-  // The column copy is made in tiles: a whole column at a time would touch
-  // one cache line per cell on a large picture.
-  constexpr Int32 kTile = 64;
-  for (Int32 x0 = 0; x0 < width; x0 += kTile) {
-    const Int32 x1 = std::min<Int32>(x0 + kTile, width);
-    for (Int32 y0 = 0; y0 < height; y0 += kTile) {
-      const Int32 y1 = std::min<Int32>(y0 + kTile, height);
-      for (Int32 xs = x0; xs < x1; xs += kBlock) {
-        for (Int32 ys = y0; ys < y1; ys += kBlock) {
-          transposeBlock(byRow_.data() + static_cast<std::size_t>(ys) * rowStride + xs, rowStride,
-                         byColumn_.data() + index(xs, ys), static_cast<std::size_t>(height) + 1,
-                         std::min<Int32>(kBlock, x1 - xs), std::min<Int32>(kBlock, y1 - ys));
-        }
-      }
+  std::uint64_t block[64];
+  for (Int32 x0 = 0; x0 < width; x0 += 64) {
+    const Int32 x1 = std::min<Int32>(x0 + 64, width);
+    const std::size_t word = static_cast<std::size_t>(x0) >> 6;
+    for (Int32 y0 = 0; y0 < height; y0 += 64) {
+      const Int32 rows = std::min<Int32>(64, height - y0);
+      for (Int32 r = 0; r < 64; ++r) block[r] = r < rows ? row(y0 + r)[word] : 0;
+      thin_cells::transpose64(block);
+      for (Int32 x = x0; x < x1; ++x) column(x)[static_cast<std::size_t>(y0) >> 6] = block[x - x0];
     }
     for (Int32 x = x0; x < x1; ++x) progress.yield();
   }
@@ -244,8 +234,8 @@ bool ThinGrid::peelPass(Side side, Progress& progress) {
   const bool byColumns = side == kTop || side == kBottom;
   const Int32 lines = byColumns ? gridwidth_ : gridheight_;
   const Int32 length = byColumns ? gridheight_ : gridwidth_;
-  const std::size_t stride = static_cast<std::size_t>(length) + 1;
-  std::uint8_t* grid = byColumns ? byColumn_.data() : byRow_.data();
+  const std::size_t stride = byColumns ? columnWords_ : rowWords_;
+  std::uint64_t* grid = byColumns ? byColumn_.data() : byRow_.data();
   const std::vector<std::int64_t>& changed = byColumns ? columnChanged_ : rowChanged_;
   std::vector<Memo>& memo = memo_[side];
 
@@ -263,16 +253,16 @@ bool ThinGrid::peelPass(Side side, Progress& progress) {
     }
     const std::int64_t now = ++tick_;
     const bool armedIn = armed;
-    const std::uint8_t* line = grid + at * stride;
+    const std::uint64_t* line = grid + at * stride;
     // The ring tests read the lines on both sides at scattered places; on a
     // large grid those lines are out of cache unless asked for ahead.
-    for (std::size_t b = 0; b < stride; b += 64) {
+    for (std::size_t b = 0; b < stride; b += 8) {
       __builtin_prefetch(line + stride + b);
       if (!scannedLast) __builtin_prefetch(line - stride + b);
     }
     scannedLast = true;
     const auto tryPeel = [&](Int32 pos) {
-      if (!mayGo(line + pos, stride)) return false;
+      if (!mayGo(line, pos, stride)) return false;
       clear(byColumns ? l : pos, byColumns ? pos : l);
       return true;
     };
@@ -287,19 +277,19 @@ bool ThinGrid::peelPass(Side side, Progress& progress) {
 
 // The ring test read from whichever copy of the grid is being scanned: the
 // test is the same for a neighbourhood and its mirror across the diagonal.
-bool ThinGrid::mayGo(const std::uint8_t* centre, std::size_t stride) {
-  const std::uint8_t* before = centre - stride;
-  const std::uint8_t* after = centre + stride;
-  const unsigned mask = before[-1] | before[0] << 1 | before[1] << 2 | centre[-1] << 3 | centre[1] << 4 |
-                        after[-1] << 5 | after[0] << 6 | after[1] << 7;
+bool ThinGrid::mayGo(const std::uint64_t* line, Int32 pos, std::size_t stride) {
+  const unsigned before = thin_cells::threeCells(line - stride, pos);
+  const unsigned centre = thin_cells::threeCells(line, pos);
+  const unsigned after = thin_cells::threeCells(line + stride, pos);
+  const unsigned mask = before | (centre & 1U) << 3 | (centre >> 2) << 4 | after << 5;
   return kRingTable[mask] != 0;
 }
 
 void ThinGrid::clear(Int32 x, Int32 y) {
   columnChanged_[static_cast<std::size_t>(x)] = tick_;
   rowChanged_[static_cast<std::size_t>(y)] = tick_;
-  byColumn_[index(x, y)] = 0;
-  byRow_[static_cast<std::size_t>(y) * (gridwidth_ + 1) + x] = 0;
+  thin_cells::clearCell(column(x), y);
+  thin_cells::clearCell(row(y), x);
   --foreground_;
 }
 
@@ -312,17 +302,17 @@ void ThinGrid::paint(PictureBox& picture) const {
   Colour* bits = pw == gridwidth_ && ph == gridheight_ ? picture.overwriteBits() : picture.mutableBits();
   for (Int32 y = 0; y < std::min<Int32>(gridheight_, ph); ++y) {
     Colour* pixels = bits + static_cast<std::size_t>(y) * pw;
-    const std::uint8_t* cells = byRow_.data() + static_cast<std::size_t>(y) * (gridwidth_ + 1);
-    for (Int32 x = 0; x < std::min<Int32>(gridwidth_, pw); ++x) pixels[x] = cells[x] ? kBlack : kWhite;
+    const std::uint64_t* cells = row(y);
+    for (Int32 x = 0; x < std::min<Int32>(gridwidth_, pw); ++x) pixels[x] = cellAt(cells, x) ? kBlack : kWhite;
   }
   picture.bitsChanged();
 }
 
 void ThinGrid::list(RecordTable& LineTable, Progress& progress) const {
   for (Int32 x = 0; x < gridwidth_; ++x) {
-    const std::uint8_t* column = byColumn_.data() + index(x, 0);
-    for (Int32 y = seek<false>(column, 0, gridheight_, 1); y < gridheight_;
-         y = seek<false>(column, y + 1, gridheight_, 1)) {
+    const std::uint64_t* cells = column(x);
+    for (Int32 y = seek<false>(cells, 0, gridheight_, 1); y < gridheight_;
+         y = seek<false>(cells, y + 1, gridheight_, 1)) {
       const Int32 n = add32(LineTable.count(), 1);
       LineTable.count() = n;
       // Beyond the table a cell is counted, not stored.

@@ -56,7 +56,8 @@ std::string thinRefusalMessage(ThinOutcome outcome, Int32 width, Int32 height, l
 
 // The working store of one thinning run: the cells of the picture plus one
 // column and one row beyond it, which read as background. It is held twice,
-// column by column and row by row, so that every pass scans memory in order.
+// column by column and row by row, so that every pass scans memory in order,
+// a bit a cell.
 class ThinGrid {
  public:
   // Reads the picture (red byte 0 is foreground) and calls thingrid. A
@@ -91,11 +92,13 @@ class ThinGrid {
  private:
   enum Side { kTop, kBottom, kLeft, kRight };
 
-  std::size_t index(Int32 x, Int32 y) const {
-    return static_cast<std::size_t>(x) * static_cast<std::size_t>(gridheight_ + 1) + static_cast<std::size_t>(y);
-  }
+  // Column x and row y of the cells, as bits (see thin_cells.h).
+  std::uint64_t* column(Int32 x) { return byColumn_.data() + static_cast<std::size_t>(x) * columnWords_; }
+  const std::uint64_t* column(Int32 x) const { return byColumn_.data() + static_cast<std::size_t>(x) * columnWords_; }
+  std::uint64_t* row(Int32 y) { return byRow_.data() + static_cast<std::size_t>(y) * rowWords_; }
+  const std::uint64_t* row(Int32 y) const { return byRow_.data() + static_cast<std::size_t>(y) * rowWords_; }
   bool peelPass(Side side, Progress& progress);
-  static bool mayGo(const std::uint8_t* centre, std::size_t stride);
+  static bool mayGo(const std::uint64_t* line, Int32 pos, std::size_t stride);
   void clear(Int32 x, Int32 y);
   void paint(PictureBox& picture) const;
   void list(RecordTable& LineTable, Progress& progress) const;
@@ -104,9 +107,11 @@ class ThinGrid {
   Int16 gridheight_ = 0;
   Int16 thincycle_ = 0;
   Int32 foreground_ = 0;
-  using Cells = std::vector<std::uint8_t, PrefaultAllocator<std::uint8_t>>;
-  Cells byColumn_;  // cell (x, y) at x * (height + 1) + y
-  Cells byRow_;     // cell (x, y) at y * (width + 1) + x
+  using Cells = std::vector<std::uint64_t, PrefaultAllocator<std::uint64_t>>;
+  std::size_t columnWords_ = 0;  // a column of height + 1 cells
+  std::size_t rowWords_ = 0;     // a row of width + 1 cells
+  Cells byColumn_;               // cell (x, y) at bit y of column(x)
+  Cells byRow_;                  // cell (x, y) at bit x of row(y)
 
   // A scan that took nothing is remembered and skipped the next time while
   // its line and the armed state it starts in are the same: late cycles
