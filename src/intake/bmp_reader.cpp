@@ -7,10 +7,6 @@
 #include <cstring>
 #include <memory>
 
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
-
 #include "intake/format_readers.h"
 
 namespace quern {
@@ -47,8 +43,8 @@ std::optional<Channel> channel(std::uint32_t mask) {
 }
 
 // A byte at a time: the pixels of all whole bytes, then those of the last.
-template <int Bits>
-void unpackIndexed(const unsigned char* in, Colour* out, std::int64_t w, const std::array<Colour, 256>& palette) {
+template <int Bits, typename Pixel>
+void unpackIndexed(const unsigned char* in, Pixel* out, std::int64_t w, const std::array<Pixel, 256>& palette) {
   constexpr int perByte = 8 / Bits;
   constexpr unsigned mask = (1U << Bits) - 1;
   const std::int64_t whole = w / perByte;
@@ -61,17 +57,20 @@ void unpackIndexed(const unsigned char* in, Colour* out, std::int64_t w, const s
 
 // Line drawings are mostly one-bit files: the eight pixels of each byte value
 // are worked out once a picture and copied whole.
-using EightPixels = std::array<std::array<Colour, 8>, 256>;
+template <typename Pixel>
+using EightPixels = std::array<std::array<Pixel, 8>, 256>;
 
-EightPixels eightPixels(Colour clear, Colour set) {
-  EightPixels eight{};
+template <typename Pixel>
+EightPixels<Pixel> eightPixels(Pixel clear, Pixel set) {
+  EightPixels<Pixel> eight{};
   for (unsigned byte = 0; byte < 256; ++byte) {
     for (unsigned k = 0; k < 8; ++k) eight[byte][k] = (byte << k & 0x80U) != 0 ? set : clear;
   }
   return eight;
 }
 
-void unpackOneBit(const unsigned char* in, Colour* out, std::int64_t w, const EightPixels& eight) {
+template <typename Pixel>
+void unpackOneBit(const unsigned char* in, Pixel* out, std::int64_t w, const EightPixels<Pixel>& eight) {
   const std::int64_t whole = w / 8;
   for (std::int64_t i = 0; i < whole; ++i, out += 8) std::memcpy(out, eight[in[i]].data(), sizeof eight[0]);
   for (int k = 0; k < w % 8; ++k) out[k] = eight[in[whole]][static_cast<std::size_t>(k)];
@@ -124,27 +123,6 @@ bool greyRamp(const std::array<Colour, 256>& palette) {
     if (palette[i] != static_cast<Colour>(i * 0x010101U)) return false;
   }
   return true;
-}
-
-// A row of such greys: each byte made the three of its colour, sixteen a step.
-void unpackGreys(const unsigned char* in, Colour* out, std::int64_t w) {
-  std::int64_t x = 0;
-#ifdef __SSE2__
-  const __m128i colour = _mm_set1_epi32(0xFFFFFF);
-  const auto put = [&](std::int64_t at, __m128i v) {
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out + at), _mm_and_si128(v, colour));
-  };
-  for (; x + 16 <= w; x += 16) {
-    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + x));
-    const __m128i low = _mm_unpacklo_epi8(v, v);
-    const __m128i high = _mm_unpackhi_epi8(v, v);
-    put(x, _mm_unpacklo_epi16(low, low));
-    put(x + 4, _mm_unpackhi_epi16(low, low));
-    put(x + 8, _mm_unpacklo_epi16(high, high));
-    put(x + 12, _mm_unpackhi_epi16(high, high));
-  }
-#endif
-  for (; x < w; ++x) out[x] = static_cast<Colour>(in[x] * 0x010101U);
 }
 
 }  // namespace
@@ -206,13 +184,33 @@ std::optional<Picture> readPlainBmp(const unsigned char* data, std::size_t size)
   if (offBits > size || stride * h > static_cast<std::int64_t>(size - offBits)) return std::nullopt;
 
   const std::int64_t area = w * h;
-  PixelBuffer pixels = allocatePixels(area, area);
-  const auto eight = bpp == 1 ? std::make_unique<EightPixels>(eightPixels(palette[0], palette[1])) : nullptr;
-  const bool ramp = bpp == 8 && greyRamp(palette);
   // A pixel of up to eight bits is a palette colour (black past a short
-  // palette): all greys when those are.
-  const bool grey = bpp <= 8 && std::all_of(palette.begin(), palette.end(),
-                                            [](Colour c) { return c == static_cast<Colour>((c & 0xFF) * 0x010101U); });
+  // palette): when those are all greys, the picture is kept as its greys.
+  if (bpp <= 8 && std::all_of(palette.begin(), palette.end(),
+                              [](Colour c) { return c == static_cast<Colour>((c & 0xFF) * 0x010101U); })) {
+    std::array<std::uint8_t, 256> greys{};
+    for (std::size_t i = 0; i < greys.size(); ++i) greys[i] = static_cast<std::uint8_t>(palette[i]);
+    const bool ramp = bpp == 8 && greyRamp(palette);
+    const auto eight =
+        bpp == 1 ? std::make_unique<EightPixels<std::uint8_t>>(eightPixels(greys[0], greys[1])) : nullptr;
+    GreyBuffer kept = allocateGreys(area, area);
+    for (std::int64_t row = 0; row < h; ++row) {
+      const unsigned char* in = data + offBits + row * stride;
+      std::uint8_t* out = kept.get() + (topDown ? row : h - 1 - row) * w;
+      if (bpp == 1) {
+        unpackOneBit(in, out, w, *eight);
+      } else if (bpp == 4) {
+        unpackIndexed<4>(in, out, w, greys);
+      } else if (ramp) {
+        std::memcpy(out, in, static_cast<std::size_t>(w));
+      } else {
+        for (std::int64_t x = 0; x < w; ++x) out[x] = greys[in[x]];
+      }
+    }
+    return makeGreyPicture(static_cast<Int32>(w), static_cast<Int32>(h), std::move(kept));
+  }
+  PixelBuffer pixels = allocatePixels(area, area);
+  const auto eight = bpp == 1 ? std::make_unique<EightPixels<Colour>>(eightPixels(palette[0], palette[1])) : nullptr;
   for (std::int64_t row = 0; row < h; ++row) {
     const unsigned char* in = data + offBits + row * stride;
     Colour* out = pixels.get() + (topDown ? row : h - 1 - row) * w;
@@ -224,11 +222,7 @@ std::optional<Picture> readPlainBmp(const unsigned char* data, std::size_t size)
         unpackIndexed<4>(in, out, w, palette);
         break;
       case 8:
-        if (ramp) {
-          unpackGreys(in, out, w);
-        } else {
-          for (std::int64_t x = 0; x < w; ++x) out[x] = palette[in[x]];
-        }
+        for (std::int64_t x = 0; x < w; ++x) out[x] = palette[in[x]];
         break;
       case 16:
       case 32:
@@ -261,7 +255,7 @@ std::optional<Picture> readPlainBmp(const unsigned char* data, std::size_t size)
       }
     }
   }
-  return makePicture(static_cast<Int32>(w), static_cast<Int32>(h), std::move(pixels), grey);
+  return makePicture(static_cast<Int32>(w), static_cast<Int32>(h), std::move(pixels));
 }
 
 }  // namespace quern

@@ -11,10 +11,6 @@
 #include <memory>
 #include <vector>
 
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
-
 #include "base/errors.h"
 #include "intake/format_readers.h"
 
@@ -54,6 +50,7 @@ struct JpegJob {
   jpeg_decompress_struct info;
   JpegErrors errors;
   PixelBuffer pixels;
+  GreyBuffer greys;  // a grey JPEG's pixels, kept a byte a pixel
   std::vector<unsigned char> row;
   long long maxPixels;
   Int32 width;
@@ -61,34 +58,12 @@ struct JpegJob {
   const char* refusal;
 };
 
+// A CMYK row (as Adobe writes it, inverted) as colours.
 void expandRow(const JpegJob& job, Colour* out) {
   const unsigned char* in = job.row.data();
-  const Int32 w = job.width;
-  if (job.info.out_color_space == JCS_GRAYSCALE) {
-    Int32 x = 0;
-#ifdef __SSE2__
-    // Sixteen grey bytes a step, widened to 32-bit lanes and copied into
-    // green and blue.
-    const __m128i zero = _mm_setzero_si128();
-    for (; x + 16 <= w; x += 16) {
-      const __m128i grey = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + x));
-      const __m128i lo = _mm_unpacklo_epi8(grey, zero);
-      const __m128i hi = _mm_unpackhi_epi8(grey, zero);
-      const __m128i lanes[4] = {_mm_unpacklo_epi16(lo, zero), _mm_unpackhi_epi16(lo, zero),
-                                _mm_unpacklo_epi16(hi, zero), _mm_unpackhi_epi16(hi, zero)};
-      for (int k = 0; k < 4; ++k) {
-        const __m128i v = lanes[k];
-        const __m128i colour = _mm_or_si128(v, _mm_or_si128(_mm_slli_epi32(v, 8), _mm_slli_epi32(v, 16)));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + x + 4 * k), colour);
-      }
-    }
-#endif
-    for (; x < w; ++x) out[x] = rgb(in[x], in[x], in[x]);
-  } else {
-    for (Int32 x = 0; x < w; ++x, in += 4) {
-      const int k = in[3];
-      out[x] = rgb(k * in[0] / 255, k * in[1] / 255, k * in[2] / 255);
-    }
+  for (Int32 x = 0; x < job.width; ++x, in += 4) {
+    const int k = in[3];
+    out[x] = rgb(k * in[0] / 255, k * in[1] / 255, k * in[2] / 255);
   }
 }
 
@@ -111,6 +86,16 @@ bool decode(JpegJob& job, const unsigned char* data, std::size_t size) {
     return false;
   }
   jpeg_start_decompress(&job.info);
+  if (source == JCS_GRAYSCALE) {
+    // The decoder's grey rows are the picture's, as they come.
+    job.greys = allocateGreys(area, area);
+    while (job.info.output_scanline < job.info.output_height && !job.errors.failed) {
+      JSAMPROW rows[1] = {job.greys.get() + static_cast<std::size_t>(job.info.output_scanline) * job.width};
+      jpeg_read_scanlines(&job.info, rows, 1);
+    }
+    if (!job.errors.failed) jpeg_finish_decompress(&job.info);
+    return !job.errors.failed;
+  }
   job.pixels = allocatePixels(area, area);
   if (!direct) job.row.resize(static_cast<std::size_t>(job.width) * job.info.output_components);
   while (job.info.output_scanline < job.info.output_height && !job.errors.failed) {
@@ -148,8 +133,8 @@ Picture readJpeg(const unsigned char* data, std::size_t size, long long maxPixel
   jpeg_destroy_decompress(&job->info);
   if (job->refusal != nullptr) checkPixelLimit(job->width, job->height, maxPixels);
   if (!done) throw FileError(std::string("the JPEG decoder stopped: ") + job->errors.message);
-  const bool grey = job->info.out_color_space == JCS_GRAYSCALE;
-  return makePicture(job->width, job->height, std::move(job->pixels), grey);
+  if (job->greys) return makeGreyPicture(job->width, job->height, std::move(job->greys));
+  return makePicture(job->width, job->height, std::move(job->pixels));
 }
 
 }  // namespace quern

@@ -121,9 +121,16 @@ void StageChain::handedOn(Stage stage) {
 
 StageOutcome StageChain::rescale(double factor) {
   unsmoothed_ = nullptr;
-  const RasterResult result =
-      rescalePicture(original_, static_cast<float>(pictureWidth(original_)),
-                     static_cast<float>(pictureHeight(original_)), factor, factor, context_.limits.surfacePixels);
+  // A chain for the drawing alone passes a picture of greys kept a byte a
+  // pixel on as it is at a factor of 1, where the rescale would only show it
+  // in a box (and have its colours made for that): same pixels, same size.
+  const bool asItIs =
+      drawingOnly() && factor == 1.0 && original_ && original_->greys() &&
+      static_cast<long long>(pictureWidth(original_)) * pictureHeight(original_) <= context_.limits.surfacePixels;
+  const RasterResult result = asItIs ? RasterResult{original_, std::nullopt}
+                                     : rescalePicture(original_, static_cast<float>(pictureWidth(original_)),
+                                                      static_cast<float>(pictureHeight(original_)), factor, factor,
+                                                      context_.limits.surfacePixels);
   // A factor of 1 passes the original's pixels on as they are.
   if (!(result.done() && isOriginal(result.picture))) handOriginalRows();
   // A refused stage leaves its surface with the picture it was given.

@@ -233,13 +233,16 @@ void smoothEachRow(const Colour* bits, Int32 width, Int32 height,
   row(height - 1, source(height - 1));
 }
 
-void smoothEachGreyRow(const Colour* bits, Int32 width, Int32 height,
-                       const std::function<void(Int32, const std::uint8_t*)>& row) {
+namespace {
+// The greys of colours (their red bytes) or of bytes.
+template <typename Pixel>
+void smoothGreys(const Pixel* bits, Int32 width, Int32 height,
+                 const std::function<void(Int32, const std::uint8_t*)>& row) {
   const auto w = static_cast<std::size_t>(width);
   std::vector<std::uint8_t> out(w);
   // A row as it is: the red byte of each pixel.
   const auto asItIs = [&](Int32 y) {
-    const Colour* in = bits + static_cast<std::size_t>(y) * w;
+    const Pixel* in = bits + static_cast<std::size_t>(y) * w;
     for (std::size_t x = 0; x < w; ++x) out[x] = static_cast<std::uint8_t>(in[x]);
     row(y, out.data());
   };
@@ -254,14 +257,23 @@ void smoothEachGreyRow(const Colour* bits, Int32 width, Int32 height,
   for (std::vector<std::uint16_t>& l : lanes) l.resize(w + 8);
   std::vector<std::uint16_t> column(w + 8);
   const auto unpack = [&](Int32 y, std::vector<std::uint16_t>& into) {
-    const Colour* in = bits + static_cast<std::size_t>(y) * w;
+    const Pixel* in = bits + static_cast<std::size_t>(y) * w;
     std::size_t x = 0;
 #ifdef __SSE2__
-    const __m128i low = _mm_set1_epi32(0xFF);
-    for (; x + 8 <= w; x += 8) {
-      const __m128i a = _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(in + x)), low);
-      const __m128i b = _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(in + x + 4)), low);
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(into.data() + x), _mm_packs_epi32(a, b));
+    if constexpr (sizeof(Pixel) == 1) {
+      const __m128i zero = _mm_setzero_si128();
+      for (; x + 16 <= w; x += 16) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + x));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(into.data() + x), _mm_unpacklo_epi8(v, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(into.data() + x + 8), _mm_unpackhi_epi8(v, zero));
+      }
+    } else {
+      const __m128i low = _mm_set1_epi32(0xFF);
+      for (; x + 8 <= w; x += 8) {
+        const __m128i a = _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(in + x)), low);
+        const __m128i b = _mm_and_si128(_mm_loadu_si128(reinterpret_cast<const __m128i*>(in + x + 4)), low);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(into.data() + x), _mm_packs_epi32(a, b));
+      }
     }
 #endif
     for (; x < w; ++x) into[x] = static_cast<std::uint16_t>(in[x] & 0xFF);
@@ -277,7 +289,7 @@ void smoothEachGreyRow(const Colour* bits, Int32 width, Int32 height,
     std::uint16_t* c = column.data();
     for (std::size_t x = 0; x < w; ++x) c[x] = static_cast<std::uint16_t>(above[x] + here[x] + below[x]);
     // The outer band, first and last pixel, stays as it is.
-    const Colour* in = bits + static_cast<std::size_t>(y) * w;
+    const Pixel* in = bits + static_cast<std::size_t>(y) * w;
     out[0] = static_cast<std::uint8_t>(in[0]);
     out[w - 1] = static_cast<std::uint8_t>(in[w - 1]);
     std::size_t x = 1;
@@ -300,6 +312,18 @@ void smoothEachGreyRow(const Colour* bits, Int32 width, Int32 height,
     row(y, out.data());
   }
   asItIs(height - 1);
+}
+
+}  // namespace
+
+void smoothEachGreyRow(const Colour* bits, Int32 width, Int32 height,
+                       const std::function<void(Int32, const std::uint8_t*)>& row) {
+  smoothGreys(bits, width, height, row);
+}
+
+void smoothEachGreyRow(const std::uint8_t* greys, Int32 width, Int32 height,
+                       const std::function<void(Int32, const std::uint8_t*)>& row) {
+  smoothGreys(greys, width, height, row);
 }
 
 }  // namespace quern

@@ -60,5 +60,8 @@ void smoothEachRow(const Colour* bits, Int32 width, Int32 height, const std::fun
 // pixel's three means are one, so one channel is worked out instead of three.
 void smoothEachGreyRow(const Colour* bits, Int32 width, Int32 height,
                        const std::function<void(Int32, const std::uint8_t*)>& row);
+// The same of greys kept a byte a pixel.
+void smoothEachGreyRow(const std::uint8_t* greys, Int32 width, Int32 height,
+                       const std::function<void(Int32, const std::uint8_t*)>& row);
 
 }  // namespace quern

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <string>
 
 #include "base/errors.h"
 #include "processing/colour_normalise.h"
@@ -14,10 +15,25 @@ namespace {
 
 // A box for one kernel run: pixel scale, no border, the source's size.
 struct Scratch {
-  explicit Scratch(const Picture& source, long long pixelLimit) {
+  // `sizeOnly`: a caller that only asks the box its size, and that a
+  // picture of greys kept a byte a pixel fits: such a picture then does not
+  // have its colours made for it.
+  explicit Scratch(const Picture& source, long long pixelLimit, bool sizeOnly = false) {
     box.AutoSize = true;
     box.setPixelLimit(pixelLimit);
-    box.setPicture(source);
+    if (!(sizeOnly && source && source->greys())) {
+      box.setPicture(source);
+      return;
+    }
+    // The picture's size, refused as setPicture refuses it.
+    const Int32 w = source->pixelWidth();
+    const Int32 h = source->pixelHeight();
+    if (static_cast<long long>(w) * h > pixelLimit) {
+      throw LimitError("Out of memory: a picture of " + std::to_string(w) + " by " + std::to_string(h) +
+                       " pixels is over the limit of " + std::to_string(pixelLimit) + " pixels");
+    }
+    box.setWidth(static_cast<float>(w));
+    box.setHeight(static_cast<float>(h));
   }
   PictureBox box{1.0F, 0};
 };
@@ -158,7 +174,7 @@ ThinPictureResult thinPicture(const Picture& source, RecordTable& LineTable, con
 }
 
 std::optional<Refusal> smoothingRefusal(const Picture& picture, RasterContext& context) {
-  const Scratch scratch(picture, context.limits.surfacePixels);
+  const Scratch scratch(picture, context.limits.surfacePixels, true);
   try {
     context.filterpixels.admit(scratch.box);
   } catch (const LimitError& e) {
@@ -172,7 +188,7 @@ bool blackWhiteGrid(const Picture& source, Int16 threshold, const RasterLimits& 
   if (!source) return false;
   const Int32 w = source->pixelWidth();
   const Int32 h = source->pixelHeight();
-  const Scratch scratch(source, limits.surfacePixels);
+  const Scratch scratch(source, limits.surfacePixels, true);
   const GridSize size = thinGridSize(scratch.box, source);
   if (w > limits.blackWhite || h > limits.blackWhite || size.width != w || size.height != h ||
       tooLargeForThinning(w, h, limits.thinGrid)) {
@@ -183,7 +199,10 @@ bool blackWhiteGrid(const Picture& source, Int16 threshold, const RasterLimits& 
   bar.Value = 0.0F;
   cells.begin(toInt16(w), toInt16(h), limits.thinGrid);
   std::vector<Colour> row(static_cast<std::size_t>(w));
-  const Colour* pixels = source->data();
+  // A picture of greys kept as such is read as it is kept: its colours are
+  // made only for `sourceRows`.
+  const std::uint8_t* kept = source->greys();
+  const Colour* pixels = kept == nullptr || sourceRows ? source->data() : nullptr;
   // The source row just read, to `sourceRows`.
   const auto read = [&](Int32 y) {
     if (sourceRows) sourceRows(y, pixels + static_cast<std::size_t>(y) * static_cast<std::size_t>(w));
@@ -202,8 +221,12 @@ bool blackWhiteGrid(const Picture& source, Int16 threshold, const RasterLimits& 
       shadeGreyRow(smoothed, row.data(), w, threshold);
       take(y);
     };
-    if (smoothFirst) {
+    if (smoothFirst && kept != nullptr) {
+      smoothEachGreyRow(kept, w, h, shade);
+    } else if (smoothFirst) {
       smoothEachGreyRow(pixels, w, h, shade);
+    } else if (kept != nullptr) {
+      for (Int32 y = 0; y < h; ++y) shade(y, kept + static_cast<std::size_t>(y) * static_cast<std::size_t>(w));
     } else {
       for (Int32 y = 0; y < h; ++y) {
         const Colour* in = pixels + static_cast<std::size_t>(y) * static_cast<std::size_t>(w);

@@ -3,6 +3,10 @@
 #include <atomic>
 #include <string>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 #include "base/errors.h"
 #include "base/zeroed_memory.h"
 
@@ -40,6 +44,49 @@ PixelBuffer allocatePixels(long long count, long long limit) {
   return pixels;
 }
 
+GreyBuffer allocateGreys(long long count, long long limit) {
+  if (count < 0 || count > limit) {
+    throw LimitError("Out of memory: a surface of " + std::to_string(count) + " pixels is over the limit of " +
+                     std::to_string(limit) + " pixels");
+  }
+  const auto n = static_cast<std::size_t>(std::max(count, 1LL));
+  GreyBuffer greys(new std::uint8_t[n]);
+  prefaultBlock(greys.get(), n);
+  return greys;
+}
+
+PictureData::PictureData(Int32 width, Int32 height, GreyBuffer greys)
+    : width_(width), height_(height), greys_(std::move(greys)), handle_(nextHandle()), grey_(true) {
+  checkSize(width, height);
+  if (!greys_) throw SurfaceError("Picture without pixels");
+}
+
+void PictureData::expand() const {
+  const std::size_t n = area();
+  PixelBuffer colours = allocatePixels(static_cast<long long>(n), static_cast<long long>(n));
+  const std::uint8_t* from = greys_.get();
+  Colour* to = colours.get();
+  std::size_t i = 0;
+#ifdef __SSE2__
+  // Sixteen greys a step, widened to 32-bit lanes and copied into green and blue.
+  const __m128i zero = _mm_setzero_si128();
+  for (; i + 16 <= n; i += 16) {
+    const __m128i grey = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i));
+    const __m128i lo = _mm_unpacklo_epi8(grey, zero);
+    const __m128i hi = _mm_unpackhi_epi8(grey, zero);
+    const __m128i lanes[4] = {_mm_unpacklo_epi16(lo, zero), _mm_unpackhi_epi16(lo, zero), _mm_unpacklo_epi16(hi, zero),
+                              _mm_unpackhi_epi16(hi, zero)};
+    for (int k = 0; k < 4; ++k) {
+      const __m128i v = lanes[k];
+      const __m128i colour = _mm_or_si128(v, _mm_or_si128(_mm_slli_epi32(v, 8), _mm_slli_epi32(v, 16)));
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(to + i + 4 * k), colour);
+    }
+  }
+#endif
+  for (; i < n; ++i) to[i] = static_cast<Colour>(from[i] * 0x010101U);
+  pixels_ = std::move(colours);
+}
+
 PictureData::PictureData(Int32 width, Int32 height, PixelBuffer pixels, bool grey)
     : width_(width), height_(height), pixels_(std::move(pixels)), handle_(nextHandle()), grey_(grey) {
   checkSize(width, height);
@@ -55,6 +102,10 @@ Int32 PictureData::Height() const {
 
 Picture makePicture(Int32 width, Int32 height, PixelBuffer pixels, bool grey) {
   return std::make_shared<const PictureData>(width, height, std::move(pixels), grey);
+}
+
+Picture makeGreyPicture(Int32 width, Int32 height, GreyBuffer greys) {
+  return std::make_shared<const PictureData>(width, height, std::move(greys));
 }
 
 Picture makePicture(Int32 width, Int32 height, const std::vector<Colour>& pixels) {

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 #include "base/host.h"
@@ -29,6 +31,10 @@ inline constexpr long long kDefaultSurfacePixelLimit = 8192LL * 8192LL;
 // not cleared. Throws LimitError when `count` is over `limit`.
 PixelBuffer allocatePixels(long long count, long long limit = kDefaultSurfacePixelLimit);
 
+// Greys a byte a pixel, for pictures of greys kept that way.
+using GreyBuffer = std::shared_ptr<std::uint8_t[]>;
+GreyBuffer allocateGreys(long long count, long long limit = kDefaultSurfacePixelLimit);
+
 // The pixels of a picture, read only, comparable as a whole.
 class PixelView {
  public:
@@ -52,12 +58,16 @@ class PixelView {
 class PictureData {
  public:
   PictureData(Int32 width, Int32 height, PixelBuffer pixels, bool grey = false);
+  // A picture of greys kept a byte a pixel, rows top down: a quarter of the
+  // memory, and what the stages read of such a picture. Its colours are
+  // made the first time anything asks for them.
+  PictureData(Int32 width, Int32 height, GreyBuffer greys);
 
   Int32 pixelWidth() const { return width_; }
   Int32 pixelHeight() const { return height_; }
-  PixelView pixels() const { return {pixels_.get(), area()}; }
-  const Colour* data() const { return pixels_.get(); }
-  Colour pixel(Int32 x, Int32 y) const { return pixels_[static_cast<std::size_t>(y) * width_ + x]; }
+  PixelView pixels() const { return {colours(), area()}; }
+  const Colour* data() const { return colours(); }
+  Colour pixel(Int32 x, Int32 y) const { return colours()[static_cast<std::size_t>(y) * width_ + x]; }
   std::size_t area() const { return static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_); }
 
   // Native size in hundredths of a millimetre at the screen's resolution.
@@ -67,16 +77,29 @@ class PictureData {
   Int32 Handle() const { return handle_; }
 
   // The buffer itself, for surfaces that show the picture without a copy.
-  const PixelBuffer& buffer() const { return pixels_; }
+  const PixelBuffer& buffer() const {
+    colours();
+    return pixels_;
+  }
+  // The greys of a picture kept a byte a pixel; null for any other.
+  const std::uint8_t* greys() const { return greys_.get(); }
   // Known to be all greys: every pixel's red, green and blue equal (and its
   // top byte clear), so that work on one channel serves all three. False
   // says nothing.
   bool grey() const { return grey_; }
 
  private:
+  const Colour* colours() const {
+    if (greys_) std::call_once(expanded_, [this] { expand(); });
+    return pixels_.get();
+  }
+  void expand() const;
+
   Int32 width_;
   Int32 height_;
-  PixelBuffer pixels_;
+  mutable PixelBuffer pixels_;  // made from greys_ on first use when those are kept
+  GreyBuffer greys_;
+  mutable std::once_flag expanded_;
   Int32 handle_;
   bool grey_;
 };
@@ -89,6 +112,8 @@ using RowSink = std::function<void(Int32, const Colour*)>;
 
 // A picture on pixels that nobody else writes to any more.
 Picture makePicture(Int32 width, Int32 height, PixelBuffer pixels, bool grey = false);
+// A picture of greys kept a byte a pixel.
+Picture makeGreyPicture(Int32 width, Int32 height, GreyBuffer greys);
 // A picture with a copy of `pixels`, which hold width by height colours.
 Picture makePicture(Int32 width, Int32 height, const std::vector<Colour>& pixels);
 Picture makeFilledPicture(Int32 width, Int32 height, Colour colour);

@@ -110,8 +110,9 @@ TEST(PlainBmp, GivesTheWindowsFormerReadersPixels) {
     ASSERT_EQ((*quick)->pixelWidth(), general.width) << c.name;
     ASSERT_EQ((*quick)->pixelHeight(), general.height) << c.name;
     EXPECT_TRUE(std::equal(general.pixels.begin(), general.pixels.end(), (*quick)->pixels().begin())) << c.name;
-    // A palette of greys marks the picture as all greys.
+    // A palette of greys keeps the picture as its greys.
     EXPECT_EQ((*quick)->grey(), c.greys && c.notGrey < 0) << c.name;
+    EXPECT_EQ((*quick)->greys() != nullptr, c.greys && c.notGrey < 0) << c.name;
   }
 }
 

@@ -48,6 +48,14 @@ Picture greyPage(Int32 w, Int32 h, std::uint32_t seed) {
   return makePicture(w, h, std::move(px), true);
 }
 
+// The same page kept a byte a pixel, as the readers keep pictures of greys.
+Picture keptAsGreys(const Picture& page) {
+  GreyBuffer greys = allocateGreys(static_cast<long long>(page->area()));
+  for (std::size_t i = 0; i < page->area(); ++i)
+    greys[static_cast<std::ptrdiff_t>(i)] = static_cast<std::uint8_t>(page->data()[i]);
+  return makeGreyPicture(page->pixelWidth(), page->pixelHeight(), std::move(greys));
+}
+
 // Vertical lines one pixel wide in every other column: thinning keeps them all.
 Picture combOfLines(Int32 w, Int32 h) {
   std::vector<Colour> px(static_cast<std::size_t>(w) * h, kWhite);
@@ -198,6 +206,8 @@ TEST(StageChain, DrawingOnlyGivesTheOutcomesAndDrawingOfOneThatKeepsAll) {
   };
   RasterLimits wideBlackWhite;
   wideBlackWhite.blackWhite = 6000;
+  RasterLimits smallSurface;
+  smallSurface.surfacePixels = 230 * 170 - 1;
   const std::vector<Case> cases = {
       {"a drawing", drawing(220, 160, 5), ThresholdMode::fixed, {}},
       {"a drawing, one blur", drawing(220, 160, 5), ThresholdMode::fixed, {}, 1},
@@ -207,6 +217,13 @@ TEST(StageChain, DrawingOnlyGivesTheOutcomesAndDrawingOfOneThatKeepsAll) {
       {"a grey page, no blur", greyPage(230, 170, 9), ThresholdMode::fixed, {}, 0},
       {"a grey page, two blurs", greyPage(230, 170, 9), ThresholdMode::fixed, {}, 2},
       {"a grey page at half size", greyPage(230, 170, 9), ThresholdMode::fixed, {}, 1, 0.5},
+      {"a page kept as greys", keptAsGreys(greyPage(230, 170, 9)), ThresholdMode::fixed, {}, 1},
+      {"a page kept as greys, no blur", keptAsGreys(greyPage(230, 170, 9)), ThresholdMode::fixed, {}, 0},
+      {"a page kept as greys, two blurs", keptAsGreys(greyPage(230, 170, 9)), ThresholdMode::fixed, {}, 2},
+      {"a page kept as greys, at a chosen threshold", keptAsGreys(greyPage(230, 170, 9)), ThresholdMode::automatic, {}},
+      {"a page kept as greys, over the surface limit", keptAsGreys(greyPage(230, 170, 9)), ThresholdMode::fixed,
+       smallSurface, 1},
+      {"a page kept as greys, past the filters", keptAsGreys(greyPage(1502, 20, 4)), ThresholdMode::fixed, {}, 1},
       {"a drawing at a chosen threshold", drawing(220, 160, 6), ThresholdMode::automatic, {}},
       {"under 10 pixels wide", drawing(9, 60, 3), ThresholdMode::fixed, {}},
       {"black and white past 1500", makeFilledPicture(12, 1501, kWhite), ThresholdMode::fixed, {}},

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <thread>
 #include <vector>
 
 #include "../processing/raster_fixtures.h"
@@ -204,6 +205,29 @@ TEST(Stretch, ACopyPartlyOutsideTheBoxCombinesOnlyWhereItFalls) {
       }
     }
   }
+}
+
+// A picture of greys kept a byte a pixel gives the colours of its greys,
+// made once, whichever way and on however many threads they are asked for.
+TEST(Picture, OneKeptAsGreysGivesTheColoursOfItsGreys) {
+  GreyBuffer greys = allocateGreys(300);
+  for (std::ptrdiff_t i = 0; i < 300; ++i) greys[i] = static_cast<std::uint8_t>(i * 7);
+  const Picture kept = makeGreyPicture(20, 15, greys);
+  EXPECT_TRUE(kept->grey());
+  EXPECT_EQ(kept->greys(), greys.get());
+  const Colour* seen[2] = {};
+  std::thread first([&] { seen[0] = kept->data(); });
+  std::thread second([&] { seen[1] = kept->buffer().get(); });
+  first.join();
+  second.join();
+  EXPECT_EQ(seen[0], seen[1]);
+  for (Int32 i = 0; i < 300; ++i) {
+    ASSERT_EQ(kept->pixel(i % 20, i / 20), static_cast<Colour>(static_cast<std::uint8_t>(i * 7) * 0x010101U)) << i;
+  }
+  EXPECT_EQ(kept->pixels().size(), 300U);
+  PictureBox box = boxOf(20, 15);
+  box.setPicture(kept);
+  EXPECT_EQ(box.Image()->pixels(), kept->pixels());
 }
 
 // A box showing a grey picture's own pixels gives images known to be grey;
