@@ -201,10 +201,14 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
     noBox = e.what();
   }
   RowSink originalRows;
-  if (painter) originalRows = [&p = *painter](Int32 y, const Colour* pixels) { p.row(y, pixels); };
+  GreyRowSink originalGreys;
+  if (painter) {
+    originalRows = [&p = *painter](Int32 y, const Colour* pixels) { p.row(y, pixels); };
+    originalGreys = [&p = *painter](Int32 y, const std::uint8_t* greys) { p.row(y, greys); };
+  }
   // The chain holds the original only until the rescale has taken it on,
   // and paints it into the preview box as it goes.
-  chain.setOriginal(std::move(original), std::move(originalRows));
+  chain.setOriginal(std::move(original), std::move(originalRows), std::move(originalGreys));
   const std::vector<StageOutcome> outcomes = chain.run(Stage::rescale, params);
   if (!outcomes.back().done()) {
     // A grey page refused at thinning is told of the threshold that would

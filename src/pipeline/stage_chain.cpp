@@ -81,10 +81,11 @@ StageChain::StageChain(RasterContext& context, StageReport& report, ChainOptions
   if (context.limits.tablesGrow) session.allowGrowth(context.limits.tableRecords);
 }
 
-void StageChain::setOriginal(Picture picture, RowSink originalRows) {
+void StageChain::setOriginal(Picture picture, RowSink originalRows, GreyRowSink originalGreys) {
   originalWidth_ = pictureWidth(picture);
   rowsOf_ = originalRows ? picture : nullptr;
   originalRows_ = std::move(originalRows);
+  originalGreys_ = std::move(originalGreys);
   original_ = std::move(picture);
 }
 
@@ -92,9 +93,14 @@ void StageChain::handOriginalRows() {
   const Picture picture = std::move(rowsOf_);
   rowsOf_ = nullptr;
   if (!picture) return;
-  const Int32 w = picture->pixelWidth();
+  const auto w = static_cast<std::size_t>(picture->pixelWidth());
+  const std::uint8_t* greys = originalGreys_ ? picture->greys() : nullptr;
   for (Int32 y = 0; y < picture->pixelHeight(); ++y) {
-    originalRows_(y, picture->data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(w));
+    if (greys != nullptr) {
+      originalGreys_(y, greys + static_cast<std::size_t>(y) * w);
+    } else {
+      originalRows_(y, picture->data() + static_cast<std::size_t>(y) * w);
+    }
   }
 }
 
@@ -193,8 +199,9 @@ StageOutcome StageChain::threshold(Int16 threshold) {
       const Picture& source = smoothFirst ? unsmoothed_ : input(Stage::threshold);
       auto cells = std::make_unique<ThinGrid>();
       const RowSink noRows;
+      const GreyRowSink noGreys;
       if (blackWhiteGrid(source, threshold, context_.limits, report_.progressOf(Stage::threshold), *cells, smoothFirst,
-                         isOriginal(source) ? originalRows_ : noRows)) {
+                         isOriginal(source) ? originalRows_ : noRows, isOriginal(source) ? originalGreys_ : noGreys)) {
         if (isOriginal(source)) rowsOf_ = nullptr;
         unsmoothed_ = nullptr;
         StageOutcome o = StageOutcome::ok(Stage::threshold);

@@ -69,7 +69,8 @@ class StageChain {
   // once, top to bottom: as the threshold stage reads them when it starts
   // from the picture itself, otherwise all at once before a stage makes
   // another picture of it.
-  void setOriginal(Picture picture, RowSink originalRows = {});
+  // A picture kept as greys goes to `originalGreys`, when given, as its greys.
+  void setOriginal(Picture picture, RowSink originalRows = {}, GreyRowSink originalGreys = {});
   const Picture& original() const { return original_; }
   // The picture that stage (rescale, blur, threshold or thin) made when it
   // last ran; null before, or once let go.
@@ -121,8 +122,12 @@ class StageChain {
   const Picture& input(Stage stage) const;
   void handedOn(Stage stage);
   bool drawingOnly() const { return options_.retention == Retention::drawingOnly; }
-  // Whether `picture` shows the original's own pixels while its rows are owed.
-  bool isOriginal(const Picture& picture) const { return rowsOf_ && picture && picture->data() == rowsOf_->data(); }
+  // Whether `picture` shows the original's own pixels while its rows are
+  // owed: the original itself, or a picture on its colours (an original kept
+  // as greys is not asked for colours it may not have made).
+  bool isOriginal(const Picture& picture) const {
+    return rowsOf_ && picture && (picture == rowsOf_ || (!rowsOf_->greys() && picture->data() == rowsOf_->data()));
+  }
   // Pays the rows still owed to `originalRows_`, all at once.
   void handOriginalRows();
 
@@ -133,6 +138,7 @@ class StageChain {
   // The original, held until its rows have gone to `originalRows_`.
   Picture rowsOf_;
   RowSink originalRows_;
+  GreyRowSink originalGreys_;
   Int32 originalWidth_ = 1;
   Int32 thinnedWidth_ = 1;
   std::array<Picture, 4> pictures_;  // rescale, blur, threshold, thin

@@ -184,7 +184,7 @@ std::optional<Refusal> smoothingRefusal(const Picture& picture, RasterContext& c
 }
 
 bool blackWhiteGrid(const Picture& source, Int16 threshold, const RasterLimits& limits, Progress& progress,
-                    ThinGrid& cells, bool smoothFirst, const RowSink& sourceRows) {
+                    ThinGrid& cells, bool smoothFirst, const RowSink& sourceRows, const GreyRowSink& sourceGreys) {
   if (!source) return false;
   const Int32 w = source->pixelWidth();
   const Int32 h = source->pixelHeight();
@@ -200,12 +200,18 @@ bool blackWhiteGrid(const Picture& source, Int16 threshold, const RasterLimits& 
   cells.begin(toInt16(w), toInt16(h), limits.thinGrid);
   std::vector<Colour> row(static_cast<std::size_t>(w));
   // A picture of greys kept as such is read as it is kept: its colours are
-  // made only for `sourceRows`.
+  // made only for `sourceRows` without `sourceGreys`.
   const std::uint8_t* kept = source->greys();
-  const Colour* pixels = kept == nullptr || sourceRows ? source->data() : nullptr;
-  // The source row just read, to `sourceRows`.
+  const bool greysOut = kept != nullptr && sourceGreys;
+  const Colour* pixels = kept == nullptr || (sourceRows && !greysOut) ? source->data() : nullptr;
+  // The source row just read, to `sourceGreys` or `sourceRows`.
   const auto read = [&](Int32 y) {
-    if (sourceRows) sourceRows(y, pixels + static_cast<std::size_t>(y) * static_cast<std::size_t>(w));
+    const std::size_t at = static_cast<std::size_t>(y) * static_cast<std::size_t>(w);
+    if (greysOut) {
+      sourceGreys(y, kept + at);
+    } else if (sourceRows) {
+      sourceRows(y, pixels + at);
+    }
   };
   // A row shaded into `row` goes into the cells, the bar kept as shadeRows keeps it.
   const auto take = [&](Int32 y) {

@@ -78,9 +78,11 @@ ThinPictureResult thinPicture(const Picture& source, RecordTable& LineTable, con
 // `source` (as smoothPicture makes it without the store), each row made as
 // it is shaded; the smoothing's own refusal is the caller's to have checked.
 // `sourceRows`, when given, is handed each row of `source` as it is read,
-// top to bottom (only when the grid is loaded).
+// top to bottom (only when the grid is loaded); `sourceGreys` instead, when
+// given, each row of a picture kept as greys.
 bool blackWhiteGrid(const Picture& source, Int16 threshold, const RasterLimits& limits, Progress& progress,
-                    ThinGrid& cells, bool smoothFirst = false, const RowSink& sourceRows = {});
+                    ThinGrid& cells, bool smoothFirst = false, const RowSink& sourceRows = {},
+                    const GreyRowSink& sourceGreys = {});
 // Why smoothPicture would refuse to smooth `picture` once more, if it would.
 std::optional<Refusal> smoothingRefusal(const Picture& picture, RasterContext& context);
 // thinPicture, without painting, of cells that blackWhiteGrid loaded.

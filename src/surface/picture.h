@@ -107,8 +107,10 @@ class PictureData {
 // A picture object: null means "no picture" (Handle 0).
 using Picture = std::shared_ptr<const PictureData>;
 
-// Takes a picture's rows as a pass reads them: the row's number and pixels.
+// Takes a picture's rows as a pass reads them: the row's number and pixels,
+// or for a picture kept as greys, its greys.
 using RowSink = std::function<void(Int32, const Colour*)>;
+using GreyRowSink = std::function<void(Int32, const std::uint8_t*)>;
 
 // A picture on pixels that nobody else writes to any more.
 Picture makePicture(Int32 width, Int32 height, PixelBuffer pixels, bool grey = false);

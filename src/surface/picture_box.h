@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <span>
@@ -117,6 +118,8 @@ class PictureBox {
                std::optional<float> width2 = std::nullopt, std::optional<float> height2 = std::nullopt,
                Int32 opcode = kOpcodeCopy);
     void row(Int32 y, const Colour* pixels);
+    // A row of a picture kept as greys, a byte a pixel (one kind of row a painting).
+    void row(Int32 y, const std::uint8_t* greys);
     // The rows it takes: [first, end), empty when it paints nothing.
     Int32 firstRow() const { return bands_.empty() ? 0 : bands_.front().from; }
     Int32 endRow() const { return bands_.empty() ? 0 : bands_.back().to; }
@@ -137,7 +140,11 @@ class PictureBox {
       Int32 from;
       Int32 to;
     };
-    void finishBand(const Band& band, const Colour* const* rows);
+    void take(Int32 y, const void* pixels, bool grey);
+    void finishBand(const Band& band, const void* const* rows);
+    // The band's rows ANDed, then each box pixel's columns, into `line_`.
+    template <typename Pixel>
+    void fold(const Band& band, const void* const* rows, Pixel* acc);
 
     PictureBox* box_;
     Int32 op_;
@@ -153,7 +160,9 @@ class PictureBox {
     std::vector<Columns> columns_;
     // The rows of the bands not yet drawn, from band `drawn_` on; they stay
     // readable until then.
-    std::vector<const Colour*> rows_;
+    std::vector<const void*> rows_;
+    bool greyRows_ = false;
+    std::vector<std::uint8_t> greyAcc_;
     std::size_t deferRows_ = 1;
     std::size_t drawn_ = 0;
     std::vector<Colour> acc_;

@@ -116,14 +116,23 @@ PictureBox::RowPainter::RowPainter(PictureBox& box, Int32 pw, Int32 ph, float x1
 }
 
 void PictureBox::RowPainter::row(Int32 y, const Colour* pixels) {
+  take(y, pixels, false);
+}
+
+void PictureBox::RowPainter::row(Int32 y, const std::uint8_t* greys) {
+  take(y, greys, true);
+}
+
+void PictureBox::RowPainter::take(Int32 y, const void* pixels, bool grey) {
   if (band_ >= bands_.size() || y < next_) return;
   if (y > next_) throw SurfaceError("Invalid procedure call: picture row " + std::to_string(next_) + " left out");
+  greyRows_ = grey;
   rows_.push_back(pixels);
   if (++next_ < bands_[band_].to) return;
   if (++band_ < bands_.size()) next_ = bands_[band_].from;
   if (rows_.size() < deferRows_ && band_ < bands_.size()) return;
   // The bands whose rows are all in, each from its rows in `rows_`.
-  const Colour* const* rows = rows_.data();
+  const void* const* rows = rows_.data();
   for (; drawn_ < band_; ++drawn_) {
     finishBand(bands_[drawn_], rows);
     rows += bands_[drawn_].to - bands_[drawn_].from;
@@ -131,23 +140,26 @@ void PictureBox::RowPainter::row(Int32 y, const Colour* pixels) {
   rows_.clear();
 }
 
-void PictureBox::RowPainter::finishBand(const Band& band, const Colour* const* rows) {
+template <typename Pixel>
+void PictureBox::RowPainter::fold(const Band& band, const void* const* rows, Pixel* __restrict acc) {
   // The band's rows ANDed into `acc`, up to three a sweep so that `acc` is
   // written once for most bands: a shrink thus ANDs the pixels it drops into
   // the one it keeps, so dark line work on a light ground survives it. A
   // sweep of fewer rows reads its last row again, which the AND does not mind.
-  // The bounds are copied so that the stores are not taken to change them.
-  Colour* __restrict acc = acc_.data();
+  // Greys AND as their colours do, a byte for three. The bounds are copied so
+  // that the stores are not taken to change them.
+  constexpr Pixel kAll = sizeof(Pixel) == 1 ? Pixel(0xFF) : Pixel(0xFFFFFF);
   const Int32 uFrom = uFrom_;
   const Int32 uTo = uTo_;
   const Int32 height = band.to - band.from;
+  const auto rowAt = [&](Int32 r) { return static_cast<const Pixel*>(rows[r]); };
   for (Int32 r = 0; r < height;) {
     const Int32 n = std::min<Int32>(3, height - r);
-    const Colour* __restrict s0 = rows[r];
-    const Colour* __restrict s1 = rows[r + std::min<Int32>(1, n - 1)];
-    const Colour* __restrict s2 = rows[r + n - 1];
+    const Pixel* __restrict s0 = rowAt(r);
+    const Pixel* __restrict s1 = rowAt(r + std::min<Int32>(1, n - 1));
+    const Pixel* __restrict s2 = rowAt(r + n - 1);
     if (r == 0) {
-      for (Int32 u = uFrom; u < uTo; ++u) acc[u] = s0[u] & s1[u] & s2[u] & 0xFFFFFF;
+      for (Int32 u = uFrom; u < uTo; ++u) acc[u] = s0[u] & s1[u] & s2[u] & kAll;
     } else {
       for (Int32 u = uFrom; u < uTo; ++u) acc[u] &= s0[u] & s1[u] & s2[u];
     }
@@ -155,7 +167,7 @@ void PictureBox::RowPainter::finishBand(const Band& band, const Colour* const* r
   }
   // Each box pixel the AND of its columns of `acc`; a shrink's spans hold a
   // few columns each: those widths unrolled.
-  const Colour* a = acc_.data();
+  const Pixel* a = acc;
   Colour* line = line_.data();
   const Columns* columns = columns_.data();
   const Int32 iFrom = iFrom_;
@@ -164,7 +176,7 @@ void PictureBox::RowPainter::finishBand(const Band& band, const Colour* const* r
     const Columns sx = columns[i];
     const Int32 sxTo = sx.to;
     Int32 u = sx.from;
-    Colour c = a[u];
+    Pixel c = a[u];
     switch (sxTo - u) {
       case 1:
         break;
@@ -180,8 +192,20 @@ void PictureBox::RowPainter::finishBand(const Band& band, const Colour* const* r
       default:
         while (++u < sxTo) c &= a[u];
     }
-    line[i] = c;
+    line[i] = sizeof(Pixel) == 1 ? static_cast<Colour>(c * 0x010101U) : static_cast<Colour>(c);
   }
+}
+
+void PictureBox::RowPainter::finishBand(const Band& band, const void* const* rows) {
+  if (greyRows_) {
+    if (greyAcc_.empty()) greyAcc_.resize(acc_.size());
+    fold<std::uint8_t>(band, rows, greyAcc_.data());
+  } else {
+    fold<Colour>(band, rows, acc_.data());
+  }
+  const Colour* line = line_.data();
+  const Int32 iFrom = iFrom_;
+  const Int32 iTo = iTo_;
   if (!out_) out_ = coversAll_ ? box_->overwriteBits() : box_->mutableBits();
   for (Int32 ty = band.firstRow; ty <= band.lastRow; ++ty) {
     Colour* row = out_ + static_cast<std::size_t>(ty) * box_->innerW_ + dx0_;
@@ -212,8 +236,17 @@ void PictureBox::PaintPicture(const Picture& pic, float x1, float y1, std::optio
     touch();
     return;
   }
-  const Colour* src = pic->pixels().data();
-  for (Int32 v = painter.firstRow(); v < painter.endRow(); ++v) painter.row(v, src + static_cast<std::size_t>(v) * pw);
+  // A picture kept as greys is painted from its greys, its colours not made.
+  if (const std::uint8_t* greys = pic->greys()) {
+    for (Int32 v = painter.firstRow(); v < painter.endRow(); ++v) {
+      painter.row(v, greys + static_cast<std::size_t>(v) * pw);
+    }
+  } else {
+    const Colour* src = pic->pixels().data();
+    for (Int32 v = painter.firstRow(); v < painter.endRow(); ++v) {
+      painter.row(v, src + static_cast<std::size_t>(v) * pw);
+    }
+  }
   if (painter.firstRow() == painter.endRow()) touch();
 }
 
