@@ -304,6 +304,21 @@ TEST(Stretch, ARowPainterPaintsWhatPaintPicturePaints) {
           << c.name << " at " << i % c.bw << "," << i / c.bw;
     }
   }
+  // A picture kept as greys paints as its colours do, its colours not made.
+  for (const Case& c : cases) {
+    GreyBuffer greys = allocateGreys(static_cast<long long>(c.sw) * c.sh);
+    std::vector<Colour> colours;
+    for (Int32 i = 0; i < c.sw * c.sh; ++i) {
+      greys[i] = static_cast<std::uint8_t>(i * 37 + c.bw);
+      colours.push_back(static_cast<Colour>(greys[i] * 0x010101U));
+    }
+    const Picture kept = makeGreyPicture(c.sw, c.sh, greys);
+    PictureBox fromGreys = boxOf(c.bw, c.bh, 0x5A6B7C);
+    fromGreys.PaintPicture(kept, c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
+    PictureBox fromColours = boxOf(c.bw, c.bh, 0x5A6B7C);
+    fromColours.PaintPicture(makePicture(c.sw, c.sh, colours), c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
+    EXPECT_EQ(fromGreys.Image()->pixels(), fromColours.Image()->pixels()) << c.name << ", greys";
+  }
   // Rows given again from the top are passed over; a row left out is refused.
   const Picture src = testing::noisePicture(8, 8, 5);
   PictureBox box = boxOf(4, 4);
