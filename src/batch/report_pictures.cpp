@@ -202,13 +202,11 @@ PictureBox previewBox(Int32 pictureWidth, Int32 pictureHeight) {
 }
 
 PictureBox::RowPainter originalPainter(PictureBox& box, Int32 pictureWidth, Int32 pictureHeight) {
-  return {box,
-          pictureWidth,
-          pictureHeight,
-          0.0F,
-          0.0F,
-          static_cast<float>(pictureWidth),
-          static_cast<float>(pictureHeight)};
+  PictureBox::RowPainter painter(box, pictureWidth, pictureHeight, 0.0F, 0.0F, static_cast<float>(pictureWidth),
+                                 static_cast<float>(pictureHeight));
+  // The chain's rows stay in the picture until the threshold stage is done.
+  painter.gatherRows();
+  return painter;
 }
 
 PreviewImages previewImages(PictureBox& box, const RecordTable* segments, float factor,

@@ -107,9 +107,8 @@ class PictureBox {
   // picture: a pass that reads a picture row by row paints it on the way,
   // while each row is still in cache. The placement is PaintPicture's, for a
   // picture of this size. Give it the rows top to bottom, each once (rows the
-  // painting does not cover may be left out). Box rows are drawn a few at a
-  // time, as their picture rows come in: each row given must stay readable
-  // until the last row of the picture is in.
+  // painting does not cover may be left out); each box row is drawn as soon
+  // as the picture rows it shows are in.
   class RowPainter {
    public:
     RowPainter(PictureBox& box, Int32 pictureWidth, Int32 pictureHeight, float x1, float y1,
@@ -117,6 +116,11 @@ class PictureBox {
                std::optional<float> x2 = std::nullopt, std::optional<float> y2 = std::nullopt,
                std::optional<float> width2 = std::nullopt, std::optional<float> height2 = std::nullopt,
                Int32 opcode = kOpcodeCopy);
+    // Box rows drawn a few at a time, once their picture rows come to about a
+    // quarter of a megabyte, so that a pass handing rows over is not
+    // interrupted at every box row; each row given must then stay readable
+    // until the last row of the picture is in.
+    void gatherRows();
     void row(Int32 y, const Colour* pixels);
     // A row of a picture kept as greys, a byte a pixel (one kind of row a painting).
     void row(Int32 y, const std::uint8_t* greys);

@@ -107,12 +107,14 @@ PictureBox::RowPainter::RowPainter(PictureBox& box, Int32 pw, Int32 ph, float x1
   }
   if (bands_.empty()) return;
   next_ = bands_.front().from;
-  // Bands wait until their rows come to about a quarter of a megabyte, so
-  // that a pass handing rows over is not interrupted at every band.
-  deferRows_ = std::max<std::size_t>(1, (std::size_t{256} << 10) / (sizeof(Colour) * static_cast<std::size_t>(pw)));
-  rows_.reserve(deferRows_ + static_cast<std::size_t>(bands_.front().to - bands_.front().from));
   acc_.resize(static_cast<std::size_t>(pw));
   line_.resize(static_cast<std::size_t>(iTo_));
+}
+
+void PictureBox::RowPainter::gatherRows() {
+  // About a quarter of a megabyte of rows.
+  const std::size_t width = std::max<std::size_t>(acc_.size(), 1);
+  deferRows_ = std::max<std::size_t>(1, (std::size_t{256} << 10) / (sizeof(Colour) * width));
 }
 
 void PictureBox::RowPainter::row(Int32 y, const Colour* pixels) {

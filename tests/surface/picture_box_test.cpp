@@ -292,16 +292,20 @@ TEST(Stretch, ARowPainterPaintsWhatPaintPicturePaints) {
     const Picture src = testing::noisePicture(c.sw, c.sh, static_cast<std::uint32_t>(c.sw * 31 + c.bh));
     PictureBox whole = boxOf(c.bw, c.bh, 0x5A6B7C);
     whole.PaintPicture(src, c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
-    PictureBox rows = boxOf(c.bw, c.bh, 0x5A6B7C);
-    PictureBox::RowPainter painter(rows, c.sw, c.sh, c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
-    std::vector<std::vector<Colour>> copies;
-    for (Int32 y = 0; y < c.sh; ++y) {
-      copies.emplace_back(src->data() + y * c.sw, src->data() + (y + 1) * c.sw);
-      painter.row(y, copies.back().data());
-    }
-    for (Int32 i = 0; i < c.bw * c.bh; ++i) {
-      ASSERT_EQ(GetPixel(rows.hDC(), i % c.bw, i / c.bw), GetPixel(whole.hDC(), i % c.bw, i / c.bw))
-          << c.name << " at " << i % c.bw << "," << i / c.bw;
+    // Box rows drawn as their rows come, and gathered.
+    for (const bool gather : {false, true}) {
+      PictureBox rows = boxOf(c.bw, c.bh, 0x5A6B7C);
+      PictureBox::RowPainter painter(rows, c.sw, c.sh, c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
+      if (gather) painter.gatherRows();
+      std::vector<std::vector<Colour>> copies(static_cast<std::size_t>(c.sh));
+      for (Int32 y = 0; y < c.sh; ++y) {
+        copies[static_cast<std::size_t>(y)].assign(src->data() + y * c.sw, src->data() + (y + 1) * c.sw);
+        painter.row(y, copies[static_cast<std::size_t>(y)].data());
+      }
+      for (Int32 i = 0; i < c.bw * c.bh; ++i) {
+        ASSERT_EQ(GetPixel(rows.hDC(), i % c.bw, i / c.bw), GetPixel(whole.hDC(), i % c.bw, i / c.bw))
+            << c.name << (gather ? ", gathered" : "") << " at " << i % c.bw << "," << i / c.bw;
+      }
     }
   }
   // A picture kept as greys paints as its colours do, its colours not made.
