@@ -186,8 +186,7 @@ std::optional<Picture> readPlainBmp(const unsigned char* data, std::size_t size)
   const std::int64_t area = w * h;
   // A pixel of up to eight bits is a palette colour (black past a short
   // palette): when those are all greys, the picture is kept as its greys.
-  if (bpp <= 8 && std::all_of(palette.begin(), palette.end(),
-                              [](Colour c) { return c == static_cast<Colour>((c & 0xFF) * 0x010101U); })) {
+  if (bpp <= 8 && std::all_of(palette.begin(), palette.end(), isGrey)) {
     std::array<std::uint8_t, 256> greys{};
     for (std::size_t i = 0; i < greys.size(); ++i) greys[i] = static_cast<std::uint8_t>(palette[i]);
     const bool ramp = bpp == 8 && greyRamp(palette);

@@ -102,8 +102,7 @@ Picture readGif(const unsigned char* data, std::size_t size, long long maxPixels
   }
   if (transparent >= 0) palette[static_cast<std::size_t>(transparent)] = kWhite;
   // Every pixel is a palette colour, white or black: all greys when those are.
-  const bool grey = std::all_of(palette.begin(), palette.end(),
-                                [](Colour c) { return c == static_cast<Colour>((c & 0xFF) * 0x010101U); });
+  const bool grey = std::all_of(palette.begin(), palette.end(), isGrey);
 
   const long long area = static_cast<long long>(w) * h;
   PixelBuffer pixels = allocatePixels(area, area);

@@ -26,14 +26,9 @@ struct Scratch {
       return;
     }
     // The picture's size, refused as setPicture refuses it.
-    const Int32 w = source->pixelWidth();
-    const Int32 h = source->pixelHeight();
-    if (static_cast<long long>(w) * h > pixelLimit) {
-      throw LimitError("Out of memory: a picture of " + std::to_string(w) + " by " + std::to_string(h) +
-                       " pixels is over the limit of " + std::to_string(pixelLimit) + " pixels");
-    }
-    box.setWidth(static_cast<float>(w));
-    box.setHeight(static_cast<float>(h));
+    PictureBox::checkPictureFits(source->pixelWidth(), source->pixelHeight(), pixelLimit);
+    box.setWidth(static_cast<float>(source->pixelWidth()));
+    box.setHeight(static_cast<float>(source->pixelHeight()));
   }
   PictureBox box{1.0F, 0};
 };

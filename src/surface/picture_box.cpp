@@ -208,13 +208,16 @@ float PictureBox::ScaleY(float value, Int16 fromMode, Int16 toMode) const {
   return static_cast<float>(value / unitsPerPixelY(fromMode) * unitsPerPixelY(toMode));
 }
 
+void PictureBox::checkPictureFits(Int32 width, Int32 height, long long limit) {
+  if (static_cast<long long>(width) * height > limit) {
+    throw LimitError("Out of memory: a picture of " + std::to_string(width) + " by " + std::to_string(height) +
+                     " pixels is over the limit of " + std::to_string(limit) + " pixels");
+  }
+}
+
 void PictureBox::setPicture(Picture p) {
   const bool resized = AutoSize && p && (innerW_ != p->pixelWidth() || innerH_ != p->pixelHeight());
-  if (resized && static_cast<long long>(p->pixelWidth()) * p->pixelHeight() > pixelLimit_) {
-    throw LimitError("Out of memory: a picture of " + std::to_string(p->pixelWidth()) + " by " +
-                     std::to_string(p->pixelHeight()) + " pixels is over the limit of " + std::to_string(pixelLimit_) +
-                     " pixels");
-  }
+  if (resized) checkPictureFits(p->pixelWidth(), p->pixelHeight(), pixelLimit_);
   picture_ = std::move(p);
   if (resized) {
     innerW_ = picture_->pixelWidth();

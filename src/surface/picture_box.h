@@ -73,6 +73,9 @@ class PictureBox {
   float ScaleY(float value, Int16 fromMode, Int16 toMode) const;
 
   const Picture& picture() const { return picture_; }
+  // The LimitError setPicture gives for a picture of width by height pixels
+  // that an AutoSize box could not take under `limit`; nothing for one it can.
+  static void checkPictureFits(Int32 width, Int32 height, long long limit);
   // The persistent bitmap then shows the picture: it shares the picture's
   // pixels until the first drawing, when it takes a copy of its own.
   void setPicture(Picture p);
