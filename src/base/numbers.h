@@ -32,36 +32,18 @@ constexpr T checkedRange(long long v, const char* what) {
   return static_cast<T>(v);
 }
 
-constexpr Int16 toInt16(long long v) {
-  return checkedRange<Int16>(v, "value");
-}
-constexpr Int32 toInt32(long long v) {
-  return checkedRange<Int32>(v, "value");
-}
+constexpr Int16 toInt16(long long v) { return checkedRange<Int16>(v, "value"); }
+constexpr Int32 toInt32(long long v) { return checkedRange<Int32>(v, "value"); }
 
-constexpr Int16 add16(Int16 a, Int16 b) {
-  return checkedRange<Int16>(static_cast<long long>(a) + b, "sum");
-}
-constexpr Int16 sub16(Int16 a, Int16 b) {
-  return checkedRange<Int16>(static_cast<long long>(a) - b, "difference");
-}
-constexpr Int16 mul16(Int16 a, Int16 b) {
-  return checkedRange<Int16>(static_cast<long long>(a) * b, "product");
-}
-constexpr Int32 add32(Int32 a, Int32 b) {
-  return checkedRange<Int32>(static_cast<long long>(a) + b, "sum");
-}
-constexpr Int32 sub32(Int32 a, Int32 b) {
-  return checkedRange<Int32>(static_cast<long long>(a) - b, "difference");
-}
-constexpr Int32 mul32(Int32 a, Int32 b) {
-  return checkedRange<Int32>(static_cast<long long>(a) * b, "product");
-}
+constexpr Int16 add16(Int16 a, Int16 b) { return checkedRange<Int16>(static_cast<long long>(a) + b, "sum"); }
+constexpr Int16 sub16(Int16 a, Int16 b) { return checkedRange<Int16>(static_cast<long long>(a) - b, "difference"); }
+constexpr Int16 mul16(Int16 a, Int16 b) { return checkedRange<Int16>(static_cast<long long>(a) * b, "product"); }
+constexpr Int32 add32(Int32 a, Int32 b) { return checkedRange<Int32>(static_cast<long long>(a) + b, "sum"); }
+constexpr Int32 sub32(Int32 a, Int32 b) { return checkedRange<Int32>(static_cast<long long>(a) - b, "difference"); }
+constexpr Int32 mul32(Int32 a, Int32 b) { return checkedRange<Int32>(static_cast<long long>(a) * b, "product"); }
 
 // Rounding of a 64-bit value to the 32-bit float that stores it.
-constexpr float toFloat32(double v) {
-  return static_cast<float>(v);
-}
+constexpr float toFloat32(double v) { return static_cast<float>(v); }
 
 // Nearest whole number, ties to the even one (2.5 -> 2, 3.5 -> 4, -2.5 -> -2).
 inline double roundHalfEven(double v) {
@@ -71,38 +53,28 @@ inline double roundHalfEven(double v) {
 
 inline Int16 roundToInt16(double v) {
   const double r = roundHalfEven(v);
-  if (r < -32768.0 || r > 32767.0)
-    throw OverflowError("Overflow: " + std::to_string(v) + " does not fit a 16-bit integer");
+  if (r < -32768.0 || r > 32767.0) throw OverflowError("Overflow: " + std::to_string(v) + " does not fit a 16-bit integer");
   return static_cast<Int16>(r);
 }
 
 inline Int32 roundToInt32(double v) {
   const double r = roundHalfEven(v);
-  if (r < -2147483648.0 || r > 2147483647.0)
-    throw OverflowError("Overflow: " + std::to_string(v) + " does not fit a 32-bit integer");
+  if (r < -2147483648.0 || r > 2147483647.0) throw OverflowError("Overflow: " + std::to_string(v) + " does not fit a 32-bit integer");
   return static_cast<Int32>(r);
 }
 
 // The colour split used throughout: on a valid colour these are its bytes;
 // on -1 they give red -1, green -1 and blue 255.
-constexpr Int32 redOf(Colour c) {
-  return c % 256;
-}
-constexpr Int32 greenOf(Colour c) {
-  return ((c & ~0xFF) / 256) % 256;
-}
-constexpr Int32 blueOf(Colour c) {
-  return (c & 0xFF0000) / 65536;
-}
+constexpr Int32 redOf(Colour c) { return c % 256; }
+constexpr Int32 greenOf(Colour c) { return ((c & ~0xFF) / 256) % 256; }
+constexpr Int32 blueOf(Colour c) { return (c & 0xFF0000) / 65536; }
 
 constexpr Colour rgb(Int32 r, Int32 g, Int32 b) {
   return (r & 0xFF) | ((g & 0xFF) << 8) | ((b & 0xFF) << 16);
 }
 
 // A grey: red, green and blue equal, and nothing above them.
-constexpr bool isGrey(Colour c) {
-  return c == static_cast<Colour>((c & 0xFF) * 0x010101U);
-}
+constexpr bool isGrey(Colour c) { return c == static_cast<Colour>((c & 0xFF) * 0x010101U); }
 
 inline constexpr Colour kBlack = 0x000000;
 inline constexpr Colour kWhite = 0xFFFFFF;
