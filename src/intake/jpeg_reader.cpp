@@ -86,20 +86,23 @@ bool decode(JpegJob& job, const unsigned char* data, std::size_t size) {
     return false;
   }
   jpeg_start_decompress(&job.info);
-  if (source == JCS_GRAYSCALE) {
-    // The decoder's grey rows are the picture's, as they come.
+  // A grey JPEG's rows are the picture's greys as they come; other rows
+  // become colours.
+  const bool grey = source == JCS_GRAYSCALE;
+  if (grey) {
     job.greys = allocateGreys(area, area);
-    while (job.info.output_scanline < job.info.output_height && !job.errors.failed) {
-      JSAMPROW rows[1] = {job.greys.get() + static_cast<std::size_t>(job.info.output_scanline) * job.width};
-      jpeg_read_scanlines(&job.info, rows, 1);
-    }
-    if (!job.errors.failed) jpeg_finish_decompress(&job.info);
-    return !job.errors.failed;
+  } else {
+    job.pixels = allocatePixels(area, area);
   }
-  job.pixels = allocatePixels(area, area);
-  if (!direct) job.row.resize(static_cast<std::size_t>(job.width) * job.info.output_components);
+  if (!direct && !grey) job.row.resize(static_cast<std::size_t>(job.width) * job.info.output_components);
   while (job.info.output_scanline < job.info.output_height && !job.errors.failed) {
-    Colour* out = job.pixels.get() + static_cast<std::size_t>(job.info.output_scanline) * job.width;
+    const std::size_t at = static_cast<std::size_t>(job.info.output_scanline) * job.width;
+    if (grey) {
+      JSAMPROW rows[1] = {job.greys.get() + at};
+      jpeg_read_scanlines(&job.info, rows, 1);
+      continue;
+    }
+    Colour* out = job.pixels.get() + at;
     JSAMPROW rows[1] = {direct ? reinterpret_cast<JSAMPROW>(out) : job.row.data()};
     jpeg_read_scanlines(&job.info, rows, 1);
     if (direct) {

@@ -214,26 +214,19 @@ bool blackWhiteGrid(const Picture& source, Int16 threshold, const RasterLimits& 
     progress.yield();
     bar.Value = static_cast<float>(y);
   };
-  if (source->grey()) {
+  if (kept != nullptr || (source->grey() && smoothFirst)) {
     // Greys are smoothed and shaded a byte a pixel.
-    std::vector<std::uint8_t> greys(static_cast<std::size_t>(w));
     const auto shade = [&](Int32 y, const std::uint8_t* smoothed) {
       read(y);
       shadeGreyRow(smoothed, row.data(), w, threshold);
       take(y);
     };
-    if (smoothFirst && kept != nullptr) {
-      smoothEachGreyRow(kept, w, h, shade);
-    } else if (smoothFirst) {
-      smoothEachGreyRow(pixels, w, h, shade);
-    } else if (kept != nullptr) {
+    if (!smoothFirst) {
       for (Int32 y = 0; y < h; ++y) shade(y, kept + static_cast<std::size_t>(y) * static_cast<std::size_t>(w));
+    } else if (kept != nullptr) {
+      smoothEachGreyRow(kept, w, h, shade);
     } else {
-      for (Int32 y = 0; y < h; ++y) {
-        const Colour* in = pixels + static_cast<std::size_t>(y) * static_cast<std::size_t>(w);
-        std::transform(in, in + w, greys.begin(), [](Colour c) { return static_cast<std::uint8_t>(c); });
-        shade(y, greys.data());
-      }
+      smoothEachGreyRow(pixels, w, h, shade);
     }
     bar.Value = 0.0F;
     return true;

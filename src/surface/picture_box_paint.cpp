@@ -239,15 +239,14 @@ void PictureBox::PaintPicture(const Picture& pic, float x1, float y1, std::optio
     return;
   }
   // A picture kept as greys is painted from its greys, its colours not made.
+  const auto feed = [&](const auto* rows) {
+    for (Int32 v = painter.firstRow(); v < painter.endRow(); ++v)
+      painter.row(v, rows + static_cast<std::size_t>(v) * pw);
+  };
   if (const std::uint8_t* greys = pic->greys()) {
-    for (Int32 v = painter.firstRow(); v < painter.endRow(); ++v) {
-      painter.row(v, greys + static_cast<std::size_t>(v) * pw);
-    }
+    feed(greys);
   } else {
-    const Colour* src = pic->pixels().data();
-    for (Int32 v = painter.firstRow(); v < painter.endRow(); ++v) {
-      painter.row(v, src + static_cast<std::size_t>(v) * pw);
-    }
+    feed(pic->data());
   }
   if (painter.firstRow() == painter.endRow()) touch();
 }
