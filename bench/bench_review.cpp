@@ -53,6 +53,21 @@ void BM_PreviewPaint(benchmark::State& state) {
 }
 BENCHMARK(BM_PreviewPaint)->Unit(benchmark::kMicrosecond);
 
+// The same drawing kept as greys, as grey BMPs and JPEGs are read.
+void BM_PreviewPaintGreys(benchmark::State& state) {
+  const Picture colours = bench::makeLineDrawing(kWidth, kHeight, 7);
+  GreyBuffer greys = allocateGreys(static_cast<long long>(kWidth) * kHeight);
+  for (std::size_t i = 0; i < static_cast<std::size_t>(kWidth) * kHeight; ++i)
+    greys[i] = static_cast<std::uint8_t>(colours->data()[i] & 0xFF);
+  const Picture original = makeGreyPicture(kWidth, kHeight, std::move(greys));
+  for (auto _ : state) {
+    PictureBox box = laidOut();
+    box.PaintPicture(original, 0.0F, 0.0F, static_cast<float>(kWidth), static_cast<float>(kHeight));
+    benchmark::DoNotOptimize(box.bits());
+  }
+}
+BENCHMARK(BM_PreviewPaintGreys)->Unit(benchmark::kMicrosecond);
+
 void BM_PreviewLines(benchmark::State& state) {
   const RecordTable table = segments();
   PictureBox box = laidOut();

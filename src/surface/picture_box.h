@@ -149,9 +149,9 @@ class PictureBox {
     };
     void take(Int32 y, const void* pixels, bool grey);
     void finishBand(const Band& band, const void* const* rows);
-    // The band's rows ANDed, then each box pixel's columns, into `line_`.
+    // The band's rows ANDed into `acc`, then each box pixel's columns into `line`.
     template <typename Pixel>
-    void fold(const Band& band, const void* const* rows, Pixel* acc);
+    void fold(const Band& band, const void* const* rows, Pixel* acc, Pixel* line);
 
     PictureBox* box_;
     Int32 op_;
@@ -165,11 +165,15 @@ class PictureBox {
     Int32 uTo_ = 0;
     std::vector<Band> bands_;
     std::vector<Columns> columns_;
+    // Every span's width lies in [window_, 2 window_]; 0 when they differ more.
+    Int32 window_ = 0;
     // The rows of the bands not yet drawn, from band `drawn_` on; they stay
     // readable until then.
     std::vector<const void*> rows_;
     bool greyRows_ = false;
+    // acc_ and line_ for grey rows, a byte a pixel.
     std::vector<std::uint8_t> greyAcc_;
+    std::vector<std::uint8_t> greyLine_;
     std::size_t deferRows_ = 1;
     std::size_t drawn_ = 0;
     std::vector<Colour> acc_;

@@ -86,10 +86,21 @@ PictureBox::RowPainter::RowPainter(PictureBox& box, Int32 pw, Int32 ph, float x1
   uTo_ = std::min(xs[static_cast<std::size_t>(iTo_ - 1)].to, pw);
   // Each span of the run overlaps the picture; its columns there, worked out once.
   columns_.resize(static_cast<std::size_t>(iTo_));
+  Int32 narrowest = pw;
+  Int32 widest = 1;
   for (Int32 i = iFrom_; i < iTo_; ++i) {
     const Span sx = xs[static_cast<std::size_t>(i)];
-    columns_[static_cast<std::size_t>(i)] = {std::max(sx.from, 0), std::min(sx.to, pw)};
+    const Columns c{std::max(sx.from, 0), std::min(sx.to, pw)};
+    columns_[static_cast<std::size_t>(i)] = c;
+    narrowest = std::min(narrowest, c.to - c.from);
+    widest = std::max(widest, c.to - c.from);
   }
+  // Spans between w and 2w columns wide, w a power of two, as those of a
+  // shrink by one factor are: each span is then the AND of two windows of w
+  // columns, its first and its last, which may overlap.
+  window_ = 1;
+  while (window_ * 2 <= narrowest) window_ *= 2;
+  if (widest > 2 * window_) window_ = 0;
   // Box rows that show the same picture rows make one band.
   const std::vector<Span> ys = spans(dh, srcY, srcH);
   for (Int32 j = 0; j < dh; ++j) {
@@ -143,7 +154,8 @@ void PictureBox::RowPainter::take(Int32 y, const void* pixels, bool grey) {
 }
 
 template <typename Pixel>
-void PictureBox::RowPainter::fold(const Band& band, const void* const* rows, Pixel* __restrict acc) {
+void PictureBox::RowPainter::fold(const Band& band, const void* const* rows, Pixel* __restrict acc,
+                                  Pixel* __restrict line) {
   // The band's rows ANDed into `acc`, up to three a sweep so that `acc` is
   // written once for most bands: a shrink thus ANDs the pixels it drops into
   // the one it keeps, so dark line work on a light ground survives it. A
@@ -167,13 +179,23 @@ void PictureBox::RowPainter::fold(const Band& band, const void* const* rows, Pix
     }
     r += n;
   }
-  // Each box pixel the AND of its columns of `acc`; a shrink's spans hold a
-  // few columns each: those widths unrolled.
+  // Each box pixel the AND of its columns of `acc`.
   const Pixel* a = acc;
-  Colour* line = line_.data();
   const Columns* columns = columns_.data();
   const Int32 iFrom = iFrom_;
   const Int32 iTo = iTo_;
+  if (window_ > 0) {
+    // `acc` becomes the AND of each window of `window_` columns from there
+    // on, doubled a step; a window is read only where all of it was.
+    for (Int32 w = 1; w < window_; w *= 2) {
+      for (Int32 u = uFrom; u + w < uTo; ++u) acc[u] &= acc[u + w];
+    }
+    const Int32 last = window_;
+    for (Int32 i = iFrom; i < iTo; ++i) line[i] = a[columns[i].from] & a[columns[i].to - last];
+    return;
+  }
+  // Spans of widths further apart, as where the picture is cut off at an
+  // edge: those of a few columns unrolled.
   for (Int32 i = iFrom; i < iTo; ++i) {
     const Columns sx = columns[i];
     const Int32 sxTo = sx.to;
@@ -194,20 +216,27 @@ void PictureBox::RowPainter::fold(const Band& band, const void* const* rows, Pix
       default:
         while (++u < sxTo) c &= a[u];
     }
-    line[i] = sizeof(Pixel) == 1 ? static_cast<Colour>(c * 0x010101U) : static_cast<Colour>(c);
+    line[i] = c;
   }
 }
 
 void PictureBox::RowPainter::finishBand(const Band& band, const void* const* rows) {
-  if (greyRows_) {
-    if (greyAcc_.empty()) greyAcc_.resize(acc_.size());
-    fold<std::uint8_t>(band, rows, greyAcc_.data());
-  } else {
-    fold<Colour>(band, rows, acc_.data());
-  }
-  const Colour* line = line_.data();
   const Int32 iFrom = iFrom_;
   const Int32 iTo = iTo_;
+  Colour* __restrict line = line_.data();
+  if (greyRows_) {
+    if (greyAcc_.empty()) greyAcc_.resize(acc_.size());
+    if (greyLine_.empty()) greyLine_.resize(line_.size());
+    std::uint8_t* const greyLine = greyLine_.data();
+    fold<std::uint8_t>(band, rows, greyAcc_.data(), greyLine);
+    // A grey is its colour's three bytes.
+    for (Int32 i = iFrom; i < iTo; ++i) {
+      const Colour g = greyLine[i];
+      line[i] = g | g << 8 | g << 16;
+    }
+  } else {
+    fold<Colour>(band, rows, acc_.data(), line);
+  }
   if (!out_) out_ = coversAll_ ? box_->overwriteBits() : box_->mutableBits();
   for (Int32 ty = band.firstRow; ty <= band.lastRow; ++ty) {
     Colour* row = out_ + static_cast<std::size_t>(ty) * box_->innerW_ + dx0_;
