@@ -42,6 +42,65 @@ std::string bmpFile(std::size_t w, std::size_t h, int bits, std::size_t colours,
   return out;
 }
 
+// How many of `most` bytes from `at` on repeat its first, eight compared a step.
+std::size_t runLength(const std::uint8_t* at, std::size_t most) {
+  static_assert(std::endian::native == std::endian::little, "the first byte that differs is the lowest");
+  const std::uint64_t same = at[0] * 0x0101010101010101ULL;
+  std::size_t n = 1;
+  for (; n + 8 <= most; n += 8) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, at + n, 8);
+    if (word != same) return n + static_cast<std::size_t>(std::countr_zero(word ^ same)) / 8;
+  }
+  while (n < most && at[n] == at[0]) ++n;
+  return n;
+}
+
+// The picture's rows bottom up as BMP's eight-bit runs, into `to`: a run
+// of one grey as its length and the grey, a stretch without runs of three
+// as its bytes, each row closed, then the picture. The length written, or 0
+// where that would not fit in `room`, which is then to be filled again.
+std::size_t runsInto(const ReviewPicture& picture, char* to, std::size_t room) {
+  const auto w = static_cast<std::size_t>(picture.width);
+  std::size_t at = 0;
+  const auto put = [&](std::uint8_t a, std::uint8_t b) {
+    if (at + 2 > room) return false;
+    to[at++] = static_cast<char>(a);
+    to[at++] = static_cast<char>(b);
+    return true;
+  };
+  for (std::size_t y = static_cast<std::size_t>(picture.height); y-- > 0;) {
+    const std::uint8_t* row = picture.pixels.data() + y * w;
+    for (std::size_t x = 0; x < w;) {
+      const std::size_t run = runLength(row + x, std::min<std::size_t>(w - x, 255));
+      if (run >= 2) {
+        if (!put(static_cast<std::uint8_t>(run), row[x])) return 0;
+        x += run;
+        continue;
+      }
+      std::size_t end = x + 1;
+      while (end < w && end - x < 255 && !(end + 2 < w && row[end] == row[end + 1] && row[end] == row[end + 2])) ++end;
+      const std::size_t n = end - x;
+      if (n < 3) {
+        // Shorter stretches have no form of their own: runs of one.
+        for (; x < end; ++x) {
+          if (!put(1, row[x])) return 0;
+        }
+        continue;
+      }
+      // A stretch ends on an even byte.
+      if (at + 2 + n + n % 2 > room) return 0;
+      put(0, static_cast<std::uint8_t>(n));
+      std::memcpy(to + at, row + x, n);
+      at += n;
+      if (n % 2 != 0) to[at++] = 0;
+      x = end;
+    }
+    if (!put(0, 0)) return 0;
+  }
+  return put(0, 1) ? at : 0;
+}
+
 }  // namespace
 
 std::string bmpFileOf(const PictureBox& box) {
@@ -164,6 +223,15 @@ std::string bmpFileOf(const ReviewPicture& picture, Colour line) {
     putLittle(out.data() + 54 + 4 * i, g << 16 | g << 8 | g, 4);
   }
   putLittle(out.data() + 54 + 4 * kReviewLine, __builtin_bswap32(static_cast<std::uint32_t>(line)) >> 8, 4);
+  // Run-length coded where that is smaller, as it is many times over for
+  // line work on plain paper; a busy scan keeps its rows as they are.
+  if (const std::size_t coded = runsInto(picture, out.data() + pixelsAt, out.size() - pixelsAt)) {
+    out.resize(pixelsAt + coded);
+    putLittle(out.data() + 2, static_cast<std::uint32_t>(out.size()), 4);
+    putLittle(out.data() + 30, 1, 4);  // eight-bit runs
+    putLittle(out.data() + 34, static_cast<std::uint32_t>(coded), 4);
+    return out;
+  }
   for (std::size_t y = 0; y < h; ++y) {
     std::memcpy(out.data() + pixelsAt + (h - 1 - y) * row, picture.pixels.data() + y * w, w);
   }

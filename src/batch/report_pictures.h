@@ -58,7 +58,8 @@ ReviewPicture reviewPicture(const PictureBox& box, Colour line);
 // and the dark line work under it survive.
 ReviewPicture halved(const ReviewPicture& picture);
 
-// As an eight-bit BMP file whose palette holds the greys and `line`.
+// As an eight-bit BMP file whose palette holds the greys and `line`, its
+// rows run-length coded where that makes the file smaller.
 std::string bmpFileOf(const ReviewPicture& picture, Colour line);
 
 // Bytes as a data: URI of this media type, in base64.

@@ -21,8 +21,18 @@ PROBE = """<script>
 window.addEventListener('load', () => {
   for (const img of document.images)
     img.setAttribute('data-natural-width', img.complete ? img.naturalWidth : -1);
-  for (const a of document.links) a.setAttribute('data-resolved', a.href);
-  document.body.setAttribute('data-probed', 'yes');
+  const previews = [];
+  for (const a of document.links) {
+    a.setAttribute('data-resolved', a.href);
+    if (!a.href.endsWith('.bmp')) continue;
+    previews.push(new Promise((done) => {
+      const shown = new Image();
+      shown.onload = () => { a.setAttribute('data-natural-width', shown.naturalWidth); done(); };
+      shown.onerror = () => { a.setAttribute('data-natural-width', 0); done(); };
+      shown.src = a.href;
+    }));
+  }
+  Promise.all(previews).then(() => document.body.setAttribute('data-probed', 'yes'));
 });
 </script>
 """
@@ -44,7 +54,7 @@ def drawing(path, size=(120, 90)):
 class Dom(html.parser.HTMLParser):
     def __init__(self):
         super().__init__()
-        self.cards = []  # [class, name, [img natural widths], [resolved links]]
+        self.cards = []  # [class, name, [img natural widths], [resolved links], [preview natural widths]]
         self.totals = {}
         self.probed = False
         self._in = None
@@ -54,11 +64,13 @@ class Dom(html.parser.HTMLParser):
         if tag == "body":
             self.probed = a.get("data-probed") == "yes"
         elif tag == "article":
-            self.cards.append([a.get("class", ""), "", [], []])
+            self.cards.append([a.get("class", ""), "", [], [], []])
         elif tag == "img" and self.cards:
             self.cards[-1][2].append(int(a.get("data-natural-width", "-2")))
         elif tag == "a" and self.cards:
             self.cards[-1][3].append(a.get("data-resolved", ""))
+            if "data-natural-width" in a:
+                self.cards[-1][4].append(int(a["data-natural-width"]))
         elif tag == "dd" and "id" in a:
             self._in = ("total", a["id"])
         elif tag == "h2" and self.cards:
@@ -141,6 +153,8 @@ def main():
         widths = [w for c in dom.cards for w in c[2]]
         check(len(widths) == len(order) - 1, "%d thumbnails, one for each picture that loaded" % len(widths))
         check(all(w == 200 for w in widths), "thumbnails that did not load: natural widths %s" % widths)
+        previews = [c[4] for c in dom.cards if c[0].endswith("ok")]
+        check(all(p == [400] for p in previews), "full previews that did not load: natural widths %s" % previews)
         expected = {"pictures": len(order), "written": len(WRITTEN), "failed": 2, "lines": sum(lines.values())}
         for key, value in expected.items():
             check(dom.totals.get(key) == str(value), "total %s: %r, the batch says %d" % (key, dom.totals.get(key), value))

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
 
 #include "../temp_files.h"
 #include "batch/report_pictures.h"
@@ -226,6 +227,65 @@ TEST(ReportThumbnail, GreysAndHalvingHoldForEveryColourAndOddSides) {
         }
       }
       ASSERT_EQ(half.pixels[static_cast<std::size_t>(y * 19 + x)], line ? 255 : darkest) << x << ", " << y;
+    }
+  }
+}
+
+// The page's pictures are run-length coded where that is smaller: every
+// mix of runs and stretches reads back as written through the program's
+// own reader, and a busy picture keeps its rows as they are.
+TEST(ReportThumbnail, RunLengthCodedPicturesReadBackAsWritten) {
+  struct Case {
+    const char* name;
+    Int32 width;
+    Int32 height;
+    std::function<std::uint8_t(Int32 x, Int32 y)> grey;
+    bool coded;
+  };
+  std::uint32_t state = 7;
+  const auto random = [&] {
+    state = state * 1664525U + 1013904223U;
+    return state >> 8;
+  };
+  // Runs of 1 to 300 of one grey, the line colour and white among them.
+  std::vector<std::uint8_t> mixed(523 * 9);
+  for (std::size_t i = 0; i < mixed.size();) {
+    const std::size_t run = 1 + random() % (random() % 4 == 0 ? 300 : 3);
+    const auto grey = static_cast<std::uint8_t>(random() % 8 == 0 ? 255 : random() % 256);
+    for (std::size_t k = 0; k < run && i < mixed.size(); ++k) mixed[i++] = grey;
+  }
+  // Stretches of 1 to 6 greys between runs of white.
+  std::vector<std::uint8_t> stretches;
+  for (int n = 1; n <= 6; ++n) {
+    stretches.insert(stretches.end(), 5, 254);
+    for (int k = 0; k < n; ++k) stretches.push_back(static_cast<std::uint8_t>(10 * k + n));
+  }
+  const auto across = static_cast<Int32>(stretches.size());
+  const Case cases[] = {
+      {"white, longer than a run", 600, 3, [](Int32, Int32) { return std::uint8_t{254}; }, true},
+      {"one column: no smaller coded", 1, 5, [](Int32, Int32 y) { return static_cast<std::uint8_t>(y * 40); }, false},
+      {"stretches of 1 to 6 between runs", across, 2, [&](Int32 x, Int32) { return stretches[x]; }, true},
+      {"a stretch longer than 255, then white", 1000, 2,
+       [](Int32 x, Int32) { return static_cast<std::uint8_t>(x < 300 ? x % 200 : 254); }, true},
+      {"no runs at all", 700, 2, [](Int32 x, Int32 y) { return static_cast<std::uint8_t>(x + y); }, false},
+      {"runs of every length, odd width", 523, 9, [&](Int32 x, Int32 y) { return mixed[y * 523 + x]; }, true},
+      {"noise", 64, 64, [&](Int32, Int32) { return static_cast<std::uint8_t>(random()); }, false},
+  };
+  for (const Case& c : cases) {
+    ReviewPicture picture{c.width, c.height, {}};
+    for (Int32 y = 0; y < c.height; ++y) {
+      for (Int32 x = 0; x < c.width; ++x) picture.pixels.push_back(c.grey(x, y));
+    }
+    const std::string bmp = bmpFileOf(picture, kRed);
+    EXPECT_EQ(bmp[30] == 1, c.coded) << c.name;
+    const Picture back = thumbnailPicture(bmp);
+    ASSERT_TRUE(back) << c.name;
+    ASSERT_EQ(pictureWidth(back), c.width) << c.name;
+    ASSERT_EQ(pictureHeight(back), c.height) << c.name;
+    for (std::size_t i = 0; i < picture.pixels.size(); ++i) {
+      const std::uint8_t g = picture.pixels[i];
+      const Colour expected = g == kReviewLine ? kRed : g == 254 ? kWhite : g * 0x010101U;
+      ASSERT_EQ(back->pixels()[i] & 0xFFFFFF, expected) << c.name << ", pixel " << i;
     }
   }
 }
