@@ -351,7 +351,8 @@ std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress, 
   std::mutex allDoneLock;
   std::condition_variable allDone;
   auto work = [&] {
-    for (std::size_t i = next++; i < args.pictures.size(); i = next++) {
+    for (std::size_t k = next++; k < args.pictures.size(); k = next++) {
+      const std::size_t i = plan.order[k];
       const PictureFiles& files = plan.pictures[i];
       std::optional<std::string> preview = files.preview;
       const Review review = reportPreview(args, std::filesystem::path(files.drawing).stem().string(), preview);

@@ -49,6 +49,10 @@ struct PictureFiles {
 // in the order given. `error` names the clash.
 struct RunPlan {
   std::vector<PictureFiles> pictures;
+  // The order to start them in: largest file first, so that a large picture
+  // is not left to run alone at the end; files of one size, and those that
+  // cannot be read (which fail at once), in the order given.
+  std::vector<std::size_t> order;
   std::string error;
 };
 RunPlan planRun(const BatchArgs& args);

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <map>
+#include <numeric>
 #include <set>
 
 #include "base/file_identity.h"
@@ -69,6 +70,16 @@ RunPlan planRun(const BatchArgs& args) {
                       : clash->second + " is the same file as " + clash->first +
                             ", which this run writes too: nothing was written";
   }
+  std::vector<std::uintmax_t> bytes;
+  for (const PictureFiles& f : plan.pictures) {
+    std::error_code unknown;
+    const std::uintmax_t size = f.picture ? std::filesystem::file_size(*f.picture, unknown) : 0;
+    bytes.push_back(unknown ? 0 : size);
+  }
+  plan.order.resize(plan.pictures.size());
+  std::iota(plan.order.begin(), plan.order.end(), std::size_t{0});
+  std::stable_sort(plan.order.begin(), plan.order.end(),
+                   [&](std::size_t a, std::size_t b) { return bytes[a] > bytes[b]; });
   return plan;
 }
 
