@@ -83,11 +83,16 @@ void BM_ReviewPictures(benchmark::State& state) {
   PictureBox box = laidOut();
   box.PaintPicture(original, 0.0F, 0.0F, static_cast<float>(kWidth), static_cast<float>(kHeight));
   drawSegments(segments(), box, 1.0F);
+  std::size_t preview = 0;
+  std::size_t thumbnail = 0;
   for (auto _ : state) {
     const ReviewPicture page = reviewPicture(box, kRed);
-    benchmark::DoNotOptimize(bmpFileOf(page, kRed));
-    benchmark::DoNotOptimize(dataUri("image/bmp", bmpFileOf(halved(page), kRed)));
+    preview = bmpFileOf(page, kRed).size();
+    thumbnail = dataUri("image/bmp", bmpFileOf(halved(page), kRed)).size();
+    benchmark::DoNotOptimize(preview + thumbnail);
   }
+  state.counters["preview_bytes"] = static_cast<double>(preview);
+  state.counters["thumbnail_bytes"] = static_cast<double>(thumbnail);
 }
 BENCHMARK(BM_ReviewPictures)->Unit(benchmark::kMicrosecond);
 
