@@ -46,6 +46,11 @@ TEST(BatchArgs, OutOfRangeAndMalformedArgumentsAreRefused) {
       {"--no-original", "o.dxf"},           // without a preview nothing shows it
       {"--on-collision", "suffix", "o.dxf"},
       {"--on-collision", "overwrite", "--out-dir", "d", "a.gif"},
+      {"--fit", "--fit-tolerance", "0", "o.dxf"},
+      {"--fit", "--fit-tolerance", "101", "o.dxf"},
+      {"--fit", "--fit-tolerance", "wide", "o.dxf"},
+      {"--fit", "--fit-tolerance"},
+      {"--fit-tolerance", "2", "o.dxf"},  // a tolerance for nothing to fit
   };
   for (const auto& argv : bad) {
     const BatchParse p = parseBatchArgs(argv);
@@ -70,43 +75,49 @@ TEST(BatchArgs, TwoDashesEndTheOptions) {
 TEST(BatchArgs, OutputOptionsGiveTheDrawingOptions) {
   struct Case {
     std::vector<std::string> argv;
-    DrawingUnit unit;
-    double unitScale;
-    bool polyline;
+    DrawingUnit unit = DrawingUnit::Pixel;
+    double unitScale = 1.0;
+    bool polyline = false;
     bool clean = false;
     DxfVersion version = DxfVersion::R12;
     DrawingOrigin origin = DrawingOrigin::TopLeft;
+    bool fit = false;
+    double fitTolerance = kDefaultFitTolerance;
   };
+  const DrawingUnit px = DrawingUnit::Pixel;
+  const DxfVersion r12 = DxfVersion::R12;
+  const DrawingOrigin topLeft = DrawingOrigin::TopLeft;
   const Case cases[] = {
       // Only the defaults keep the defined drawing; every CAD option asks for a clean one.
-      {{"o.dxf"}, DrawingUnit::Pixel, 1.0, false},
-      {{"--units", "px", "--polyline", "o.dxf"}, DrawingUnit::Pixel, 1.0, true, true},
-      {{"--units", "px", "--svg", "o.svg", "o.dxf"}, DrawingUnit::Pixel, 1.0, false, false},
+      {{"o.dxf"}},
+      {{"--units", "px", "--polyline", "o.dxf"}, px, 1.0, true, true},
+      {{"--units", "px", "--svg", "o.svg", "o.dxf"}},
       {{"--dpi", "300", "--units", "mm", "o.dxf"}, DrawingUnit::Millimetre, 25.4 / 300, false, true},
       // Rescaled to half, each thinned pixel covers two of the scan.
       {{"--scale", "0.5", "--units", "in", "--dpi", "200", "o.dxf"}, DrawingUnit::Inch, 1.0 / 100, false, true},
-      {{"--clean", "o.dxf"}, DrawingUnit::Pixel, 1.0, false, true},
-      {{"--dxf", "12", "o.dxf"}, DrawingUnit::Pixel, 1.0, false, false},
-      {{"--dxf", "2000", "o.dxf"}, DrawingUnit::Pixel, 1.0, false, true, DxfVersion::R2000},
-      {{"--origin", "top-left", "o.dxf"}, DrawingUnit::Pixel, 1.0, false, false},
-      {{"--origin", "lower-left", "o.dxf"},
-       DrawingUnit::Pixel,
-       1.0,
-       false,
-       true,
-       DxfVersion::R12,
-       DrawingOrigin::LowerLeft},
+      {{"--clean", "o.dxf"}, px, 1.0, false, true},
+      {{"--dxf", "12", "o.dxf"}},
+      {{"--dxf", "2000", "o.dxf"}, px, 1.0, false, true, DxfVersion::R2000},
+      {{"--origin", "top-left", "o.dxf"}},
+      {{"--origin", "lower-left", "o.dxf"}, px, 1.0, false, true, r12, DrawingOrigin::LowerLeft},
+      // Fitting is off by default and takes a tolerance in pixels.
+      {{"--fit", "o.dxf"}, px, 1.0, false, true, r12, topLeft, true},
+      {{"--fit", "--fit-tolerance", "0.75", "o.dxf"}, px, 1.0, false, true, r12, topLeft, true, 0.75},
+      {{"--fit-tolerance", "3", "--fit", "--polyline", "o.dxf"}, px, 1.0, true, true, r12, topLeft, true, 3.0},
   };
   for (const Case& c : cases) {
+    SCOPED_TRACE(::testing::PrintToString(c.argv));
     const BatchParse p = parseBatchArgs(c.argv);
     ASSERT_TRUE(p.args) << p.error;
     const DrawingOptions o = drawingOptionsOf(*p.args);
-    EXPECT_EQ(o.unit, c.unit) << ::testing::PrintToString(c.argv);
-    EXPECT_DOUBLE_EQ(o.unitScale, c.unitScale) << ::testing::PrintToString(c.argv);
-    EXPECT_EQ(o.polyline, c.polyline) << ::testing::PrintToString(c.argv);
-    EXPECT_EQ(o.clean, c.clean) << ::testing::PrintToString(c.argv);
-    EXPECT_EQ(o.dxfVersion, c.version) << ::testing::PrintToString(c.argv);
-    EXPECT_EQ(o.origin, c.origin) << ::testing::PrintToString(c.argv);
+    EXPECT_EQ(o.unit, c.unit);
+    EXPECT_DOUBLE_EQ(o.unitScale, c.unitScale);
+    EXPECT_EQ(o.polyline, c.polyline);
+    EXPECT_EQ(o.clean, c.clean);
+    EXPECT_EQ(o.dxfVersion, c.version);
+    EXPECT_EQ(o.origin, c.origin);
+    EXPECT_EQ(o.fit, c.fit);
+    EXPECT_DOUBLE_EQ(o.fitTolerance, c.fitTolerance);
   }
   EXPECT_NE(parseBatchArgs({"--dxf", "14", "o.dxf"}).error.find("12 or 2000"), std::string::npos);
   EXPECT_NE(parseBatchArgs({"--origin", "centre", "o.dxf"}).error.find("lower-left"), std::string::npos);
@@ -128,35 +139,6 @@ TEST(BatchArgs, OutputOptionsGiveTheDrawingOptions) {
   EXPECT_EQ(parseBatchArgs({"--threshold", "local", "--threshold", "150", "o.dxf"}).args->thresholdMode,
             ThresholdMode::fixed);
   EXPECT_NE(std::string(kBatchUsage).find("no unit field"), std::string::npos);
-}
-
-TEST(BatchArgs, FitIsOffByDefaultAndTakesAToleranceInPixels) {
-  struct Case {
-    std::vector<std::string> argv;
-    bool fit;
-    double tolerance;
-  };
-  const Case cases[] = {
-      {{"o.dxf"}, false, kDefaultFitTolerance},
-      {{"--fit", "o.dxf"}, true, kDefaultFitTolerance},
-      {{"--fit", "--fit-tolerance", "0.75", "o.dxf"}, true, 0.75},
-      {{"--fit-tolerance", "3", "--fit", "--polyline", "o.dxf"}, true, 3.0},
-  };
-  for (const Case& c : cases) {
-    const BatchParse p = parseBatchArgs(c.argv);
-    ASSERT_TRUE(p.args) << p.error;
-    const DrawingOptions o = drawingOptionsOf(*p.args);
-    EXPECT_EQ(o.fit, c.fit) << ::testing::PrintToString(c.argv);
-    EXPECT_DOUBLE_EQ(o.fitTolerance, c.tolerance) << ::testing::PrintToString(c.argv);
-  }
-  const std::vector<std::vector<std::string>> bad = {
-      {"--fit", "--fit-tolerance", "0", "o.dxf"},
-      {"--fit", "--fit-tolerance", "101", "o.dxf"},
-      {"--fit", "--fit-tolerance", "wide", "o.dxf"},
-      {"--fit", "--fit-tolerance"},
-      {"--fit-tolerance", "2", "o.dxf"},  // a tolerance for nothing to fit
-  };
-  for (const auto& argv : bad) EXPECT_FALSE(parseBatchArgs(argv).args) << ::testing::PrintToString(argv);
 }
 
 }  // namespace

@@ -5,6 +5,8 @@
 #include <vector>
 
 #include "../temp_files.h"
+#include "base/errors.h"
+#include "intake/picture_loader.h"
 
 namespace quern::testing {
 
@@ -24,6 +26,16 @@ inline void put32(Bytes& b, std::uint32_t v) {
 inline Bytes fixture(const std::string& name) {
   const std::string bytes = readAll(std::string(QUERN_FIXTURES) + "/" + name);
   return Bytes(bytes.begin(), bytes.end());
+}
+
+// The reason the bytes, decoded as the file "x", are refused, or "loaded".
+inline std::string failure(const Bytes& b, long long maxPixels = kMaxPicturePixels, int page = 1) {
+  try {
+    decodePictureFile(b.data(), b.size(), "x", maxPixels, page);
+  } catch (const FileError& e) {
+    return e.what();
+  }
+  return "loaded";
 }
 
 }  // namespace quern::testing

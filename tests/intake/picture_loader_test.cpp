@@ -17,6 +17,7 @@ namespace quern {
 namespace {
 
 using testing::Bytes;
+using testing::failure;
 using testing::fixture;
 using testing::put16;
 using testing::put32;
@@ -99,15 +100,6 @@ Bytes claiming(Bytes b, unsigned w, unsigned h) {
   return b;
 }
 
-std::string failure(const Bytes& b, const std::string& what) {
-  try {
-    decodePictureFile(b.data(), b.size(), what);
-  } catch (const FileError& e) {
-    return e.what();
-  }
-  return "";
-}
-
 // A PNG signature and header chunk claiming width by height, nothing more.
 Bytes pngClaiming(std::uint32_t width, std::uint32_t height) {
   Bytes b = {0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A, 0, 0, 0, 13, 'I', 'H', 'D', 'R'};
@@ -153,8 +145,8 @@ TEST(PictureLoader, IncompleteLyingOrForeignFilesAreRefusedWithTheReason) {
        "not a complete JPEG picture: its "},
   };
   for (const Case& c : cases) {
-    const std::string message = failure(c.bytes, "x.gif");
-    EXPECT_TRUE(message.starts_with(std::string("cannot load x.gif: ") + c.reason)) << c.name << ": " << message;
+    const std::string message = failure(c.bytes);
+    EXPECT_TRUE(message.starts_with(std::string("cannot load x: ") + c.reason)) << c.name << ": " << message;
   }
 }
 

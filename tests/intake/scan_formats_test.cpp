@@ -16,19 +16,11 @@ namespace quern {
 namespace {
 
 using testing::Bytes;
+using testing::failure;
 using testing::fixture;
 
 Picture decode(const Bytes& b, long long maxPixels = kMaxPicturePixels, int page = 1) {
   return decodePictureFile(b.data(), b.size(), "x", maxPixels, page);
-}
-
-std::string failure(const Bytes& b, long long maxPixels = kMaxPicturePixels, int page = 1) {
-  try {
-    decode(b, maxPixels, page);
-  } catch (const FileError& e) {
-    return e.what();
-  }
-  return "loaded";
 }
 
 const char* const kDrawings[] = {

@@ -10,27 +10,6 @@ namespace {
 using testing::at;
 using testing::boxWith;
 
-TEST(MakeBlackWhite, ThresholdDecidesByLuminanceWithEqualGoingBlack) {
-  struct Case {
-    Colour in;
-    Int16 threshold;
-    Colour out;
-  };
-  const Case cases[] = {
-      {kWhite, 254, kWhite},         {kWhite, 255, kBlack},              // equal is black
-      {rgb(1, 0, 0), 0, kWhite},     {kBlack, 0, kBlack},                // any light at all is above 0
-      {rgb(0, 0, 10), 1, kWhite},                                        // blue counts 0.11: 1.1 > 1
-      {rgb(255, 0, 0), 76, kWhite},  {rgb(255, 0, 0), 77, kBlack},       // pure red is 76.5
-      {rgb(0, 255, 0), 150, kWhite}, {rgb(200, 200, 200), 200, kBlack},  // grey v is v, up to float noise
-  };
-  for (const Case& c : cases) {
-    FractionProgress progress;
-    PictureBox box = boxWith(makeFilledPicture(2, 2, c.in));
-    makeblackwhite(box, c.threshold, progress);
-    EXPECT_EQ(at(box, 1, 1), c.out) << std::hex << c.in << std::dec << " at " << c.threshold;
-  }
-}
-
 // Every pixel against the luminance worked out in doubles as defined: noise,
 // colours whose luminance is the threshold to the hundredth (where a shortcut
 // through whole numbers could tip either way), and words with their top byte

@@ -120,17 +120,41 @@ Picture randomPicture(std::mt19937& rng, Int32 wide = 40, Int32 high = 32) {
   return box.Image();
 }
 
-TEST(Thin, MatchesTheLiteralPeelingOnRandomPicturesInPixelsRecordsAndProgress) {
+// Strokes far apart on long lines, so that scans pass over many empty spans
+// of cells, and lines longer than one word of spans.
+Picture longStretches(std::mt19937& rng, std::pair<Int32, Int32> size) {
+  const auto [w, h] = size;
+  PictureBox draw;
+  draw.setWidth(static_cast<float>(w));
+  draw.setHeight(static_cast<float>(h));
+  draw.setBackColor(kWhite);
+  std::uniform_real_distribution<float> fx(0.0F, static_cast<float>(w));
+  std::uniform_real_distribution<float> fy(0.0F, static_cast<float>(h));
+  for (int s = 0; s < 5; ++s) {
+    draw.DrawWidth = static_cast<Int16>(std::uniform_int_distribution<int>(1, 5)(rng));
+    // The first stroke near the far end of the long lines.
+    const float x = s == 0 && w > h ? static_cast<float>(w - 30) : fx(rng);
+    const float y = s == 0 && h > w ? static_cast<float>(h - 30) : fy(rng);
+    draw.Line(x, y, x + (w > h ? 9.0F : 3.0F), y + (w > h ? 3.0F : 9.0F), kBlack);
+  }
+  return draw.Image();
+}
+
+TEST(Thin, MatchesTheLiteralPeelingInPixelsRecordsAndProgress) {
   // The block takes over 20 cycles: at five steps a cycle the bar meets 100 on the way.
   Art block(50, std::string(80, '.'));
   for (std::size_t y = 2; y < 48; ++y) block[y].replace(2, 76, 76, '#');
   std::mt19937 rng(20240611);
+  std::mt19937 strokes(7);
+  const std::pair<Int32, Int32> longSides[] = {{300, 40}, {40, 300}, {4300, 14}, {14, 4300}};
   RecordTable fastTable("LineTable");
   RecordTable slowTable("LineTable");
-  for (int round = 0; round < 400; ++round) {
+  for (int round = 0; round < 404; ++round) {
     SCOPED_TRACE("round " + std::to_string(round));
-    // Every tenth picture spans more than one word of cells each way.
+    // Every tenth picture spans more than one word of cells each way; the
+    // last four are long lines.
     const Picture pic = round < 4         ? pictureOf(block)
+                        : round >= 400    ? longStretches(strokes, longSides[round - 400])
                         : round % 10 == 9 ? randomPicture(rng, 150, 140)
                                           : randomPicture(rng);
     RecordingHost fastHost;
@@ -156,43 +180,6 @@ TEST(Thin, MatchesTheLiteralPeelingOnRandomPicturesInPixelsRecordsAndProgress) {
     ASSERT_EQ(fastHost.seen, slowHost.seen);
     ASSERT_EQ(fastHost.bars[3].Max, slowHost.bars[3].Max);
     ASSERT_EQ(fastHost.bars[3].Value, 0.0F);
-  }
-}
-
-// Strokes far apart on long lines, so that scans pass over many empty spans
-// of cells, and lines longer than one word of spans.
-TEST(Thin, MatchesTheLiteralPeelingAcrossLongEmptyStretches) {
-  std::mt19937 rng(7);
-  for (const auto& [w, h] : {std::pair{300, 40}, {40, 300}, {4300, 14}, {14, 4300}}) {
-    SCOPED_TRACE(std::to_string(w) + " x " + std::to_string(h));
-    PictureBox draw;
-    draw.setWidth(static_cast<float>(w));
-    draw.setHeight(static_cast<float>(h));
-    draw.setBackColor(kWhite);
-    std::uniform_real_distribution<float> fx(0.0F, static_cast<float>(w));
-    std::uniform_real_distribution<float> fy(0.0F, static_cast<float>(h));
-    for (int s = 0; s < 5; ++s) {
-      draw.DrawWidth = static_cast<Int16>(std::uniform_int_distribution<int>(1, 5)(rng));
-      // The first stroke near the far end of the long lines.
-      const float x = s == 0 && w > h ? static_cast<float>(w - 30) : fx(rng);
-      const float y = s == 0 && h > w ? static_cast<float>(h - 30) : fy(rng);
-      draw.Line(x, y, x + (w > h ? 9.0F : 3.0F), y + (w > h ? 3.0F : 9.0F), kBlack);
-    }
-    const Picture pic = draw.Image();
-    RecordTable fastTable("LineTable");
-    RecordTable slowTable("LineTable");
-    RecordingHost fastHost;
-    RecordingHost slowHost;
-    const Thinned fast = thinOnBox(pic, fastTable, fastHost);
-    PictureBox box;
-    box.AutoSize = true;
-    box.setPicture(pic);
-    testing::LiteralThinning literal;
-    literal.loadgrid(box, toInt16(w), toInt16(h), slowTable, slowHost);
-    ASSERT_EQ(fast.art, artOf(box.Image()));
-    ASSERT_EQ(fast.cycles, literal.thincycle);
-    ASSERT_EQ(fastTable.count(), slowTable.count());
-    for (Int32 i = 1; i <= fastTable.count(); ++i) ASSERT_EQ(fastTable[i], slowTable[i]) << i;
   }
 }
 
