@@ -242,6 +242,8 @@ class PictureBox {
   // The pixels of a line between two pixels; false when it lies wholly
   // beyond the bitmap and nothing was drawn.
   bool stroke(Int32 ax, Int32 ay, Int32 bx, Int32 by, Colour pen);
+  bool beyondBitmap(Int32 ax, Int32 ay, Int32 bx, Int32 by) const;
+  void plainStroke(Colour* bits, Int32 ax, Int32 ay, Int32 bx, Int32 by, Colour pen) const;
   void touch() { ++version_; }
   // The bitmap now is `picture`'s own pixels, as they are; an image taken of
   // it keeps what the picture is known to be until the box draws.

@@ -84,6 +84,10 @@ void PictureBox::Lines(std::span<const float> ends, std::optional<Colour> colour
   const Colour pen = resolveColour(colour.value_or(ForeColor));
   const double ux = unitsPerPixelX(scaleMode_);
   const double uy = unitsPerPixelY(scaleMode_);
+  // A one-pixel pen that paints its colour as it is sets pixels in place,
+  // with the bitmap made this box's own at the first line drawn.
+  const bool plain = DrawWidth <= 1 && DrawMode == 13;
+  Colour* bits = nullptr;
   bool drawn = false;
   // A line that starts where the last one ended takes that end's pixel
   // rather than working it out again.
@@ -99,7 +103,13 @@ void PictureBox::Lines(std::span<const float> ends, std::optional<Colour> colour
     lastY = ends[i + 3];
     bx = roundToInt32(lastX / ux);
     by = roundToInt32(lastY / uy);
-    drawn = stroke(ax, ay, bx, by, pen) || drawn;
+    if (!plain) {
+      drawn = stroke(ax, ay, bx, by, pen) || drawn;
+    } else if (!beyondBitmap(ax, ay, bx, by)) {
+      if (!bits) bits = mutableBits();
+      plainStroke(bits, ax, ay, bx, by, pen);
+      drawn = true;
+    }
   }
   if (ends.size() >= 4) {
     CurrentX = lastX;
@@ -108,29 +118,26 @@ void PictureBox::Lines(std::span<const float> ends, std::optional<Colour> colour
   if (drawn) touch();
 }
 
-bool PictureBox::stroke(Int32 ax, Int32 ay, Int32 bx, Int32 by, Colour pen) {
-  // A line wholly beyond one edge of the bitmap draws nothing; skipping it
-  // keeps far-off coordinates from costing a loop over every pixel between.
+// A line wholly beyond one edge of the bitmap draws nothing; skipping it
+// keeps far-off coordinates from costing a loop over every pixel between.
+bool PictureBox::beyondBitmap(Int32 ax, Int32 ay, Int32 bx, Int32 by) const {
   const Int32 reach = DrawWidth;
-  if (std::max(ax, bx) < -reach || std::min(ax, bx) >= innerW_ + reach || std::max(ay, by) < -reach ||
-      std::min(ay, by) >= innerH_ + reach) {
-    return false;
-  }
-  Colour* const bits = mutableBits();
-  // A one-pixel pen that paints its colour as it is sets each pixel in place.
-  const bool plain = DrawWidth <= 1 && DrawMode == 13;
+  return std::max(ax, bx) < -reach || std::min(ax, bx) >= innerW_ + reach || std::max(ay, by) < -reach ||
+         std::min(ay, by) >= innerH_ + reach;
+}
+
+namespace {
+
+// Both end points are drawn, so that a polyline has no gaps at its corners.
+template <typename Put>
+[[gnu::always_inline]] inline void bresenham(Int32 ax, Int32 ay, Int32 bx, Int32 by, Put put) {
   const Int32 dx = std::abs(bx - ax);
   const Int32 dy = -std::abs(by - ay);
   const Int32 sx = ax < bx ? 1 : -1;
   const Int32 sy = ay < by ? 1 : -1;
   long long err = static_cast<long long>(dx) + dy;
-  // Both end points are drawn, so that a polyline has no gaps at its corners.
   for (;;) {
-    if (!plain) {
-      dot(ax, ay, pen);
-    } else if (ax >= 0 && ay >= 0 && ax < innerW_ && ay < innerH_) {
-      bits[static_cast<std::size_t>(ay) * innerW_ + ax] = pen;
-    }
+    put(ax, ay);
     if (ax == bx && ay == by) break;
     const long long e2 = 2 * err;
     if (e2 >= dy) {
@@ -141,6 +148,24 @@ bool PictureBox::stroke(Int32 ax, Int32 ay, Int32 bx, Int32 by, Colour pen) {
       err += dx;
       ay += sy;
     }
+  }
+}
+
+}  // namespace
+
+void PictureBox::plainStroke(Colour* bits, Int32 ax, Int32 ay, Int32 bx, Int32 by, Colour pen) const {
+  bresenham(ax, ay, bx, by, [&](Int32 x, Int32 y) {
+    if (x >= 0 && y >= 0 && x < innerW_ && y < innerH_) bits[static_cast<std::size_t>(y) * innerW_ + x] = pen;
+  });
+}
+
+bool PictureBox::stroke(Int32 ax, Int32 ay, Int32 bx, Int32 by, Colour pen) {
+  if (beyondBitmap(ax, ay, bx, by)) return false;
+  Colour* const bits = mutableBits();
+  if (DrawWidth <= 1 && DrawMode == 13) {
+    plainStroke(bits, ax, ay, bx, by, pen);
+  } else {
+    bresenham(ax, ay, bx, by, [&](Int32 x, Int32 y) { dot(x, y, pen); });
   }
   return true;
 }
