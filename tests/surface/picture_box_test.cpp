@@ -233,12 +233,8 @@ TEST(Picture, OneKeptAsGreysGivesTheColoursOfItsGreys) {
 // A box showing a grey picture's own pixels gives images known to be grey;
 // once it draws, or shows anything else, it says nothing more.
 TEST(PictureBox, ImagesOfAGreyPictureAreKnownGreyUntilTheBoxDraws) {
-  std::vector<Colour> px;
-  for (Int32 i = 0; i < 12; ++i) px.push_back(static_cast<Colour>(i * 20 * 0x010101));
-  PixelBuffer buffer = allocatePixels(12);
-  std::copy(px.begin(), px.end(), buffer.get());
-  const Picture grey = makePicture(4, 3, std::move(buffer), true);
-  const Picture unmarked = makePicture(4, 3, px);
+  const Picture grey = testing::greyNoisePicture(4, 3);
+  const Picture unmarked = makePicture(4, 3, std::vector<Colour>(grey->data(), grey->data() + 12));
   const auto show = [&](PictureBox& b) { b.setPicture(grey); };
   const auto paint = [&](PictureBox& b) { b.PaintPicture(grey, 0, 0); };
   struct Case {
@@ -251,6 +247,9 @@ TEST(PictureBox, ImagesOfAGreyPictureAreKnownGreyUntilTheBoxDraws) {
       {"shown", show, {}, true},
       {"painted over the whole box", paint, {}, true},
       {"painted, then drawn on", paint, [](PictureBox& b) { b.PSet(1, 1, kRed); }, false},
+      {"painted from a picture since gone, then drawn on",
+       [](PictureBox& b) { b.PaintPicture(testing::greyNoisePicture(4, 3), 0, 0); },
+       [](PictureBox& b) { b.PSet(1, 1, kRed); }, false},
       {"shown, then a pixel set", show, [](PictureBox& b) { SetPixelV(b.hDC(), 0, 0, kRed); }, false},
       {"painted smaller", [&](PictureBox& b) { b.PaintPicture(grey, 0, 0, 2, 2); }, {}, false},
       {"an unmarked picture", [&](PictureBox& b) { b.PaintPicture(unmarked, 0, 0); }, {}, false},
