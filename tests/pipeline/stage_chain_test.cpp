@@ -9,6 +9,7 @@
 #include <tuple>
 #include <vector>
 
+#include "../vector/table_helpers.h"
 #include "base/errors.h"
 #include "pipeline/preview.h"
 
@@ -65,50 +66,7 @@ Picture combOfLines(Int32 w, Int32 h) {
   return makePicture(w, h, px);
 }
 
-struct RefusalCase {
-  const char* name;
-  Picture picture;
-  std::function<StageOutcome(StageChain&)> run;
-  Stage stage;
-  StageOutcome::Kind kind;
-  const char* reasonHas;
-};
-
-// Every refusal names its stage and its reason, and keeps the picture or
-// table it would have changed.
-TEST(StageChain, EachRefusalIsReportedWithItsStageAndReason) {
-  StageParams noBlur;
-  noBlur.blurRuns = 0;
-  const std::vector<RefusalCase> cases = {
-      {"rescale past the surface limit", drawing(100, 80, 1), [](StageChain& c) { return c.rescale(3.0); },
-       Stage::rescale, StageOutcome::Kind::refused, "over the limit"},
-      {"black and white past 1500", makeFilledPicture(12, 1501, kWhite),
-       [&](StageChain& c) { return c.run(Stage::rescale, noBlur).back(); }, Stage::threshold,
-       StageOutcome::Kind::refused, "1500"},
-      {"a listing past the table", combOfLines(402, 502),
-       [&](StageChain& c) { return c.run(Stage::rescale, noBlur).back(); }, Stage::thin, StageOutcome::Kind::refused,
-       "line table"},
-      {"thinning past the grid", makeFilledPicture(5601, 11, kWhite),
-       [&](StageChain& c) { return c.run(Stage::rescale, noBlur).back(); }, Stage::thin, StageOutcome::Kind::refused,
-       "5600"},
-  };
-  for (const RefusalCase& r : cases) {
-    RasterLimits limits;
-    if (r.stage == Stage::rescale) limits.surfacePixels = 50000;
-    if (r.picture->pixelWidth() > 5600) limits.blackWhite = 6000;
-    RasterContext context(limits);
-    FractionReport report;
-    StageChain chain(context, report);
-    chain.setOriginal(r.picture);
-    const StageOutcome outcome = r.run(chain);
-    EXPECT_EQ(outcome.stage, r.stage) << r.name;
-    EXPECT_EQ(outcome.kind, r.kind) << r.name;
-    EXPECT_NE(outcome.reason.find(r.reasonHas), std::string::npos) << r.name << ": " << outcome.reason;
-    EXPECT_EQ(chain.session.LineTable.count(), 0) << r.name << ": no listing is left behind";
-  }
-}
-
-// Where a refusal stops the run is in the refusal test and the batch tests.
+// Where a refusal stops the run is in the retention table and the batch tests.
 TEST(StageChain, RunRunsEveryStageAndRerunsFromTheStageGiven) {
   RasterContext context;
   std::vector<std::pair<Stage, double>> reported;
@@ -166,36 +124,13 @@ TEST(StageChain, ThresholdModesSayWhatTheyUsed) {
   }
 }
 
-std::vector<LineRecord> segments(const Session& s) {
-  std::vector<LineRecord> out;
-  for (Int32 i = 1; i <= s.ChainTable.count(); ++i) out.push_back(s.ChainTable[i]);
-  return out;
-}
-
-// A chain that lets go holds only the last picture once the run is through,
-// and gives the drawing of one that keeps them all.
-TEST(StageChain, LettingPicturesGoGivesTheSameDrawing) {
-  const Picture picture = drawing(220, 160, 5);
-  auto run = [&](Retention retention) {
-    RasterContext context;
-    FractionReport report;
-    StageChain chain(context, report, ChainOptions{retention});
-    chain.setOriginal(picture);
-    chain.run(Stage::rescale, StageParams{});
-    const bool held = chain.original() && chain.picture(Stage::rescale) && chain.picture(Stage::blur) &&
-                      chain.picture(Stage::threshold);
-    EXPECT_EQ(held, retention == Retention::keepAll);
-    EXPECT_TRUE(chain.picture(Stage::thin));
-    return segments(chain.session);
-  };
-  EXPECT_EQ(run(Retention::letGo), run(Retention::keepAll));
-}
-
-// A chain for the drawing alone makes no picture between the blur's last
-// run and the listing, yet tells every stage's outcome, reports the same
-// progress from stage 3 on and gives the same drawing as a chain that keeps
-// them all, whichever way stage 3 goes and wherever a limit stops the run.
-TEST(StageChain, DrawingOnlyGivesTheOutcomesAndDrawingOfOneThatKeepsAll) {
+// A chain that lets go holds only the thinned picture once the run is
+// through; one for the drawing alone makes no picture between the blur's last
+// run and the listing. Both tell every stage's outcome, report the same
+// progress from stage 3 on and give the same drawing as a chain that keeps
+// them all, whichever way stage 3 goes and wherever a limit stops the run. A
+// refusal names its stage and reason and leaves no listing behind.
+TEST(StageChain, LettingGoGivesTheOutcomesAndDrawingOfOneThatKeepsAll) {
   struct Case {
     const char* name;
     Picture picture;
@@ -203,6 +138,8 @@ TEST(StageChain, DrawingOnlyGivesTheOutcomesAndDrawingOfOneThatKeepsAll) {
     RasterLimits limits;
     Int32 blurRuns = 2;
     double scale = 1.0;
+    Stage last = Stage::simplify;
+    const char* refusal = nullptr;  // a part of the reason the last stage refused with
   };
   RasterLimits wideBlackWhite;
   wideBlackWhite.blackWhite = 6000;
@@ -222,15 +159,19 @@ TEST(StageChain, DrawingOnlyGivesTheOutcomesAndDrawingOfOneThatKeepsAll) {
       {"a page kept as greys, two blurs", keptAsGreys(greyPage(230, 170, 9)), ThresholdMode::fixed, {}, 2},
       {"a page kept as greys, at a chosen threshold", keptAsGreys(greyPage(230, 170, 9)), ThresholdMode::automatic, {}},
       {"a page kept as greys, over the surface limit", keptAsGreys(greyPage(230, 170, 9)), ThresholdMode::fixed,
-       smallSurface, 1},
-      {"a page kept as greys, past the filters", keptAsGreys(greyPage(1502, 20, 4)), ThresholdMode::fixed, {}, 1},
+       smallSurface, 1, 1.0, Stage::rescale, "over the limit"},
+      {"a page kept as greys, past the filters", keptAsGreys(greyPage(1502, 20, 4)), ThresholdMode::fixed,
+       RasterLimits{}, 1, 1.0, Stage::blur, "1501 by 1501"},
       {"a drawing at a chosen threshold", drawing(220, 160, 6), ThresholdMode::automatic, {}},
       {"under 10 pixels wide", drawing(9, 60, 3), ThresholdMode::fixed, {}},
-      {"black and white past 1500", makeFilledPicture(12, 1501, kWhite), ThresholdMode::fixed, {}},
-      {"one blur, past the filters", drawing(1502, 20, 4), ThresholdMode::fixed, {}, 1},
+      {"black and white past 1500", makeFilledPicture(12, 1501, kWhite), ThresholdMode::fixed, RasterLimits{}, 2, 1.0,
+       Stage::threshold, "1500"},
+      {"one blur, past the filters", drawing(1502, 20, 4), ThresholdMode::fixed, {}, 1, 1.0, Stage::blur, "1501"},
       {"one blur, under 10 rows", drawing(40, 9, 8), ThresholdMode::fixed, {}, 1},
-      {"a listing past the table", combOfLines(402, 502), ThresholdMode::fixed, {}},
-      {"thinning past the grid", makeFilledPicture(5601, 11, kBlack), ThresholdMode::fixed, wideBlackWhite, 0},
+      {"a long listing", combOfLines(402, 502), ThresholdMode::fixed, {}},
+      {"a listing past the table", combOfLines(402, 502), ThresholdMode::fixed, {}, 0, 1.0, Stage::thin, "line table"},
+      {"thinning past the grid", makeFilledPicture(5601, 11, kBlack), ThresholdMode::fixed, wideBlackWhite, 0, 1.0,
+       Stage::thin, "5600"},
   };
   struct Run {
     std::vector<StageOutcome> outcomes;
@@ -238,7 +179,7 @@ TEST(StageChain, DrawingOnlyGivesTheOutcomesAndDrawingOfOneThatKeepsAll) {
     std::vector<LineRecord> segments;
     Int32 listed = 0;
     float previewFactor = 0.0F;
-    bool thinnedPicture = false;
+    std::vector<bool> held;  // the original and stages 1 to 4
     // The original's rows as the chain handed them over, and whether each
     // was the original's row.
     std::vector<Int32> rows;
@@ -263,35 +204,52 @@ TEST(StageChain, DrawingOnlyGivesTheOutcomesAndDrawingOfOneThatKeepsAll) {
       params.scale = c.scale;
       params.thresholdSetting.mode = c.mode;
       out.outcomes = chain.run(Stage::rescale, params);
-      out.thinnedPicture = out.outcomes.back().stage == Stage::simplify && chain.picture(Stage::thin);
-      out.segments = segments(chain.session);
+      out.held = {chain.original() != nullptr, chain.picture(Stage::rescale) != nullptr,
+                  chain.picture(Stage::blur) != nullptr, chain.picture(Stage::threshold) != nullptr,
+                  chain.picture(Stage::thin) != nullptr};
+      out.segments = testing::records(chain.session.ChainTable, 1, chain.session.ChainTable.count());
       out.listed = chain.session.LineTable.count();
       out.previewFactor = chain.previewFactor();
       return out;
     };
     const Run all = run(Retention::keepAll);
-    const Run alone = run(Retention::drawingOnly);
-    EXPECT_FALSE(alone.thinnedPicture) << c.name << ": the lines are listed, not painted";
-    ASSERT_EQ(alone.outcomes.size(), all.outcomes.size()) << c.name;
-    for (std::size_t i = 0; i < all.outcomes.size(); ++i) {
-      const StageOutcome& a = all.outcomes[i];
-      const StageOutcome& b = alone.outcomes[i];
-      EXPECT_EQ(std::tie(a.stage, a.kind, a.reason, a.width, a.height, a.count, a.limit, a.value),
-                std::tie(b.stage, b.kind, b.reason, b.width, b.height, b.count, b.limit, b.value))
-          << c.name << ", " << stageName(a.stage) << ": " << b.reason;
+    const StageOutcome& last = all.outcomes.back();
+    EXPECT_EQ(last.stage, c.last) << c.name << ": " << last.reason;
+    if (c.refusal) {
+      EXPECT_EQ(last.kind, StageOutcome::Kind::refused) << c.name;
+      EXPECT_NE(last.reason.find(c.refusal), std::string::npos) << c.name << ": " << last.reason;
+      EXPECT_EQ(all.listed, 0) << c.name << ": no listing is left behind";
+    } else {
+      EXPECT_EQ(all.held, std::vector<bool>(5, true)) << c.name;
     }
-    EXPECT_EQ(alone.reported, all.reported) << c.name;
-    EXPECT_EQ(alone.segments, all.segments) << c.name;
-    EXPECT_EQ(alone.listed, all.listed) << c.name;
-    EXPECT_EQ(alone.previewFactor, all.previewFactor) << c.name;
+    for (const Retention retention : {Retention::letGo, Retention::drawingOnly}) {
+      const Run alone = run(retention);
+      const char* name = retention == Retention::letGo ? ", letting go" : ", drawing only";
+      if (!c.refusal) {
+        const bool thin = retention == Retention::letGo;  // the lines are listed, not painted, for the drawing only
+        EXPECT_EQ(alone.held, (std::vector<bool>{false, false, false, false, thin})) << c.name << name;
+      }
+      ASSERT_EQ(alone.outcomes.size(), all.outcomes.size()) << c.name << name;
+      for (std::size_t i = 0; i < all.outcomes.size(); ++i) {
+        const StageOutcome& a = all.outcomes[i];
+        const StageOutcome& b = alone.outcomes[i];
+        EXPECT_EQ(std::tie(a.stage, a.kind, a.reason, a.width, a.height, a.count, a.limit, a.value),
+                  std::tie(b.stage, b.kind, b.reason, b.width, b.height, b.count, b.limit, b.value))
+            << c.name << name << ", " << stageName(a.stage) << ": " << b.reason;
+      }
+      EXPECT_EQ(alone.reported, all.reported) << c.name << name;
+      EXPECT_EQ(alone.segments, all.segments) << c.name << name;
+      EXPECT_EQ(alone.listed, all.listed) << c.name << name;
+      EXPECT_EQ(alone.previewFactor, all.previewFactor) << c.name << name;
+      EXPECT_TRUE(alone.rowsAsInOriginal) << c.name << name;
+      EXPECT_EQ(alone.rows, all.rows) << c.name << name;
+    }
     // Every row of the original is handed over once, in order, however the
     // stages read it.
     std::vector<Int32> everyRow(static_cast<std::size_t>(c.picture->pixelHeight()));
     std::iota(everyRow.begin(), everyRow.end(), 0);
-    for (const Run* r : {&all, &alone}) {
-      EXPECT_EQ(r->rows, everyRow) << c.name;
-      EXPECT_TRUE(r->rowsAsInOriginal) << c.name;
-    }
+    EXPECT_EQ(all.rows, everyRow) << c.name;
+    EXPECT_TRUE(all.rowsAsInOriginal) << c.name;
   }
 }
 
@@ -308,7 +266,7 @@ TEST(StageChain, ChainsOnTwoThreadsGiveTheDrawingsOfOneChainRunTwice) {
     StageChain chain(context, report);
     chain.setOriginal(picture);
     for (int i = 0; i < 2; ++i) chain.run(Stage::rescale, params);  // the second run meets a used store
-    return segments(chain.session);
+    return testing::records(chain.session.ChainTable, 1, chain.session.ChainTable.count());
   };
   const std::vector<LineRecord> alone[2] = {drawingOf(pictures[0]), drawingOf(pictures[1])};
   std::vector<LineRecord> together[2];

@@ -233,12 +233,8 @@ TEST(Picture, OneKeptAsGreysGivesTheColoursOfItsGreys) {
 // A box showing a grey picture's own pixels gives images known to be grey;
 // once it draws, or shows anything else, it says nothing more.
 TEST(PictureBox, ImagesOfAGreyPictureAreKnownGreyUntilTheBoxDraws) {
-  std::vector<Colour> px;
-  for (Int32 i = 0; i < 12; ++i) px.push_back(static_cast<Colour>(i * 20 * 0x010101));
-  PixelBuffer buffer = allocatePixels(12);
-  std::copy(px.begin(), px.end(), buffer.get());
-  const Picture grey = makePicture(4, 3, std::move(buffer), true);
-  const Picture unmarked = makePicture(4, 3, px);
+  const Picture grey = testing::greyNoisePicture(4, 3);
+  const Picture unmarked = makePicture(4, 3, std::vector<Colour>(grey->data(), grey->data() + 12));
   const auto show = [&](PictureBox& b) { b.setPicture(grey); };
   const auto paint = [&](PictureBox& b) { b.PaintPicture(grey, 0, 0); };
   struct Case {
@@ -251,6 +247,9 @@ TEST(PictureBox, ImagesOfAGreyPictureAreKnownGreyUntilTheBoxDraws) {
       {"shown", show, {}, true},
       {"painted over the whole box", paint, {}, true},
       {"painted, then drawn on", paint, [](PictureBox& b) { b.PSet(1, 1, kRed); }, false},
+      {"painted from a picture since gone, then drawn on",
+       [](PictureBox& b) { b.PaintPicture(testing::greyNoisePicture(4, 3), 0, 0); },
+       [](PictureBox& b) { b.PSet(1, 1, kRed); }, false},
       {"shown, then a pixel set", show, [](PictureBox& b) { SetPixelV(b.hDC(), 0, 0, kRed); }, false},
       {"painted smaller", [&](PictureBox& b) { b.PaintPicture(grey, 0, 0, 2, 2); }, {}, false},
       {"an unmarked picture", [&](PictureBox& b) { b.PaintPicture(unmarked, 0, 0); }, {}, false},
@@ -267,7 +266,8 @@ TEST(PictureBox, ImagesOfAGreyPictureAreKnownGreyUntilTheBoxDraws) {
 
 // Rows handed over one by one, each from a buffer of its own, paint what
 // PaintPicture paints from the whole picture, wherever the picture lands and
-// whatever part of it is taken.
+// whatever part of it is taken; so does a picture kept as greys, painted
+// from its greys, its colours not made.
 TEST(Stretch, ARowPainterPaintsWhatPaintPicturePaints) {
   struct Case {
     const char* name;
@@ -292,6 +292,18 @@ TEST(Stretch, ARowPainterPaintsWhatPaintPicturePaints) {
     const Picture src = testing::noisePicture(c.sw, c.sh, static_cast<std::uint32_t>(c.sw * 31 + c.bh));
     PictureBox whole = boxOf(c.bw, c.bh, 0x5A6B7C);
     whole.PaintPicture(src, c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
+    // The same picture's blue bytes, once as colours and once kept as greys.
+    GreyBuffer greys = allocateGreys(static_cast<long long>(c.sw) * c.sh);
+    std::vector<Colour> colours;
+    for (Int32 i = 0; i < c.sw * c.sh; ++i) {
+      greys[i] = static_cast<std::uint8_t>(src->data()[i]);
+      colours.push_back(static_cast<Colour>(greys[i] * 0x010101U));
+    }
+    PictureBox fromGreys = boxOf(c.bw, c.bh, 0x5A6B7C);
+    fromGreys.PaintPicture(makeGreyPicture(c.sw, c.sh, greys), c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
+    PictureBox fromColours = boxOf(c.bw, c.bh, 0x5A6B7C);
+    fromColours.PaintPicture(makePicture(c.sw, c.sh, colours), c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
+    EXPECT_EQ(fromGreys.Image()->pixels(), fromColours.Image()->pixels()) << c.name << ", greys";
     // Box rows drawn as their rows come, and gathered.
     for (const bool gather : {false, true}) {
       PictureBox rows = boxOf(c.bw, c.bh, 0x5A6B7C);
@@ -308,21 +320,6 @@ TEST(Stretch, ARowPainterPaintsWhatPaintPicturePaints) {
       }
     }
   }
-  // A picture kept as greys paints as its colours do, its colours not made.
-  for (const Case& c : cases) {
-    GreyBuffer greys = allocateGreys(static_cast<long long>(c.sw) * c.sh);
-    std::vector<Colour> colours;
-    for (Int32 i = 0; i < c.sw * c.sh; ++i) {
-      greys[i] = static_cast<std::uint8_t>(i * 37 + c.bw);
-      colours.push_back(static_cast<Colour>(greys[i] * 0x010101U));
-    }
-    const Picture kept = makeGreyPicture(c.sw, c.sh, greys);
-    PictureBox fromGreys = boxOf(c.bw, c.bh, 0x5A6B7C);
-    fromGreys.PaintPicture(kept, c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
-    PictureBox fromColours = boxOf(c.bw, c.bh, 0x5A6B7C);
-    fromColours.PaintPicture(makePicture(c.sw, c.sh, colours), c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
-    EXPECT_EQ(fromGreys.Image()->pixels(), fromColours.Image()->pixels()) << c.name << ", greys";
-  }
   // Rows given again from the top are passed over; a row left out is refused.
   const Picture src = testing::noisePicture(8, 8, 5);
   PictureBox box = boxOf(4, 4);
@@ -331,12 +328,6 @@ TEST(Stretch, ARowPainterPaintsWhatPaintPicturePaints) {
   EXPECT_NO_THROW(painter.row(0, src->data()));
   EXPECT_THROW(painter.row(4, src->data() + 4 * 8), SurfaceError);
 }
-
-}  // namespace
-}  // namespace quern
-
-namespace quern {
-namespace {
 
 // Boxes share pixels until one of them writes: every kind of write to one box
 // after a hand-on must leave the other box, the stored picture and any image
@@ -354,12 +345,8 @@ TEST(CopyOnWrite, AWriteAfterAHandOnReachesOnlyTheBoxWrittenTo) {
       {"mutableBits", [](PictureBox& b) { b.mutableBits()[0] = kRed; }},
   };
   for (const auto& [name, write] : writes) {
-    PictureBox a;
-    a.AutoSize = true;
-    a.setPicture(original);
-    PictureBox b;
-    b.AutoSize = true;
-    b.setPicture(a.picture());
+    PictureBox a = testing::boxWith(original);
+    PictureBox b = testing::boxWith(a.picture());
     const Picture before = b.Image();
     write(b);
     EXPECT_EQ(a.Image()->pixels(), original->pixels()) << name;
@@ -371,6 +358,11 @@ TEST(CopyOnWrite, AWriteAfterAHandOnReachesOnlyTheBoxWrittenTo) {
     // And the other way round: a write to the first box leaves the second's.
     write(a);
     EXPECT_EQ(b.Point(2, 1), original->pixel(2, 1)) << name;
+    // A box whose pixels only one image shares.
+    PictureBox fresh = boxOf(6, 4);
+    const Picture shot = fresh.Image();
+    write(fresh);
+    EXPECT_EQ(shot->pixels(), makeFilledPicture(6, 4, kWhite)->pixels()) << name;
   }
 }
 
