@@ -21,8 +21,7 @@ TEST(FaceSelection, SelviewportFramesWhatTheViewportShowsAndACutUsesItUp) {
   for (const Case& k : {Case{1000, 296, 40, 296}, Case{1000, 600, 40, 480}, Case{100, 296, 0, 100}}) {
     ImgProc c;
     c.UserControl_InitProperties();
-    const float twips = static_cast<float>((k.client + 4 + 20) * kDefaultTwipsPerPixel);
-    c.UserControl_Resize(twips, twips);
+    c.UserControl_Resize(testing::twipsFor(k.client), testing::twipsFor(k.client));
     c.setPicture(makeFilledPicture(k.picture, k.picture, kWhite));
     c.HScroll1.Value = k.scroll;
     c.VScroll1.Value = k.scroll;

@@ -14,6 +14,7 @@ namespace {
 using testing::numbered;
 using testing::Rect;
 using testing::scratchEmpty;
+using testing::twipsFor;
 using testing::whiteWithBlack;
 
 TEST(FacePixels, ReadersGiveMinusOneOutsideAndRoundTiesToEven) {
@@ -75,11 +76,6 @@ TEST(FaceCrop, ClampsMovesAndCutsOneToOneAndRefusesOverflowAndEmptyRectangles) {
   EXPECT_THROW(c.copypart(0, 557, 10, 10), SurfaceError);
   EXPECT_EQ(c.picture(), before);
   EXPECT_TRUE(scratchEmpty(c));
-}
-
-// Control size in twips for a viewport whose client area is `client` pixels each way.
-float twipsFor(Int32 client) {
-  return static_cast<float>((client + 4 + 20) * kDefaultTwipsPerPixel);
 }
 
 TEST(FaceViewport, ScrollBarsAreEnabledOnlyWhenThePictureExceedsTheClientArea) {
