@@ -47,7 +47,7 @@ class Form1Test : public ::testing::Test {
   Form1 form{platform};
 };
 
-TEST_F(Form1Test, StartsInStateOneWithTheBuiltInPictureFitted) {
+TEST_F(Form1Test, StartsInStateOneWithTheBuiltInPictureFittedAndFitsATallOneByItsHeight) {
   EXPECT_EQ(form.stage(), 1);
   EXPECT_EQ(applyButtons(), (std::vector<bool>{true, false, false, false, false, false}));
   EXPECT_EQ(form.IPCH.picwidth(), 700);
@@ -62,6 +62,14 @@ TEST_F(Form1Test, StartsInStateOneWithTheBuiltInPictureFitted) {
   // The preview shows the drawing: black ink somewhere, white paper mostly.
   const Picture shown = form.Picture1.Image();
   EXPECT_NE(std::count(shown->pixels().begin(), shown->pixels().end(), kBlack), 0);
+  // A tall picture takes the second branch of the fit.
+  platform.files["/p/tall.bmp"] = makeFilledPicture(100, 300, kWhite);
+  platform.openAnswers.push_back("/p/tall.bmp");
+  ASSERT_TRUE(form.menu("loadimage"));
+  EXPECT_EQ(form.Picture1.pixelHeight(), 400);  // 6000 twips
+  EXPECT_EQ(form.Picture1.pixelWidth(), 493);   // about 7401.5 twips
+  EXPECT_FLOAT_EQ(form.Picture1.ScaleWidth(), 100.0F);
+  EXPECT_FLOAT_EQ(form.Picture1.ScaleHeight(), 300.0F);
 }
 
 // With blur 0 stage 2 passes the rescaled picture on and still fills its bar.
@@ -178,16 +186,6 @@ TEST_F(Form1Test, AFailedLoadKeepsThePictureAndShowsTheNewName) {
   platform.openAnswers.push_back(std::nullopt);  // dismissed
   ASSERT_TRUE(form.menu("loadimage"));
   EXPECT_EQ(form.IPCH.picture(), before);
-}
-
-TEST_F(Form1Test, ATallPictureTakesTheSecondBranchOfTheFit) {
-  platform.files["/p/tall.bmp"] = makeFilledPicture(100, 300, kWhite);
-  platform.openAnswers.push_back("/p/tall.bmp");
-  ASSERT_TRUE(form.menu("loadimage"));
-  EXPECT_EQ(form.Picture1.pixelHeight(), 400);  // 6000 twips
-  EXPECT_EQ(form.Picture1.pixelWidth(), 493);   // about 7401.5 twips
-  EXPECT_FLOAT_EQ(form.Picture1.ScaleWidth(), 100.0F);
-  EXPECT_FLOAT_EQ(form.Picture1.ScaleHeight(), 300.0F);
 }
 
 TEST_F(Form1Test, RestoreReloadsTheChosenFileAndKeepsTheBuiltInPictureBeforeAnyChoice) {
