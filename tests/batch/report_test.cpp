@@ -113,25 +113,49 @@ TEST(ReportPage, FailuresFirstTotalsCountEveryPictureAndNamesShowAsWritten) {
       << "no preview: a click shows the picture itself";
 }
 
-// The run itself: a thumbnail for every picture that loaded, the preview made
-// small, its preview beside the page, and for a refused picture the original
-// alone with nothing written for it.
-TEST(ReportRun, ThumbnailsForWrittenAndRefusedPicturesPreviewsBesideThePage) {
+// Pictures converted on two threads at once, each in a chain of its own,
+// give the drawings and thumbnails that one at a time gives, and a picture
+// that fails among them stops none of the others. Every picture that loaded
+// has a thumbnail, a written one its preview beside the page made small, and
+// a refused one the original alone with nothing written for it.
+TEST(ReportRun, ThreadsGiveWhatOneAtATimeGivesThumbnailsForWrittenAndRefusedPicturesPreviewsBesideThePage) {
   const std::string golden = QUERN_GOLDEN_PICTURES;
-  TempFolder out;
   BatchArgs args;
-  args.pictures = {golden + "/plan.gif", golden + "/wide.gif", golden + "/missing.gif"};
-  args.outDir = out.file("dxf");
-  args.report = out.file("review.html");
+  args.pictures = {golden + "/plan.gif", golden + "/strokes.bmp", golden + "/wide.gif", golden + "/sketch.jpg",
+                   golden + "/missing.gif"};
+  args.blur = 2;
+  args.reorder = true;
+  TempFolder one;
+  TempFolder two;
+  args.outDir = one.file("dxf");
+  args.report = one.file("review.html");
   args.jobs = 1;
-  const std::vector<BatchResult> results = runMany(args);
-  ASSERT_EQ(results.size(), 3U);
-  ASSERT_TRUE(results[0].ok()) << results[0].error;
-  EXPECT_EQ(results[1].failedAt, "stage 2 (blur)");
-  EXPECT_EQ(results[2].failedAt, "loading");
+  const std::vector<BatchResult> alone = runMany(args);
+  args.outDir = two.file("dxf");
+  args.report = two.file("review.html");
+  args.jobs = 2;
+  const std::vector<BatchResult> together = runMany(args);
+  ASSERT_EQ(alone.size(), 5U);
+  ASSERT_EQ(together.size(), 5U);
+  for (std::size_t i = 0; i < alone.size(); ++i) {
+    EXPECT_EQ(together[i].picture, args.pictures[i]) << "results in the order given, whatever the order of work";
+    EXPECT_EQ(alone[i].ok(), together[i].ok()) << args.pictures[i];
+    EXPECT_EQ(alone[i].lines, together[i].lines) << args.pictures[i];
+    EXPECT_EQ(alone[i].thumbnail, together[i].thumbnail) << args.pictures[i];
+  }
+  ASSERT_TRUE(alone[0].ok()) << alone[0].error;
+  EXPECT_EQ(alone[2].failedAt, "stage 2 (blur)") << "the wide picture is refused by the filters";
+  EXPECT_EQ(alone[4].failedAt, "loading");
+  for (const char* name : {"dxf/plan.dxf", "dxf/strokes.dxf", "dxf/sketch.dxf"}) {
+    const std::string written = readAll(one / name);
+    EXPECT_GT(written.size(), 1000U) << name;
+    EXPECT_EQ(written, readAll(two / name)) << name;
+  }
+  const std::string table = summaryTable(together);
+  EXPECT_NE(table.find("failed: stage 2 (blur) refused"), std::string::npos) << table;
   const auto widthOf = [](const std::string& bmp) { return pictureWidth(thumbnailPicture(bmp)); };
-  EXPECT_EQ(results[0].preview, out.file("review_files/plan.bmp"));
-  const std::string preview = readAll(results[0].preview);
+  EXPECT_EQ(alone[0].preview, one.file("review_files/plan.bmp"));
+  const std::string preview = readAll(alone[0].preview);
   // The page's own preview is in its colours: a byte a pixel, the lines red.
   ASSERT_GT(preview.size(), 28U);
   EXPECT_EQ(preview[28], 8);
@@ -140,14 +164,14 @@ TEST(ReportRun, ThumbnailsForWrittenAndRefusedPicturesPreviewsBesideThePage) {
   EXPECT_GT(
       std::count_if(shown->pixels().begin(), shown->pixels().end(), [](Colour c) { return (c & 0xFFFFFF) == kRed; }),
       100);
-  ASSERT_TRUE(results[0].thumbnail.starts_with("data:image/bmp;base64,"));
-  EXPECT_EQ(widthOf(bytesOfUri(results[0].thumbnail)), 200);
-  EXPECT_EQ(widthOf(bytesOfUri(results[1].thumbnail)), 200);
-  EXPECT_TRUE(results[1].preview.empty());
-  EXPECT_FALSE(std::filesystem::exists(out / "dxf/wide.dxf"));
-  EXPECT_FALSE(std::filesystem::exists(out / "review_files/wide.bmp"));
-  EXPECT_TRUE(results[2].thumbnail.empty());
-  EXPECT_EQ(out.entries(), 2) << "the drawings' folder and the previews', nothing else";
+  ASSERT_TRUE(alone[0].thumbnail.starts_with("data:image/bmp;base64,"));
+  EXPECT_EQ(widthOf(bytesOfUri(alone[0].thumbnail)), 200);
+  EXPECT_EQ(widthOf(bytesOfUri(alone[2].thumbnail)), 200);
+  EXPECT_TRUE(alone[2].preview.empty());
+  EXPECT_FALSE(std::filesystem::exists(two / "dxf/wide.dxf"));
+  EXPECT_FALSE(std::filesystem::exists(one / "review_files/wide.bmp"));
+  EXPECT_TRUE(alone[4].thumbnail.empty());
+  EXPECT_EQ(one.entries(), 2) << "the drawings' folder and the previews', nothing else";
 }
 
 // Over colours of every kind and sides that leave odd ends, the review
