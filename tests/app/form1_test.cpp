@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "../imgproc/face_fixtures.h"
 #include "scripted_platform.h"
 
 namespace quern {
@@ -9,20 +10,9 @@ namespace {
 
 using testing::ScriptedPlatform;
 
-// A small drawing: a frame and a cross of strokes three pixels wide.
+// A small drawing: two bars across and one down, strokes three pixels wide.
 Picture smallDrawing(Int32 w = 60, Int32 h = 40) {
-  std::vector<Colour> px(static_cast<std::size_t>(w) * h, kWhite);
-  auto ink = [&](Int32 x, Int32 y) { px[static_cast<std::size_t>(y) * w + x] = kBlack; };
-  for (Int32 x = 5; x < w - 5; ++x) {
-    for (Int32 t = 0; t < 3; ++t) {
-      ink(x, 5 + t);
-      ink(x, h / 2 + t);
-    }
-  }
-  for (Int32 y = 5; y < h - 5; ++y) {
-    for (Int32 t = 0; t < 3; ++t) ink(w / 3 + t, y);
-  }
-  return makePicture(w, h, std::move(px));
+  return testing::whiteWithBlack(w, h, {{5, 5, w - 5, 8}, {5, h / 2, w - 5, h / 2 + 3}, {w / 3, 5, w / 3 + 3, h - 5}});
 }
 
 class Form1Test : public ::testing::Test {
