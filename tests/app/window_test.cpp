@@ -127,7 +127,6 @@ class WindowTest : public QObject {
     QTest::mouseClick(button(*w, "Command11"), Qt::LeftButton);
     // Centerlines runs on through Get polylines to Normalize, which draws at the working size.
     QCOMPARE(w->form().Picture1.ScaleWidth(), static_cast<float>(w->form().IPC2.picwidth()));
-    QVERIFY(messages_.empty());
     action(*w, "exportimage")->trigger();
     QCOMPARE(messages_, std::vector<std::string>{"done"});
     std::ifstream in(path + ".dxf");
