@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include "app/main_window_records.h"
+#include "base/errors.h"
+#include "imgproc/imgproc.h"
+
 namespace quern {
 namespace {
 
@@ -21,16 +25,6 @@ TEST(Layout, ExtraButtonsLieBeyondTheClientAreaAndFramesAreHidden) {
     seen.push_back(p.name);
   }
 }
-
-}  // namespace
-}  // namespace quern
-
-#include "app/main_window_records.h"
-#include "base/errors.h"
-#include "imgproc/imgproc.h"
-
-namespace quern {
-namespace {
 
 // The stored records of the window's five picture controls read back into
 // controls of the defined sizes: the original with its picture, the rest empty.

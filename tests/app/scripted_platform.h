@@ -22,13 +22,11 @@ class ScriptedPlatform : public Platform {
   std::map<std::string, Picture> files;  // a path not listed cannot be read
   std::vector<std::string> loaded;
   std::function<void()> onDoEvents;
-  long long doEventsCalls = 0;
 
   std::optional<std::string> ShowOpenDialog() override { return next(openAnswers); }
   std::optional<std::string> ShowSaveDialog() override { return next(saveAnswers); }
   void MsgBox(const std::string& text) override { messages.push_back(text); }
   void DoEvents() override {
-    ++doEventsCalls;
     if (onDoEvents) onDoEvents();
   }
   Picture LoadPicture(const std::string& path) override {

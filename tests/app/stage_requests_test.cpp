@@ -7,8 +7,8 @@
 #include <functional>
 
 #include "app/form1.h"
-#include "intake/picture_loader.h"
 #include "drawings.h"
+#include "intake/picture_loader.h"
 #include "scripted_platform.h"
 
 namespace quern {
@@ -18,13 +18,17 @@ using testing::ScriptedPlatform;
 
 constexpr const char* kPicture = "/pictures/drawing.bmp";
 
-Picture lineDrawing300() {
-  QByteArray bmp;
-  QBuffer buffer(&bmp);
-  buffer.open(QIODevice::WriteOnly);
-  tools::lineDrawing(300, 300).save(&buffer, "BMP");
-  return decodePictureFile(reinterpret_cast<const unsigned char*>(bmp.constData()),
-                           static_cast<std::size_t>(bmp.size()), "drawing.bmp");
+// The drawing every chain here runs on, decoded once.
+const Picture& picture() {
+  static const Picture drawing = [] {
+    QByteArray bmp;
+    QBuffer buffer(&bmp);
+    buffer.open(QIODevice::WriteOnly);
+    tools::lineDrawing(300, 300).save(&buffer, "BMP");
+    return decodePictureFile(reinterpret_cast<const unsigned char*>(bmp.constData()),
+                             static_cast<std::size_t>(bmp.size()), "drawing.bmp");
+  }();
+  return drawing;
 }
 
 // What a chain leaves behind: the state, the tables, every surface and the preview.
@@ -67,17 +71,7 @@ struct ChainRun {
   }
 };
 
-class StageRequests : public ::testing::Test {
- protected:
-  static void SetUpTestSuite() { picture_ = new Picture(lineDrawing300()); }
-  static void TearDownTestSuite() { delete picture_; }
-  static const Picture& picture() { return *picture_; }
-
- private:
-  static inline Picture* picture_ = nullptr;
-};
-
-TEST_F(StageRequests, EveryRequestThatWouldStartWorkIsRefusedAtEveryYield) {
+TEST(StageRequests, EveryRequestThatWouldStartWorkIsRefusedAtEveryYield) {
   const Outcome undisturbed = ChainRun(picture()).chain();
   ASSERT_EQ(undisturbed.stage, 11);
   ASSERT_GT(undisturbed.chainTable.size(), 50U);
@@ -114,7 +108,7 @@ TEST_F(StageRequests, EveryRequestThatWouldStartWorkIsRefusedAtEveryYield) {
 // The value boxes, scroll bars and check boxes stay live: a change made in the
 // first yield (inside stage 2) counts from the next stage that reads it, as
 // if it had been made before the chain began.
-TEST_F(StageRequests, LiveControlsChangedDuringAStageTakeEffectWhereTheyAreRead) {
+TEST(StageRequests, LiveControlsChangedDuringAStageTakeEffectWhereTheyAreRead) {
   struct Case {
     const char* name;
     std::function<bool(Form1&)> change;

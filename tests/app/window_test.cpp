@@ -91,17 +91,26 @@ class WindowTest : public QObject {
  private slots:
   void init() { messages_.clear(); }
 
-  void startsInStateOneWithCaptionsAndPreview() {
+  void startsInStateOneWithCaptionsAndPreviewAndTicksAtTheIndicator() {
     auto w = makeWindow();
     QCOMPARE(w->windowTitle(), QString("Quern Centerline extractor"));
     QVERIFY(button(*w, "Command8")->isEnabled() && !button(*w, "Command9")->isEnabled());
     QVERIFY(!w->control("Frame4")->isVisible());
     QCOMPARE(w->control("Picture1")->size(), QSize(400, 324));
     QCOMPARE(w->control("Command8")->mapTo(w.get(), QPoint(0, 0)).x(), (90 + 3360) / 15);
+    auto* check = qobject_cast<QCheckBox*>(w->control("Check3"));
+    QStyleOptionButton opt;
+    opt.initFrom(check);
+    const QRect indicator = check->style()->subElementRect(QStyle::SE_CheckBoxIndicator, &opt, check);
+    QTest::mouseClick(check, Qt::LeftButton, {}, indicator.center());
+    QCOMPARE(w->form().Check3.Value, Int16{0});
   }
 
-  void applyRunsTheChainAndFillsTheBars() {
-    auto w = makeWindow();
+  // The chain, then the extra button the enlarged window shows, then the export menu.
+  void applyRunsTheChainThenTheExtrasAndTheExportWork() {
+    QTemporaryDir dir;
+    const std::string path = dir.filePath("drawing").toStdString();
+    auto w = makeWindow(path);
     QTest::mouseClick(button(*w, "Command8"), Qt::LeftButton);
     QCOMPARE(w->form().stage(), Int16{11});
     for (const char* name : {"PB(0)", "PB(1)", "PB(2)", "PB(3)", "PB(5)", "PB(6)"}) {
@@ -112,37 +121,12 @@ class WindowTest : public QObject {
       QVERIFY2(button(*w, name)->isEnabled(), name);
     }
     QVERIFY(qobject_cast<QLabel*>(w->control("Stat(5)"))->text().startsWith("Lines for output: "));
-    QVERIFY(messages_.empty());
-  }
-
-  void extraButtonsWorkOnceTheWindowIsEnlarged() {
-    auto w = makeWindow();
-    QTest::mouseClick(button(*w, "Command8"), Qt::LeftButton);
     QVERIFY(w->control("Command11")->visibleRegion().isEmpty());
     w->resize(1300, 560);
     QVERIFY(!w->control("Command11")->visibleRegion().isEmpty());
     QTest::mouseClick(button(*w, "Command11"), Qt::LeftButton);
     // Centerlines runs on through Get polylines to Normalize, which draws at the working size.
     QCOMPARE(w->form().Picture1.ScaleWidth(), static_cast<float>(w->form().IPC2.picwidth()));
-    QVERIFY(messages_.empty());
-  }
-
-  void quickLogicIsTickedAtItsIndicator() {
-    auto w = makeWindow();
-    auto* check = qobject_cast<QCheckBox*>(w->control("Check3"));
-    QStyleOptionButton opt;
-    opt.initFrom(check);
-    const QRect indicator = check->style()->subElementRect(QStyle::SE_CheckBoxIndicator, &opt, check);
-    QTest::mouseClick(check, Qt::LeftButton, {}, indicator.center());
-    QCOMPARE(w->form().Check3.Value, Int16{0});
-  }
-
-  void exportMenuWritesTheDrawing() {
-    QTemporaryDir dir;
-    const std::string path = dir.filePath("drawing").toStdString();
-    auto w = makeWindow(path);
-    QTest::mouseClick(button(*w, "Command8"), Qt::LeftButton);
-    messages_.clear();
     action(*w, "exportimage")->trigger();
     QCOMPARE(messages_, std::vector<std::string>{"done"});
     std::ifstream in(path + ".dxf");

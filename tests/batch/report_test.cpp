@@ -82,23 +82,12 @@ TEST(ReportLinks, RelativeToThePageAndPercentEncoded) {
 
 // A name is shown as written and ends neither the element nor the attribute
 // it stands in, whatever its letters.
-TEST(ReportPage, NamesShowAsWrittenWithoutBreakingThePage) {
+TEST(ReportPage, FailuresFirstTotalsCountEveryPictureAndNamesShowAsWritten) {
   const std::string name = "a \"b\" <c> & d 'e' \xC3\xA9t\xC3\xA9.gif";
-  const std::string page = reportPage("/out/r.html", {written("/in/" + name, 12)}, 1.0);
-  EXPECT_NE(page.find("&quot;b&quot; &lt;c&gt; &amp; d &#39;e&#39; \xC3\xA9t\xC3\xA9.gif"), std::string::npos);
-  EXPECT_EQ(page.find("<c>"), std::string::npos);
-  EXPECT_EQ(page.find("\"b\""), std::string::npos);
-  EXPECT_NE(page.find("href=\"../in/a%20%22b%22%20%3Cc%3E%20%26%20d%20%27e%27%20%C3%A9t%C3%A9.gif\""),
-            std::string::npos)
-      << "no preview: a click shows the picture itself";
-}
-
-TEST(ReportPage, FailuresFirstAndTotalsCountEveryPicture) {
   const std::vector<BatchResult> results = {
-      written("/in/one.gif", 10),
-      failed("/in/two.gif", "stage 2 (blur)", "stage 2 (blur) refused: too wide"),
-      written("/in/three.gif", 5),
-      failed("/in/four.gif", "loading", "cannot load /in/four.gif: cut short"),
+      written("/in/one.gif", 10),  failed("/in/two.gif", "stage 2 (blur)", "stage 2 (blur) refused: too wide"),
+      written("/in/three.gif", 5), failed("/in/four.gif", "loading", "cannot load /in/four.gif: cut short"),
+      written("/in/" + name, 12),
   };
   const std::string page = reportPage("/out/r.html", results, 3.456);
   const auto at = [&](const std::string& text) { return page.find(text); };
@@ -106,10 +95,10 @@ TEST(ReportPage, FailuresFirstAndTotalsCountEveryPicture) {
   EXPECT_LT(at(">two.gif<"), at(">four.gif<")) << "failures keep the pictures' order";
   EXPECT_LT(at(">four.gif<"), at(">one.gif<"));
   EXPECT_LT(at(">one.gif<"), at(">three.gif<"));
-  EXPECT_NE(at("<dd id=\"pictures\">4</dd>"), std::string::npos);
-  EXPECT_NE(at("<dd id=\"written\">2</dd>"), std::string::npos);
+  EXPECT_NE(at("<dd id=\"pictures\">5</dd>"), std::string::npos);
+  EXPECT_NE(at("<dd id=\"written\">3</dd>"), std::string::npos);
   EXPECT_NE(at("<dd id=\"failed\">2</dd>"), std::string::npos);
-  EXPECT_NE(at("<dd id=\"lines\">15</dd>"), std::string::npos);
+  EXPECT_NE(at("<dd id=\"lines\">27</dd>"), std::string::npos);
   EXPECT_NE(at("<dd id=\"seconds\">3.46 s</dd>"), std::string::npos);
   EXPECT_NE(at("Failed at loading</p>\n<p class=\"reason\">cannot load /in/four.gif: cut short</p>"),
             std::string::npos);
@@ -117,48 +106,72 @@ TEST(ReportPage, FailuresFirstAndTotalsCountEveryPicture) {
   // A failed picture links to no drawing: none was written.
   EXPECT_EQ(at("two.dxf"), std::string::npos);
   EXPECT_NE(at("<a href=\"one.dxf\">DXF</a>"), std::string::npos);
+  EXPECT_NE(at("&quot;b&quot; &lt;c&gt; &amp; d &#39;e&#39; \xC3\xA9t\xC3\xA9.gif"), std::string::npos);
+  EXPECT_EQ(at("<c>"), std::string::npos);
+  EXPECT_EQ(at("\"b\""), std::string::npos);
+  EXPECT_NE(at("href=\"../in/a%20%22b%22%20%3Cc%3E%20%26%20d%20%27e%27%20%C3%A9t%C3%A9.gif\""), std::string::npos)
+      << "no preview: a click shows the picture itself";
 }
 
-// The run itself: a thumbnail for every picture that loaded, the preview made
-// small, its preview beside the page, and for a refused picture the original
-// alone with nothing written for it.
-TEST(ReportRun, ThumbnailsForWrittenAndRefusedPicturesPreviewsBesideThePage) {
+// Pictures converted on two threads at once, each in a chain of its own,
+// give the drawings and thumbnails that one at a time gives, and a picture
+// that fails among them stops none of the others. Every picture that loaded
+// has a thumbnail, a written one its preview beside the page made small, and
+// a refused one the original alone with nothing written for it.
+TEST(ReportRun, ThreadsGiveWhatOneAtATimeGivesThumbnailsForWrittenAndRefusedPicturesPreviewsBesideThePage) {
   const std::string golden = QUERN_GOLDEN_PICTURES;
-  TempFolder out;
   BatchArgs args;
-  args.pictures = {golden + "/plan.gif", golden + "/wide.gif", golden + "/missing.gif"};
-  args.outDir = out.file("dxf");
-  args.report = out.file("review.html");
+  args.pictures = {golden + "/plan.gif", golden + "/strokes.bmp", golden + "/wide.gif", golden + "/sketch.jpg",
+                   golden + "/missing.gif"};
+  args.blur = 2;
+  args.reorder = true;
+  TempFolder one;
+  TempFolder two;
+  args.outDir = one.file("dxf");
+  args.report = one.file("review.html");
   args.jobs = 1;
-  const std::vector<BatchResult> results = runMany(args);
-  ASSERT_EQ(results.size(), 3U);
-  ASSERT_TRUE(results[0].ok()) << results[0].error;
-  EXPECT_EQ(results[1].failedAt, "stage 2 (blur)");
-  EXPECT_EQ(results[2].failedAt, "loading");
-  // The width a BMP's header gives.
-  const auto widthOf = [](const std::string& bmp) {
-    if (bmp.size() < 54 || bmp.substr(0, 2) != "BM") return 0U;
-    const auto byte = [&](std::size_t i) { return static_cast<unsigned>(static_cast<unsigned char>(bmp[i])); };
-    return byte(18) | byte(19) << 8 | byte(20) << 16 | byte(21) << 24;
-  };
-  EXPECT_EQ(results[0].preview, out.file("review_files/plan.bmp"));
-  const std::string preview = readAll(results[0].preview);
-  EXPECT_EQ(widthOf(preview), 400U);
+  const std::vector<BatchResult> alone = runMany(args);
+  args.outDir = two.file("dxf");
+  args.report = two.file("review.html");
+  args.jobs = 2;
+  const std::vector<BatchResult> together = runMany(args);
+  ASSERT_EQ(alone.size(), 5U);
+  ASSERT_EQ(together.size(), 5U);
+  for (std::size_t i = 0; i < alone.size(); ++i) {
+    EXPECT_EQ(together[i].picture, args.pictures[i]) << "results in the order given, whatever the order of work";
+    EXPECT_EQ(alone[i].ok(), together[i].ok()) << args.pictures[i];
+    EXPECT_EQ(alone[i].lines, together[i].lines) << args.pictures[i];
+    EXPECT_EQ(alone[i].thumbnail, together[i].thumbnail) << args.pictures[i];
+  }
+  ASSERT_TRUE(alone[0].ok()) << alone[0].error;
+  EXPECT_EQ(alone[2].failedAt, "stage 2 (blur)") << "the wide picture is refused by the filters";
+  EXPECT_EQ(alone[4].failedAt, "loading");
+  for (const char* name : {"dxf/plan.dxf", "dxf/strokes.dxf", "dxf/sketch.dxf"}) {
+    const std::string written = readAll(one / name);
+    EXPECT_GT(written.size(), 1000U) << name;
+    EXPECT_EQ(written, readAll(two / name)) << name;
+  }
+  const std::string table = summaryTable(together);
+  EXPECT_NE(table.find("failed: stage 2 (blur) refused"), std::string::npos) << table;
+  const auto widthOf = [](const std::string& bmp) { return pictureWidth(thumbnailPicture(bmp)); };
+  EXPECT_EQ(alone[0].preview, one.file("review_files/plan.bmp"));
+  const std::string preview = readAll(alone[0].preview);
   // The page's own preview is in its colours: a byte a pixel, the lines red.
   ASSERT_GT(preview.size(), 28U);
   EXPECT_EQ(preview[28], 8);
   const Picture shown = thumbnailPicture(preview);
+  EXPECT_EQ(pictureWidth(shown), 400);
   EXPECT_GT(
       std::count_if(shown->pixels().begin(), shown->pixels().end(), [](Colour c) { return (c & 0xFFFFFF) == kRed; }),
       100);
-  ASSERT_TRUE(results[0].thumbnail.starts_with("data:image/bmp;base64,"));
-  EXPECT_EQ(widthOf(bytesOfUri(results[0].thumbnail)), 200U);
-  EXPECT_EQ(widthOf(bytesOfUri(results[1].thumbnail)), 200U);
-  EXPECT_TRUE(results[1].preview.empty());
-  EXPECT_FALSE(std::filesystem::exists(out / "dxf/wide.dxf"));
-  EXPECT_FALSE(std::filesystem::exists(out / "review_files/wide.bmp"));
-  EXPECT_TRUE(results[2].thumbnail.empty());
-  EXPECT_EQ(out.entries(), 2) << "the drawings' folder and the previews', nothing else";
+  ASSERT_TRUE(alone[0].thumbnail.starts_with("data:image/bmp;base64,"));
+  EXPECT_EQ(widthOf(bytesOfUri(alone[0].thumbnail)), 200);
+  EXPECT_EQ(widthOf(bytesOfUri(alone[2].thumbnail)), 200);
+  EXPECT_TRUE(alone[2].preview.empty());
+  EXPECT_FALSE(std::filesystem::exists(two / "dxf/wide.dxf"));
+  EXPECT_FALSE(std::filesystem::exists(one / "review_files/wide.bmp"));
+  EXPECT_TRUE(alone[4].thumbnail.empty());
+  EXPECT_EQ(one.entries(), 2) << "the drawings' folder and the previews', nothing else";
 }
 
 // Over colours of every kind and sides that leave odd ends, the review

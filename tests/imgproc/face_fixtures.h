@@ -29,6 +29,11 @@ inline Picture numbered(Int32 w, Int32 h) {
   return makePicture(w, h, std::move(px));
 }
 
+// Control size in twips for a viewport whose client area is `client` pixels each way.
+inline float twipsFor(Int32 client) {
+  return static_cast<float>((client + 4 + 20) * kDefaultTwipsPerPixel);
+}
+
 inline bool scratchEmpty(const ImgProc& c) {
   return !c.Picture3.picture() && !c.Picture4.picture();
 }
