@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "raster_fixtures.h"
 #include "thin_oracle.h"
 
 namespace quern {
@@ -53,9 +54,7 @@ struct Thinned {
 };
 
 Thinned thinOnBox(const Picture& pic, RecordTable& table, Host& host) {
-  PictureBox box;
-  box.AutoSize = true;
-  box.setPicture(pic);
+  PictureBox box = testing::boxWith(pic);
   ThinGrid grid;
   HostProgress progress(host, 3);
   const ThinOutcome outcome =
@@ -84,14 +83,20 @@ TEST(RingTest, LetsACellGoOnlyWhenNoSetNeighbourIsAlone) {
   }
 }
 
-// Noise, thick strokes and blocks round the width limit.
-Picture randomPicture(std::mt19937& rng, Int32 wide = 40, Int32 high = 32) {
-  const auto w = std::uniform_int_distribution<Int32>(1, wide)(rng);
-  const auto h = std::uniform_int_distribution<Int32>(1, high)(rng);
+// A white box of w by h pixels to draw on.
+PictureBox paper(Int32 w, Int32 h) {
   PictureBox box;
   box.setWidth(static_cast<float>(w));
   box.setHeight(static_cast<float>(h));
   box.setBackColor(kWhite);
+  return box;
+}
+
+// Noise, thick strokes and blocks round the width limit.
+Picture randomPicture(std::mt19937& rng, Int32 wide = 40, Int32 high = 32) {
+  const auto w = std::uniform_int_distribution<Int32>(1, wide)(rng);
+  const auto h = std::uniform_int_distribution<Int32>(1, high)(rng);
+  PictureBox box = paper(w, h);
   const int kind = std::uniform_int_distribution<int>(0, 2)(rng);
   if (kind == 0) {
     // Only the red byte decides: cyan is ink, almost black (red 1) is paper.
@@ -114,10 +119,7 @@ Picture randomPicture(std::mt19937& rng, Int32 wide = 40, Int32 high = 32) {
 // of cells, and lines longer than one word of spans.
 Picture longStretches(std::mt19937& rng, std::pair<Int32, Int32> size) {
   const auto [w, h] = size;
-  PictureBox draw;
-  draw.setWidth(static_cast<float>(w));
-  draw.setHeight(static_cast<float>(h));
-  draw.setBackColor(kWhite);
+  PictureBox draw = paper(w, h);
   std::uniform_real_distribution<float> fx(0.0F, static_cast<float>(w));
   std::uniform_real_distribution<float> fy(0.0F, static_cast<float>(h));
   for (int s = 0; s < 5; ++s) {
@@ -164,9 +166,7 @@ TEST(Thin, MatchesTheLiteralPeelingInPixelsRecordsAndProgress) {
     if (round == 404) {
       ASSERT_EQ(fast.cycles, 100);
     }
-    PictureBox box;
-    box.AutoSize = true;
-    box.setPicture(pic);
+    PictureBox box = testing::boxWith(pic);
     testing::LiteralThinning literal;
     literal.loadgrid(box, toInt16(pic->pixelWidth()), toInt16(pic->pixelHeight()), slowTable, slowHost);
 
