@@ -26,6 +26,7 @@ using testing::put16;
 using testing::put32;
 using testing::tiffWith;
 
+// The first half of a fixture.
 Bytes half(const char* name) {
   const Bytes b = fixture(name);
   return cut(b, b.size() / 2);
