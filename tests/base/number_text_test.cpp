@@ -5,44 +5,28 @@
 #include <charconv>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace quern {
 namespace {
 
 TEST(ValueText, ScaleTextsAreTheShortestDecimals) {
-  struct Case {
-    Int32 value;
-    const char* text;
-  };
-  for (const Case c : {Case{100, "1"}, {300, "3"}, {1, "0.01"}, {7, "0.07"}, {150, "1.5"}, {33, "0.33"}}) {
-    EXPECT_EQ(decimalText(c.value / 100.0), c.text);
-  }
+  const std::pair<Int32, const char*> cases[] = {{100, "1"},  {300, "3"},   {1, "0.01"},
+                                                 {7, "0.07"}, {150, "1.5"}, {33, "0.33"}};
+  for (const auto& [value, text] : cases) EXPECT_EQ(decimalText(value / 100.0), text);
 }
 
 // Whole values take a way of their own; every value must still come out
 // as the library's shortest fixed form, zero of either sign as "0".
 TEST(ValueText, DrawingNumbersAreTheShortestFixedForm) {
-  std::vector<float> values = {1.0F,
-                               -1.0F,
-                               9.0F,
-                               10.0F,
-                               -10.0F,
-                               99999.0F,
-                               16777215.0F,
-                               -16777215.0F,
-                               16777216.0F,
-                               -16777216.0F,
-                               16777218.0F,
-                               1e30F,
-                               -1e30F,
-                               0.5F,
-                               -0.25F,
-                               123.456F,
-                               1e-7F,
-                               std::numeric_limits<float>::infinity(),
-                               std::numeric_limits<float>::quiet_NaN()};
+  const float inf = std::numeric_limits<float>::infinity();
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  std::vector<float> values = {1,         -1,       9,         10,       -10,   99999,  16777215,
+                               -16777215, 16777216, -16777216, 16777218, 1e30F, -1e30F, 0.5F,
+                               -0.25F,    123.456F, 1e-7F,     inf,      nan};
   std::uint32_t state = 2463534242U;
   for (int i = 0; i < 200000; ++i) {
     state ^= state << 13;
@@ -66,23 +50,10 @@ TEST(ValueText, DrawingNumbersAreTheShortestFixedForm) {
 }
 
 TEST(ValueText, OnlyWholeNumbersOf32BitsAreRead) {
-  struct Case {
-    const char* text;
-    std::optional<Int32> value;
-  };
-  for (const Case& c : {Case{"1", 1},
-                        {" 42 ", 42},
-                        {"-7", -7},
-                        {"+3", 3},
-                        {"2147483647", 2147483647},
-                        {"2147483648", std::nullopt},
-                        {"1.5", std::nullopt},
-                        {"", std::nullopt},
-                        {"1e3", std::nullopt},
-                        {"12a", std::nullopt},
-                        {"- 1", std::nullopt}}) {
-    EXPECT_EQ(readWhole32(c.text), c.value) << '"' << c.text << '"';
-  }
+  const std::pair<const char*, std::optional<Int32>> cases[] = {
+      {"1", 1}, {" 42 ", 42}, {"-7", -7},  {"+3", 3},  {"2147483647", 2147483647}, {"1.5", {}}, {"2147483648", {}},
+      {"", {}}, {"1e3", {}},  {"12a", {}}, {"- 1", {}}};
+  for (const auto& [text, value] : cases) EXPECT_EQ(readWhole32(text), value) << '"' << text << '"';
 }
 
 }  // namespace

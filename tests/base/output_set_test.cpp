@@ -3,25 +3,31 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <thread>
+#include <tuple>
 
 #include "../temp_files.h"
+#include "../unprivileged.h"
 #include "base/errors.h"
 #include "base/file_identity.h"
+#include "base/replace_file.h"
 #include "base/temp_registry.h"
 
 namespace quern {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::asUnprivileged;
 using testing::readAll;
 using Folder = testing::TempFolder;
 
@@ -252,6 +258,84 @@ TEST(OutputSet, AnInterruptedWriteLeavesNothingBehind) {
     EXPECT_EQ(f.entries(), 1) << "signal " << c.sig;
     EXPECT_EQ(readAll(f / "drawing.dxf"), "old drawing");
   }
+}
+
+// Permissions and a full disk, as a user whom permission bits bind; a file
+// size limit stands in for the full disk.
+TEST(OutputSet, WithoutPermissionOrSpaceTheOldFileStaysAsItWas) {
+  Folder f;
+  fs::create_directory(f / "closed");
+  writeText(f / "closed" / "writable.dxf", "old drawing", 0666);
+  writeText(f / "closed" / "readonly.dxf", "old drawing", 0444);
+  writeText(f / "full.dxf", "old drawing", 0666);
+  writeText(f / "full-linked.dxf", "old drawing", 0666);
+  fs::create_hard_link(f / "full-linked.dxf", f / "full-other.dxf");
+  ::chmod((f / "closed").c_str(), 0555);
+  // Owned by the user who writes it, so that the new file can keep the owner.
+  if (::geteuid() == 0 && ::chown((f / "full.dxf").c_str(), 65534, 65534) != 0) FAIL();
+  const std::string big(64 * 1024, 'x');
+
+  const std::string problems = asUnprivileged([&]() -> std::string {
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit small{1024, 1024};
+    ::setrlimit(RLIMIT_FSIZE, &small);
+    // What is written where, and what the refusal must say ("" for none).
+    // No new file can be made in "closed", but a file in it may be written.
+    const std::tuple<const char*, std::string, const char*> cases[] = {
+        {"closed/writable.dxf", "new drawing", ""},   {"closed/readonly.dxf", "x", "Permission denied"},
+        {"closed/new.dxf", "x", "Permission denied"}, {"full.dxf", big, "File too large"},
+        {"full-linked.dxf", big, "File too large"},
+    };
+    std::string out;
+    for (const auto& [name, text, reason] : cases) {
+      const std::string why = writeSet({{f / name, text}});
+      if (*reason == '\0' ? !why.empty() : why.find(reason) == std::string::npos) out += name + (": " + why) + "; ";
+    }
+    if (readAll(f / "closed" / "writable.dxf") != "new drawing") out += "in-place text; ";
+    return out;
+  });
+  ::chmod((f / "closed").c_str(), 0777);
+  EXPECT_EQ(problems, "");
+  EXPECT_EQ(readAll(f / "closed" / "readonly.dxf"), "old drawing");
+  EXPECT_EQ(statOf(f / "closed" / "readonly.dxf").st_mode & 07777, 0444U);
+  EXPECT_EQ(readAll(f / "full.dxf"), "old drawing");
+  EXPECT_EQ(readAll(f / "full-other.dxf"), "old drawing");
+  EXPECT_EQ(statOf(f / "full.dxf").st_mode & 07777, 0666U);
+  EXPECT_EQ(f.entries(), 4) << "no half-written file is left beside the targets";
+}
+
+// Folders wait for the end of the batch, each once however many drawings
+// went into it; outside a batch nothing waits.
+TEST(OutputSet, ABatchSyncsEachFolderOnceAtItsEnd) {
+  Folder a;
+  Folder b;
+  FolderSyncs syncs;
+  OutputSet::Options options;
+  options.folderSyncs = &syncs;
+  for (const auto& [folder, name] : {std::pair{&a, "one.dxf"}, {&a, "two.dxf"}, {&b, "three.dxf"}}) {
+    OutputSet set(options);
+    set.add(folder->file(name), name);
+    set.commit();
+  }
+  replaceFile(a.file("alone.dxf"), "x");
+  EXPECT_EQ(syncs.pending(), 2U);
+  EXPECT_EQ(readAll(a / "two.dxf"), "two.dxf");
+  EXPECT_EQ(readAll(a / "alone.dxf"), "x");
+  // Files that wait for the end go in place now; their folder's file system
+  // is then synced as a whole, once.
+  for (const char* name : {"one.bmp", "two.bmp"}) {
+    OutputSet set(options);
+    set.add(a.file(name), name, OutputSet::Sync::atEnd);
+    set.commit();
+  }
+  EXPECT_EQ(syncs.pending(), 3U);
+  EXPECT_EQ(readAll(a / "two.bmp"), "two.bmp");
+  // With nothing to wait with, such a file is synced at once like any other.
+  OutputSet alone;
+  alone.add(b.file("alone.bmp"), "now", OutputSet::Sync::atEnd);
+  alone.commit();
+  EXPECT_EQ(readAll(b / "alone.bmp"), "now");
+  EXPECT_EQ(syncs.pending(), 3U);
 }
 
 }  // namespace

@@ -76,5 +76,13 @@ TEST(DxfDrawing, JoinsTouchingSegmentsIntoPolylinesAndClosesLoops) {
   EXPECT_EQ(e.find("LINE|"), e.find("POLYLINE|") + 4) << "no LINE entity is left";
 }
 
+TEST(WithDxfExtension, KeepsOnlyTheTwoSpellingsOfTheExtension) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"plan", "plan.dxf"},         {"plan.dxf", "plan.dxf"}, {"plan.DXF", "plan.DXF"},
+      {"plan.Dxf", "plan.Dxf.dxf"}, {".dxf", ".dxf"},         {"plan.dx", "plan.dx.dxf"},
+  };
+  for (const auto& [given, written] : cases) EXPECT_EQ(withDxfExtension(given), written) << given;
+}
+
 }  // namespace
 }  // namespace quern

@@ -17,10 +17,20 @@ namespace quern {
 namespace {
 
 using testing::Bytes;
+using testing::cut;
 using testing::failure;
 using testing::fixture;
+using testing::makeBmp;
+using testing::pngClaiming;
 using testing::put16;
 using testing::put32;
+using testing::tiffWith;
+
+// The first half of a fixture.
+Bytes half(const char* name) {
+  const Bytes b = fixture(name);
+  return cut(b, b.size() / 2);
+}
 
 // A GIF that claims w x h pixels on a two-colour palette. `lzw` is the image
 // data as one sub-block; with `trailer` the file is complete in its blocks.
@@ -37,24 +47,6 @@ Bytes gif(unsigned w, unsigned h, const Bytes& lzw, bool trailer = true) {
   b.insert(b.end(), lzw.begin(), lzw.end());
   b.push_back(0);
   if (trailer) b.push_back(0x3B);
-  return b;
-}
-
-// A BMP header with a 16-colour palette, claiming w x h 4-bit pixels, and
-// `pixelBytes` bytes of pixels behind it.
-Bytes bmpHeader(std::int32_t w, std::int32_t h, std::size_t pixelBytes) {
-  Bytes b = {'B', 'M'};
-  put32(b, static_cast<std::uint32_t>(118 + pixelBytes));
-  put32(b, 0);
-  put32(b, 118);
-  put32(b, 40);
-  put32(b, static_cast<std::uint32_t>(w));
-  put32(b, static_cast<std::uint32_t>(h));
-  put16(b, 1);
-  put16(b, 4);
-  for (int i = 0; i < 6; ++i) put32(b, 0);
-  for (int i = 0; i < 16; ++i) put32(b, i == 0 ? 0 : 0xFFFFFF);
-  b.resize(b.size() + pixelBytes, 0x11);
   return b;
 }
 
@@ -78,11 +70,6 @@ Bytes rleBmp(bool cut) {
   return b;
 }
 
-Bytes firstHalf(Bytes b) {
-  b.resize(b.size() / 2);
-  return b;
-}
-
 // A file of a kind the intake does not read.
 const Bytes kPdf = {'%', 'P', 'D', 'F', '-', '1', '.', '4', '\n'};
 
@@ -100,14 +87,16 @@ Bytes claiming(Bytes b, unsigned w, unsigned h) {
   return b;
 }
 
-// A PNG signature and header chunk claiming width by height, nothing more.
-Bytes pngClaiming(std::uint32_t width, std::uint32_t height) {
-  Bytes b = {0x89, 'P', 'N', 'G', 0x0D, 0x0A, 0x1A, 0x0A, 0, 0, 0, 13, 'I', 'H', 'D', 'R'};
-  for (const std::uint32_t v : {width, height}) {
-    for (int shift = 24; shift >= 0; shift -= 8) b.push_back(static_cast<unsigned char>(v >> shift));
-  }
-  for (const unsigned char c : {8, 0, 0, 0, 0, 0, 0, 0, 0}) b.push_back(c);  // depth, kinds, a CRC
+// A TIFF fixture whose first directory is said to lie at `at`.
+Bytes directoryAt(Bytes b, std::uint32_t at) {
+  for (int k = 0; k < 4; ++k) b[4 + k] = static_cast<unsigned char>(at >> (8 * k));
   return b;
+}
+
+// A BMP of w by h 4-bit pixels cut to its first `keep` bytes; the header and
+// the 16-colour palette take 118.
+Bytes cutBmp(std::int32_t w, std::int32_t h, std::size_t keep) {
+  return cut(makeBmp({"4 bit", 4, w, h}, 1), keep);
 }
 
 TEST(PictureLoader, IncompleteLyingOrForeignFilesAreRefusedWithTheReason) {
@@ -115,11 +104,14 @@ TEST(PictureLoader, IncompleteLyingOrForeignFilesAreRefusedWithTheReason) {
     const char* name;
     Bytes bytes;
     const char* reason;
+    long long maxPixels = kMaxPicturePixels;
   };
+  const Bytes png = fixture("grey.png");
+  const Bytes g4 = fixture("g4.tif");
   const Case cases[] = {
-      {"BMP header alone claiming 6000 x 6000", bmpHeader(6000, 6000, 0),
+      {"BMP header alone claiming 6000 x 6000", cutBmp(6000, 6000, 118),
        "not a complete BMP picture: its 6000 by 6000 pixels need 18000118 bytes, the file holds 118"},
-      {"BMP one row short", bmpHeader(8, 3, 8), "not a complete BMP picture"},
+      {"BMP one row short", cutBmp(8, 3, 118 + 8), "not a complete BMP picture"},
       {"RLE BMP without its end mark", rleBmp(true), "not a complete BMP picture: the file ends before its end"},
       {"35-byte GIF claiming 6320 x 6320", gif(6320, 6320, {0x44, 0x01}),
        "not a complete GIF picture: its image data gives 1 of its 39942400 pixels"},
@@ -129,11 +121,11 @@ TEST(PictureLoader, IncompleteLyingOrForeignFilesAreRefusedWithTheReason) {
       // A size whose square is past 64 bits.
       {"PNG claiming 4177066232 x 4177066232", pngClaiming(0xF8F8F8F8U, 0xF8F8F8F8U),
        "the picture is 4177066232 by 4177066232 pixels, more than 40000000"},
-      {"GIF cut in half", firstHalf(fixture("drawing.gif")), "not a complete GIF picture"},
-      {"interlaced GIF cut in half", firstHalf(fixture("interlaced.gif")), "not a complete GIF picture"},
-      {"BMP cut in half", firstHalf(fixture("colour.bmp")), "not a complete BMP picture"},
-      {"JPEG cut in half", firstHalf(fixture("grey.jpg")), "not a complete JPEG picture: the file ends before its end"},
-      {"progressive JPEG cut in half", firstHalf(fixture("progressive.jpg")), "not a complete JPEG picture"},
+      {"GIF cut in half", half("drawing.gif"), "not a complete GIF picture"},
+      {"interlaced GIF cut in half", half("interlaced.gif"), "not a complete GIF picture"},
+      {"BMP cut in half", half("colour.bmp"), "not a complete BMP picture"},
+      {"JPEG cut in half", half("grey.jpg"), "not a complete JPEG picture: the file ends before its end"},
+      {"progressive JPEG cut in half", half("progressive.jpg"), "not a complete JPEG picture"},
       {"JPEG claiming more rows than its scan", claiming(fixture("colour420.jpg"), 40, 300),
        "the JPEG decoder stopped: Corrupt JPEG data: premature end of data segment"},
       {"progressive JPEG claiming more rows", claiming(fixture("progressive.jpg"), 40, 300),
@@ -143,9 +135,26 @@ TEST(PictureLoader, IncompleteLyingOrForeignFilesAreRefusedWithTheReason) {
       {"JPEG claiming 6000 x 6000", claiming(fixture("grey.jpg"), 6000, 6000), "not a complete JPEG picture: its "},
       {"progressive JPEG claiming 6000 x 6000", claiming(fixture("progressive.jpg"), 6000, 6000),
        "not a complete JPEG picture: its "},
+      {"PNG cut in half", cut(png, png.size() / 2), "not a complete PNG picture: a chunk of"},
+      {"PNG without IEND", cut(png, png.size() - 12),
+       "not a complete PNG picture: the file ends before its IEND chunk"},
+      {"PNG claiming more rows than its data", pngClaiming(40, 300), "the PNG decoder stopped"},
+      {"PNG over the pixel limit", pngClaiming(100000, 100000),
+       "the picture is 100000 by 100000 pixels, more than 40000000"},
+      {"PNG over a small limit", png, "the picture is 40 by 30 pixels, more than 1000", 1000},
+      {"TIFF cut in half", cut(g4, g4.size() / 2), "not a complete TIFF picture"},
+      {"TIFF header only", cut(g4, 8), "not a complete TIFF picture"},
+      {"TIFF strip past the end", tiffWith("mono_raw.tif", 279, 5000),
+       "not a complete TIFF picture: its strip 1 of 1 needs bytes"},
+      {"TIFF claiming more rows than its strips", tiffWith("mono_raw.tif", 257, 3000), "its pixels cannot be read"},
+      {"G4 TIFF claiming more rows than its data", tiffWith("g4.tif", 257, 3000), "its pixels cannot be read"},
+      {"TIFF over the pixel limit", tiffWith("g4.tif", 257, 60000),
+       "the picture is 40 by 60000 pixels, more than 1000000", 1'000'000},
+      {"TIFF directory outside the file", directoryAt(g4, 100000),
+       "not a complete TIFF picture: a directory of its pages lies outside the file"},
   };
   for (const Case& c : cases) {
-    const std::string message = failure(c.bytes);
+    const std::string message = failure(c.bytes, c.maxPixels);
     EXPECT_TRUE(message.starts_with(std::string("cannot load x: ") + c.reason)) << c.name << ": " << message;
   }
 }

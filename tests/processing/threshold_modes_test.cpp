@@ -105,40 +105,6 @@ TEST(LocalWindow, ComesFromTheResolutionOrThePictureAndIsOdd) {
   EXPECT_THROW(localWindowForDpi(0, 1.0), SurfaceError);
 }
 
-// Light falling from full to a third across the page, with noise: the lines
-// stay whole everywhere, the paper stays white in the shadow, and a
-// line along the page's very edge is kept like any other.
-TEST(LocalThreshold, KeepsLinesAndPaperUnderAShadow) {
-  const Int32 w = 400;
-  const Int32 h = 120;
-  auto isLine = [](Int32 x, Int32 y) { return (x % 50 >= 20 && x % 50 < 23) || y == 60 || y == 61 || x <= 1; };
-  const Picture p = pictureOf(w, h, [&](Int32 x, Int32 y) {
-    const double light = 1.0 - 0.66 * x / w;
-    return shade(light * (isLine(x, y) ? 30.0 : 235.0) + jitter(x, y, 6));
-  });
-  FractionProgress progress;
-  const Picture bw = localThreshold(p, {.window = 25}, progress);
-  ASSERT_TRUE(onlyBlackAndWhite(bw));
-  long long lineMisses = 0;
-  long long paperInk = 0;
-  for (Int32 y = 0; y < h; ++y) {
-    for (Int32 x = 0; x < w; ++x) {
-      const bool black = bw->pixel(x, y) == kBlack;
-      if (isLine(x, y)) lineMisses += !black;
-      // Paper a few pixels from any line: antialiasing aside, it must be white.
-      bool nearLine = false;
-      for (Int32 d = -2; d <= 2 && !nearLine; ++d) nearLine = isLine(x + d, y) || isLine(x, y + d);
-      if (!nearLine) paperInk += black;
-    }
-  }
-  EXPECT_EQ(lineMisses, 0);
-  EXPECT_EQ(paperInk, 0);
-  // Today's fixed threshold turns the shadowed paper to ink.
-  long long fixedInk = 0;
-  for (Int32 x = 300; x < w; ++x) fixedInk += luminanceOf(p->pixel(x, 30)) <= 200;
-  EXPECT_EQ(fixedInk, w - 300);
-}
-
 TEST(LocalThreshold, PlainAreasKeepTheirColour) {
   struct Case {
     const char* name;
