@@ -332,14 +332,14 @@ BatchResult runBatch(const BatchArgs& args, ProgressLine* progress) {
   return convertPicture(args, args.picture, args.drawing, preview, progress, review);
 }
 
-std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress, const BeforeSync& beforeSync) {
+std::vector<BatchResult> runMany(const BatchArgs& args, const RunPlan& plan, ProgressLine* progress,
+                                 const BeforeSync& beforeSync) {
   for (const std::optional<std::string>& folder : {args.outDir, args.previewDir}) {
     std::error_code made;
     if (folder) std::filesystem::create_directories(*folder, made);
     // The reason itself: a write into the folder would only say it is not there.
     if (made) throw FileError("Cannot make the folder \"" + *folder + "\": " + made.message());
   }
-  const RunPlan plan = planRun(args);
   if (!plan.error.empty()) throw QuernError(plan.error);
   makeReportFolder(args);
   // The files go to disk together at the end: one sync of each file system.

@@ -79,11 +79,12 @@ BatchResult runBatch(const BatchArgs& args, ProgressLine* progress = nullptr);
 // --preview-dir, and a thumbnail for the review page with --report),
 // args.jobs pictures at a time on threads of their own. One
 // picture's failure does not stop the others. Results in the pictures' order.
-// Throws QuernError when the folders cannot be made or the files clash.
+// `plan` is planRun's for these args. Throws QuernError when the folders
+// cannot be made or the files clash.
 // `beforeSync` is given the results once every picture is done, before the
 // files go to disk: what it writes with `syncs` goes there in the same sync.
 using BeforeSync = std::function<void(const std::vector<BatchResult>& results, FolderSyncs& syncs)>;
-std::vector<BatchResult> runMany(const BatchArgs& args, ProgressLine* progress = nullptr,
+std::vector<BatchResult> runMany(const BatchArgs& args, const RunPlan& plan, ProgressLine* progress = nullptr,
                                  const BeforeSync& beforeSync = {});
 
 // The summary of a many-picture run: picture, size, lines, seconds, result,

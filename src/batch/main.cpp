@@ -34,7 +34,8 @@ int main(int argc, char** argv) {
   quern::ProgressLine progress(!args.quiet && quern::ProgressLine::onTerminal());
   try {
     // Before any work: an output over an input or over another output.
-    if (const quern::RunPlan plan = quern::planRun(args); !plan.error.empty()) {
+    const quern::RunPlan plan = quern::planRun(args);
+    if (!plan.error.empty()) {
       std::cerr << "quernline-batch: " << plan.error << "\n";
       return 2;
     }
@@ -52,7 +53,7 @@ int main(int argc, char** argv) {
       // again to say so.
       std::string pageError;
       long writtenBeforeSync = -1;
-      results = quern::runMany(args, &progress, [&](const auto& rs, quern::FolderSyncs& syncs) {
+      results = quern::runMany(args, plan, &progress, [&](const auto& rs, quern::FolderSyncs& syncs) {
         if (!args.report) return;
         try {
           quern::writeReport(*args.report, rs, seconds(), &syncs);

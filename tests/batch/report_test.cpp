@@ -130,11 +130,11 @@ TEST(ReportRun, ThreadsGiveWhatOneAtATimeGivesThumbnailsForWrittenAndRefusedPict
   args.outDir = one.file("dxf");
   args.report = one.file("review.html");
   args.jobs = 1;
-  const std::vector<BatchResult> alone = runMany(args);
+  const std::vector<BatchResult> alone = runMany(args, planRun(args));
   args.outDir = two.file("dxf");
   args.report = two.file("review.html");
   args.jobs = 2;
-  const std::vector<BatchResult> together = runMany(args);
+  const std::vector<BatchResult> together = runMany(args, planRun(args));
   ASSERT_EQ(alone.size(), 5U);
   ASSERT_EQ(together.size(), 5U);
   for (std::size_t i = 0; i < alone.size(); ++i) {
