@@ -125,6 +125,8 @@ TEST(FitDrawing, CrossedAndTouchedLinesAreOneLineEachAndGapsStay) {
       {"shallow cross", {{20, 60, 140, 100}, {20, 100, 140, 60}}},
       {"grid", {{20, 40, 140, 40}, {20, 80, 140, 80}, {20, 120, 140, 120}, {40, 20, 40, 140}, {100, 20, 100, 140}}},
       {"dashes in a row", {{20, 80, 70, 80}, {78, 80, 140, 80}}},
+      // The gap lies over the other line's pixels, but the dashes do not touch it.
+      {"dashes either side of a line", {{20, 80, 76, 80}, {84, 80, 140, 80}, {80, 20, 80, 140}}, {}, 3},
       {"a corner", {{20, 20, 120, 20}, {120, 20, 120, 140}}},
       {"close parallels", {{20, 60, 140, 60}, {20, 66, 140, 66}}},
       {"a circle crossed by a line", {{20, 100, 180, 100}}, {{100.4, 99.7, 50}}, 3},
