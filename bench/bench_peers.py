@@ -2,8 +2,8 @@
 """Side by side on one black-and-white line drawing: quernline-batch, potrace and
 scikit-image's skeletonize, at 700 x 557, 1500 x 1500 and 5000 x 5000; then an
 A4 page at 300 dpi scanned to JPEG (grey, light noise and blur) against
-djpeg -grayscale | potrace; then many small pictures with quernline-batch -j 1,
--j 2 and xargs -P 2.
+djpeg -grayscale | potrace; then 24 pictures of 700 x 557 and of 1500 x 1500
+with quernline-batch -j 1, -j 2 and xargs -P 2.
 
 Machine speed drifts a lot between runs, so the tools run in alternation and
 only the ratios of one run mean much. Run by `make bench-peers`.
@@ -31,7 +31,8 @@ PYTHON = "/usr/bin/python3"  # Debian's numpy, PIL and skimage load only here
 SIZES = [(700, 557), (1500, 1500), (5000, 5000)]
 LARGE_FROM = 5000 * 5000  # pictures this big run with --large
 MANY_COUNT = 24
-MANY_SIZE = (700, 557)
+# The earlier build, when given, is measured on the first size only.
+MANY_SIZES = [(700, 557), (1500, 1500)]
 A4_SIZE = (2480, 3508)  # 300 dpi
 
 
@@ -280,13 +281,14 @@ def scan(batch, make_assets, tmp, work, runs, help_text, before=None):
     print()
 
 
-def many(batch, make_assets, tmp, work, runs, fmt_ext, help_text, before=None):
+def many(batch, make_assets, tmp, work, runs, fmt_ext, help_text, size, before=None):
     has_out_dir = "--out-dir" in help_text
-    print("measuring %d pictures ..." % MANY_COUNT, flush=True)
+    print("measuring %d pictures of %d x %d ..." % (MANY_COUNT, size[0], size[1]), flush=True)
+    tmp = os.path.join(tmp, "many-%dx%d" % size)
     src = os.path.join(tmp, "many")
     os.makedirs(src)
     grey = os.path.join(tmp, "many-grey.png")
-    subprocess.run([make_assets, "--drawing", str(MANY_SIZE[0]), str(MANY_SIZE[1]), grey], check=True)
+    subprocess.run([make_assets, "--drawing", str(size[0]), str(size[1]), grey], check=True)
     work.ask("prepare", "many", grey, os.path.join(src, "p01"), fmt_ext)
     names = ["p%02d.%s" % (i, fmt_ext) for i in range(1, MANY_COUNT + 1)]
     for name in names[1:]:
@@ -338,7 +340,7 @@ def many(batch, make_assets, tmp, work, runs, fmt_ext, help_text, before=None):
     for name, _ in kinds:
         rate[name] = MANY_COUNT / statistics.median(times[name]) if times[name] else None
     print()
-    print("%d pictures of %d x %d, medians of %d alternating runs:" % (MANY_COUNT, MANY_SIZE[0], MANY_SIZE[1], runs))
+    print("%d pictures of %d x %d, medians of %d alternating runs:" % (MANY_COUNT, size[0], size[1], runs))
     print("%-28s %12s" % ("", "pictures/s"))
     labels = {"-j 1": "quernline-batch -j 1", "-j 2": "quernline-batch -j 2",
               "xargs -P 2": "xargs -P 2, one per picture", "before -j 1": "earlier build -j 1",
@@ -391,7 +393,8 @@ def main():
             peers(batch, make_assets, tmp, work, runs, sizes, fmt_ext, help_text, before)
             if os.environ.get("PEERS_SCAN", "1") != "0":
                 scan(batch, make_assets, tmp, work, runs, help_text, before)
-            many(batch, make_assets, tmp, work, runs, fmt_ext, help_text, before)
+            for k, size in enumerate(MANY_SIZES):
+                many(batch, make_assets, tmp, work, runs, fmt_ext, help_text, size, before if k == 0 else None)
     finally:
         work.close()
     return 0
