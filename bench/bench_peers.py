@@ -3,7 +3,8 @@
 scikit-image's skeletonize, at 700 x 557, 1500 x 1500 and 5000 x 5000; then an
 A4 page at 300 dpi scanned to JPEG (grey, light noise and blur) against
 djpeg -grayscale | potrace; then 24 pictures of 700 x 557 and of 1500 x 1500
-with quernline-batch -j 1, -j 2 and xargs -P 2.
+with quernline-batch -j 1, -j 2, xargs -P 2 and two -j 1 runs of 12 at once
+(what the machine's two cores give this work without any sharing in one process).
 
 Machine speed drifts a lot between runs, so the tools run in alternation and
 only the ratios of one run mean much. Run by `make bench-peers`.
@@ -304,33 +305,42 @@ def many(batch, make_assets, tmp, work, runs, fmt_ext, help_text, size, before=N
         os.makedirs(path)
         return path
 
-    def xargs_run():
+    def xargs_run(dest):
         # One process per picture, two at a time, each writing NAME.dxf in its own folder.
-        dest = out_dir("xargs")
         start = time.perf_counter()
         done = subprocess.run(["xargs", "-0", "-P", "2", "-I", "{}", batch, src + "/{}", "{}.dxf"], cwd=dest,
                               input="".join(n + "\0" for n in names).encode(), stdout=subprocess.DEVNULL,
                               stderr=subprocess.DEVNULL)
         return time.perf_counter() - start, done.returncode
 
-    kinds = [("-j 1", ["-j", "1"]), ("-j 2", ["-j", "2"]), ("xargs -P 2", None)]
+    def halves_run(dest):
+        # Two -j 1 processes at once, half the pictures each: how far this
+        # machine's two cores take this work side by side, sharing nothing.
+        half = len(pictures) // 2
+        start = time.perf_counter()
+        both = [subprocess.Popen([batch, "-j", "1", "--out-dir", os.path.join(dest, part)] + chosen,
+                                 stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+                for part, chosen in (("a", pictures[:half]), ("b", pictures[half:]))]
+        statuses = [p.wait() for p in both]
+        return time.perf_counter() - start, max(statuses)
+
+    def jobs_run(program, jobs):
+        return lambda dest: run_wall([program, "-j", jobs, "--out-dir", dest] + pictures, os.devnull)
+
+    kinds = [("-j 1", jobs_run(batch, "1")), ("-j 2", jobs_run(batch, "2")), ("xargs -P 2", xargs_run),
+             ("two halves", halves_run)]
     if before:
-        kinds += [("before -j 1", ["-j", "1"]), ("before -j 2", ["-j", "2"])]
+        kinds += [("before -j 1", jobs_run(before, "1")), ("before -j 2", jobs_run(before, "2"))]
     times = {name: [] for name, _ in kinds}
     failed = {}
     for round_no in range(runs + 1):
-        for name, jobs in kinds:
-            if name in failed:
+        for k, (name, run) in enumerate(kinds):
+            # Every kind but xargs gives its pictures as a list, with --out-dir.
+            if name in failed or (not has_out_dir and name != "xargs -P 2"):
                 continue
-            if jobs is None:
-                seconds, status = xargs_run()
-            else:
-                if not has_out_dir:
-                    continue
-                program = before if name.startswith("before") else batch
-                dest = out_dir("j" + jobs[1])
-                seconds, status = run_wall([program] + jobs + ["--out-dir", dest] + pictures, os.devnull)
-            count = written(os.path.join(tmp, "xargs" if jobs is None else "j" + jobs[1]))
+            dest = out_dir("kind%d" % k)
+            seconds, status = run(dest)
+            count = written(dest)
             if status != 0 or count != MANY_COUNT:
                 failed[name] = "exit %d, %d drawings written" % (status, count)
             elif round_no:
@@ -343,7 +353,8 @@ def many(batch, make_assets, tmp, work, runs, fmt_ext, help_text, size, before=N
     print("%d pictures of %d x %d, medians of %d alternating runs:" % (MANY_COUNT, size[0], size[1], runs))
     print("%-28s %12s" % ("", "pictures/s"))
     labels = {"-j 1": "quernline-batch -j 1", "-j 2": "quernline-batch -j 2",
-              "xargs -P 2": "xargs -P 2, one per picture", "before -j 1": "earlier build -j 1",
+              "xargs -P 2": "xargs -P 2, one per picture", "two halves": "two -j 1 runs, 12 each",
+              "before -j 1": "earlier build -j 1",
               "before -j 2": "earlier build -j 2"}
     for name, _ in kinds:
         note = " (%s)" % failed[name] if name in failed else ("" if has_out_dir or name.startswith("x")
@@ -355,6 +366,8 @@ def many(batch, make_assets, tmp, work, runs, fmt_ext, help_text, size, before=N
 
     print("%-28s %12s" % ("-j 2 / -j 1", fmt(ratio("-j 2", "-j 1"), "%.2f", " x")))
     print("%-28s %12s" % ("-j 2 / xargs -P 2", fmt(ratio("-j 2", "xargs -P 2"), "%.2f", " x")))
+    print("%-28s %12s  (what two processes get from the two cores)" %
+          ("two -j 1 runs / -j 1", fmt(ratio("two halves", "-j 1"), "%.2f", " x")))
     if before:
         print("%-28s %12s" % ("earlier build -j 2 / -j 1", fmt(ratio("before -j 2", "before -j 1"), "%.2f", " x")))
     print("Aims: -j 2 / -j 1 at least 1.9 x, -j 2 / xargs -P 2 at least 1.0 x.")
