@@ -3,6 +3,7 @@
 #include <string>
 
 #include "base/numbers.h"
+#include "processing/local_threshold.h"
 
 namespace quern {
 
@@ -25,7 +26,7 @@ struct ThresholdSetting {
   // (a few millimetres of paper) when `dpi` is given, else from the
   // picture's short side.
   Int32 window = 0;
-  double sensitivity = 0.8;
+  double sensitivity = kDefaultSensitivity;
   double dpi = 0.0;    // the scan's resolution, 0 when not known
   double scale = 1.0;  // the rescale the picture went through since the scan
 };

@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <regex>
 
 #include "../temp_files.h"
+#include "batch/batch_args.h"
 
 namespace quern {
 namespace {
@@ -27,6 +29,29 @@ TEST(ManyPictures, LargestFilesStartFirst) {
   const RunPlan plan = planRun(args);
   ASSERT_TRUE(plan.error.empty()) << plan.error;
   EXPECT_EQ(plan.order, (std::vector<std::size_t>{2, 4, 0, 3, 1}));
+}
+
+// The threshold each way took, as the table and the page show it; without
+// --sensitivity the local threshold takes the default --help gives.
+TEST(OnePicture, SaysWhatThresholdItUsed) {
+  const std::pair<std::vector<std::string>, const char*> cases[] = {
+      {{}, "200"},
+      {{"--threshold", "90"}, "90"},
+      {{"--threshold", "auto"}, "auto [0-9]+"},
+      {{"--threshold", "local"}, "local, window [0-9]+ pixels, sensitivity 0\\.8"},
+      {{"--threshold", "local", "--local-window", "31", "--sensitivity", "0.55"},
+       "local, window 31 pixels, sensitivity 0\\.55"},
+  };
+  for (const auto& [words, told] : cases) {
+    TempFolder out;
+    std::vector<std::string> all = words;
+    all.push_back((out.path / "o.dxf").string());
+    const BatchParse parsed = parseBatchArgs(all);
+    ASSERT_TRUE(parsed.args) << parsed.error;
+    const BatchResult result = runBatch(*parsed.args);
+    ASSERT_TRUE(result.ok()) << result.error;
+    EXPECT_TRUE(std::regex_match(result.threshold, std::regex(told))) << result.threshold << " against " << told;
+  }
 }
 
 }  // namespace
