@@ -243,6 +243,8 @@ class PictureBox {
   // beyond the bitmap and nothing was drawn.
   bool stroke(Int32 ax, Int32 ay, Int32 bx, Int32 by, Colour pen);
   bool beyondBitmap(Int32 ax, Int32 ay, Int32 bx, Int32 by) const;
+  // A one-pixel pen that paints its colour as it is: pixels are set in place.
+  bool plainPen() const { return DrawWidth <= 1 && DrawMode == 13; }
   void plainStroke(Colour* bits, Int32 ax, Int32 ay, Int32 bx, Int32 by, Colour pen) const;
   void touch() { ++version_; }
   // The bitmap now is `picture`'s own pixels, as they are; an image taken of

@@ -84,9 +84,9 @@ void PictureBox::Lines(std::span<const float> ends, std::optional<Colour> colour
   const Colour pen = resolveColour(colour.value_or(ForeColor));
   const double ux = unitsPerPixelX(scaleMode_);
   const double uy = unitsPerPixelY(scaleMode_);
-  // A one-pixel pen that paints its colour as it is sets pixels in place,
-  // with the bitmap made this box's own at the first line drawn.
-  const bool plain = DrawWidth <= 1 && DrawMode == 13;
+  // A plain pen's lines are drawn here, with the bitmap made this box's own
+  // at the first line drawn.
+  const bool plain = plainPen();
   Colour* bits = nullptr;
   bool drawn = false;
   // A line that starts where the last one ended takes that end's pixel
@@ -162,7 +162,7 @@ void PictureBox::plainStroke(Colour* bits, Int32 ax, Int32 ay, Int32 bx, Int32 b
 bool PictureBox::stroke(Int32 ax, Int32 ay, Int32 bx, Int32 by, Colour pen) {
   if (beyondBitmap(ax, ay, bx, by)) return false;
   Colour* const bits = mutableBits();
-  if (DrawWidth <= 1 && DrawMode == 13) {
+  if (plainPen()) {
     plainStroke(bits, ax, ay, bx, by, pen);
   } else {
     bresenham(ax, ay, bx, by, [&](Int32 x, Int32 y) { dot(x, y, pen); });
