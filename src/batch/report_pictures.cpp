@@ -1,6 +1,7 @@
 #include "batch/report_pictures.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 #ifdef __SSE2__
@@ -56,6 +57,26 @@ std::size_t runLength(const std::uint8_t* at, std::size_t most) {
   return n;
 }
 
+// The first place in [from, stop) where three equal bytes start, or stop;
+// the three bytes from any place before `stop` lie in the row.
+std::size_t threeAlike(const std::uint8_t* row, std::size_t from, std::size_t stop) {
+  std::size_t at = from;
+#ifdef __SSE2__
+  // Sixteen places a step: each byte against the next and the one after.
+  for (; at + 16 <= stop; at += 16) {
+    const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + at));
+    const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + at + 1));
+    const __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + at + 2));
+    const int alike = _mm_movemask_epi8(_mm_and_si128(_mm_cmpeq_epi8(a, b), _mm_cmpeq_epi8(a, c)));
+    if (alike != 0) return at + static_cast<std::size_t>(std::countr_zero(static_cast<unsigned>(alike)));
+  }
+#endif
+  for (; at < stop; ++at) {
+    if (row[at] == row[at + 1] && row[at] == row[at + 2]) return at;
+  }
+  return stop;
+}
+
 // The picture's rows bottom up as BMP's eight-bit runs, into `to`: a run
 // of one grey as its length and the grey, a stretch without runs of three
 // as its bytes, each row closed, then the picture. The length written, or 0
@@ -78,8 +99,11 @@ std::size_t runsInto(const ReviewPicture& picture, char* to, std::size_t room) {
         x += run;
         continue;
       }
-      std::size_t end = x + 1;
-      while (end < w && end - x < 255 && !(end + 2 < w && row[end] == row[end + 1] && row[end] == row[end + 2])) ++end;
+      // A stretch runs to where three alike start, or 255 bytes on.
+      const std::size_t most = std::min(w, x + 255);
+      const std::size_t stop = std::min(most, w - std::min<std::size_t>(w, 2));
+      const std::size_t alike = x + 1 < stop ? threeAlike(row, x + 1, stop) : stop;
+      const std::size_t end = alike < stop ? alike : most;
       const std::size_t n = end - x;
       if (n < 3) {
         // Shorter stretches have no form of their own: runs of one.

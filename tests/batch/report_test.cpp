@@ -277,6 +277,34 @@ TEST(ReportThumbnail, RunLengthCodedPicturesReadBackAsWritten) {
   }
 }
 
+// Three alike end a stretch wherever they lie in it, and are coded as a run:
+// greys that differ but for three alike at k and two alike that stay in a
+// stretch, then white, over rows of white that make coding pay. Sixty greys
+// are searched sixteen at a time, fourteen one at a time.
+TEST(ReportThumbnail, ThreeAlikeEndAStretchWhereverTheyLie) {
+  const auto stretch = [](std::size_t n) { return n == 0 ? 0 : n < 3 ? 2 * n : 2 + n + n % 2; };
+  for (const auto& [greys, whites] : {std::pair<std::size_t, std::size_t>{60, 200}, {14, 4}}) {
+    const std::size_t w = greys + whites;
+    const std::size_t whiteRuns = 2 * ((w + 254) / 255);
+    const std::size_t two = greys - 5;
+    for (std::size_t k = 0; k + 3 <= greys; ++k) {
+      // The two alike neither touch the three nor start a stretch.
+      if (k + 3 >= two && k <= two + 1) continue;
+      ReviewPicture picture{static_cast<Int32>(w), 8, std::vector<std::uint8_t>(w * 8, 254)};
+      for (std::size_t x = 0; x < greys; ++x)
+        picture.pixels[x] = static_cast<std::uint8_t>(x >= k && x < k + 3 ? 200 : x == two || x == two + 1 ? 100 : x);
+      const std::string bmp = bmpFileOf(picture, kRed);
+      ASSERT_EQ(bmp[30], 1) << greys << ", " << k;
+      const std::size_t coded =
+          static_cast<unsigned char>(bmp[34]) | static_cast<std::size_t>(static_cast<unsigned char>(bmp[35])) << 8;
+      // The stretch before, the run of three, the stretch after and the white,
+      // each row's end, and the picture's.
+      const std::size_t first = stretch(k) + 2 + stretch(greys - k - 3) + 2 * ((whites + 254) / 255);
+      EXPECT_EQ(coded, first + 2 + 7 * (whiteRuns + 2) + 2) << greys << ", " << k;
+    }
+  }
+}
+
 TEST(ReportThumbnail, DataUriIsBase64WithPadding) {
   const std::pair<const char*, const char*> cases[] = {
       {"", ""},
