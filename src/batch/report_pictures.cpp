@@ -102,7 +102,7 @@ std::size_t runsInto(const ReviewPicture& picture, char* to, std::size_t room) {
       // A stretch runs to where three alike start, or 255 bytes on.
       const std::size_t most = std::min(w, x + 255);
       const std::size_t stop = std::min(most, w - std::min<std::size_t>(w, 2));
-      const std::size_t alike = x + 1 < stop ? threeAlike(row, x + 1, stop) : stop;
+      const std::size_t alike = threeAlike(row, x + 1, stop);
       const std::size_t end = alike < stop ? alike : most;
       const std::size_t n = end - x;
       if (n < 3) {
