@@ -12,6 +12,10 @@
 
 #include "base/errors.h"
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace quern {
 
 using Int16 = std::int16_t;
@@ -57,10 +61,22 @@ inline Int16 roundToInt16(double v) {
   return static_cast<Int16>(r);
 }
 
-inline Int32 roundToInt32(double v) {
+// Out of line: the checks and the message cost a call only where they matter.
+[[gnu::noinline, gnu::cold]] inline Int32 roundToInt32Checked(double v) {
   const double r = roundHalfEven(v);
   if (r < -2147483648.0 || r > 2147483647.0) throw OverflowError("Overflow: " + std::to_string(v) + " does not fit a 32-bit integer");
   return static_cast<Int32>(r);
+}
+
+inline Int32 roundToInt32(double v) {
+#ifdef __SSE2__
+  // One conversion in the current rounding mode, as nearbyint rounds; it
+  // gives INT32_MIN for every value out of range and for not-a-number, which
+  // the checked way then tells from a true -2147483648.
+  const int r = _mm_cvtsd_si32(_mm_set_sd(v));
+  if (r != std::numeric_limits<Int32>::min()) [[likely]] return r;
+#endif
+  return roundToInt32Checked(v);
 }
 
 // The colour split used throughout: on a valid colour these are its bytes;

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <functional>
+#include <limits>
 
 #include "base/host.h"
 #include "base/line_tables.h"
@@ -31,6 +32,13 @@ TEST(Numbers, NarrowIntegersThrowInsteadOfWrapping) {
   EXPECT_THROW(roundToInt16(32767.5), OverflowError);
   EXPECT_EQ(roundToInt16(-32768.4), -32768);
   EXPECT_THROW(roundToInt32(2147483647.5), OverflowError);
+  // The ends of the range, and what lies just past them or is no number.
+  EXPECT_EQ(roundToInt32(-2147483648.4), std::numeric_limits<Int32>::min());
+  EXPECT_EQ(roundToInt32(2147483647.4), std::numeric_limits<Int32>::max());
+  for (const double outside : {-2147483648.6, 2147483648.0, 1e300, -1e300, std::numeric_limits<double>::infinity(),
+                               std::numeric_limits<double>::quiet_NaN()}) {
+    EXPECT_THROW(roundToInt32(outside), OverflowError) << outside;
+  }
 }
 
 TEST(Numbers, ColourSplitGivesBytesAndTheDocumentedValuesForMinusOne) {
