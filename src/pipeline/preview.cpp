@@ -31,20 +31,25 @@ float previewFactor(Int32 originalWidth, Int32 thinnedWidth) {
   return toFloat32(static_cast<double>(originalWidth) / static_cast<double>(thinnedWidth));
 }
 
+std::vector<float> segmentEnds(const RecordTable& table, float factor) {
+  const Int32 last = std::min(table.count(), table.lastRecord());
+  std::vector<float> ends;
+  ends.reserve(4 * static_cast<std::size_t>(std::max(last, 0)));
+  for (Int32 i = 1; i <= last; ++i) {
+    const LineRecord& r = table[i];
+    ends.insert(ends.end(), {factor * r.x1, factor * r.y1, factor * r.x2, factor * r.y2});
+  }
+  return ends;
+}
+
 void drawSegments(const RecordTable& table, PictureBox& box, float factor, const std::function<void()>& afterEachLine,
                   std::optional<Colour> colour) {
-  const Int32 last = std::min(table.count(), table.lastRecord());
   if (!afterEachLine) {
     // Nothing to run between lines: all of them in one call.
-    std::vector<float> ends;
-    ends.reserve(4 * static_cast<std::size_t>(std::max(last, 0)));
-    for (Int32 i = 1; i <= last; ++i) {
-      const LineRecord& r = table[i];
-      ends.insert(ends.end(), {factor * r.x1, factor * r.y1, factor * r.x2, factor * r.y2});
-    }
-    box.Lines(ends, colour);
+    box.Lines(segmentEnds(table, factor), colour);
     return;
   }
+  const Int32 last = std::min(table.count(), table.lastRecord());
   for (Int32 i = 1; i <= last; ++i) {
     const LineRecord& r = table[i];
     box.Line(factor * r.x1, factor * r.y1, factor * r.x2, factor * r.y2, colour);

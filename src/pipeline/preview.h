@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <optional>
+#include <vector>
 
 #include "base/line_tables.h"
 #include "surface/picture_box.h"
@@ -33,6 +34,9 @@ void layOutPreview(PictureBox& box, Int32 pictureWidth, Int32 pictureHeight);
 // Pixels of the original per pixel of the thinned picture: the two widths
 // divided in 64 bits, held in 32. One factor serves both axes.
 float previewFactor(Int32 originalWidth, Int32 thinnedWidth);
+
+// The ends drawSegments draws, x1, y1, x2, y2 for each record, scaled by `factor`.
+std::vector<float> segmentEnds(const RecordTable& table, float factor);
 
 // Draws each record of the table, separators and the record past the last
 // one included, as a line scaled by `factor` in `colour` (red by default; no

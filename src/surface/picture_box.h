@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "base/numbers.h"
@@ -101,6 +102,9 @@ class PictureBox {
   // Line for each four values of `ends` (x1, y1, x2, y2) in one colour, the
   // scale and the pen looked up once for all.
   void Lines(std::span<const float> ends, std::optional<Colour> colour = std::nullopt);
+  // The pixels Lines draws with a one-pixel pen, set to `value` in `greys`,
+  // a byte for each of the box's pixels, rows top down, instead of in the box.
+  void LinesInto(std::span<const float> ends, std::uint8_t* greys, std::uint8_t value) const;
   void Circle(float x, float y, float radius, std::optional<Colour> colour = std::nullopt);
   void PaintPicture(const Picture& pic, float x1, float y1, std::optional<float> width1 = std::nullopt,
                     std::optional<float> height1 = std::nullopt, std::optional<float> x2 = std::nullopt,
@@ -127,6 +131,12 @@ class PictureBox {
     void row(Int32 y, const Colour* pixels);
     // A row of a picture kept as greys, a byte a pixel (one kind of row a painting).
     void row(Int32 y, const std::uint8_t* greys);
+    // Paints into `greys` instead of the box: a byte for each of the box's
+    // pixels, rows top down, each the grey of what would have been painted
+    // there (a grey row's own byte, a colour's luminance) but no lighter than
+    // `lightest`. Pixels the painting does not reach are left as they are.
+    // Copies only; call it before the first row.
+    void intoGreys(std::uint8_t* greys, std::uint8_t lightest);
     // The rows it takes: [first, end), empty when it paints nothing.
     Int32 firstRow() const { return bands_.empty() ? 0 : bands_.front().from; }
     Int32 endRow() const { return bands_.empty() ? 0 : bands_.back().to; }
@@ -149,6 +159,7 @@ class PictureBox {
     };
     void take(Int32 y, const void* pixels, bool grey);
     void finishBand(const Band& band, const void* const* rows);
+    void paintGreys(const Band& band, const void* const* rows);
     // The band's rows ANDed into `acc`, then each box pixel's columns into `line`.
     template <typename Pixel>
     void fold(const Band& band, const void* const* rows, Pixel* acc, Pixel* line);
@@ -178,9 +189,27 @@ class PictureBox {
     std::size_t drawn_ = 0;
     std::vector<Colour> acc_;
     std::vector<Colour> line_;
+    // Grey box pixels gathered sixteen at a time by byte shuffles: a group
+    // of sixteen box columns whose window ends lie in at most kShuffleBlocks
+    // blocks of sixteen bytes of `acc` from `base` on. `shuffleMasks_` holds
+    // for each group and block the shuffle of the first ends, then of the
+    // second; -1 (no shuffles) until planned.
+    struct ShuffleGroup {
+      Int32 first;
+      Int32 base;
+      Int32 blocks;
+      std::size_t masks;  // where its shuffles start in shuffleMasks_
+    };
+    static constexpr Int32 kShuffleBlocks = 8;
+    void planShuffles();
+    std::vector<ShuffleGroup> shuffleGroups_;
+    std::vector<std::uint8_t> shuffleMasks_;
+    Int32 shuffledTo_ = -1;
     std::size_t band_ = 0;
     Int32 next_ = 0;
     Colour* out_ = nullptr;
+    std::uint8_t* greyOut_ = nullptr;
+    std::uint8_t lightest_ = 0xFF;
   };
 
   void Cls();
@@ -247,6 +276,10 @@ class PictureBox {
   bool plainPen() const { return DrawWidth <= 1 && DrawMode == 13; }
   void plainStroke(Colour* bits, Int32 ax, Int32 ay, Int32 bx, Int32 by, Colour pen) const;
   void touch() { ++version_; }
+  // Each line of `ends` as the pixels of its two ends; the lines that can
+  // show in the bitmap go to `draw`, and the last end is returned.
+  template <typename Draw>
+  std::pair<float, float> eachLine(std::span<const float> ends, Draw draw) const;
   // The bitmap now is `picture`'s own pixels, as they are; an image taken of
   // it keeps what the picture is known to be until the box draws.
   void shown(const PictureData& picture) { greyBitmap_ = picture.grey() ? bitmap_.get() : nullptr; }

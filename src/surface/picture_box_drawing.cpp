@@ -80,15 +80,10 @@ void PictureBox::Line(float x1, float y1, float x2, float y2, std::optional<Colo
   CurrentY = y2;
 }
 
-void PictureBox::Lines(std::span<const float> ends, std::optional<Colour> colour) {
-  const Colour pen = resolveColour(colour.value_or(ForeColor));
+template <typename Draw>
+std::pair<float, float> PictureBox::eachLine(std::span<const float> ends, Draw draw) const {
   const double ux = unitsPerPixelX(scaleMode_);
   const double uy = unitsPerPixelY(scaleMode_);
-  // A plain pen's lines are drawn here, with the bitmap made this box's own
-  // at the first line drawn.
-  const bool plain = plainPen();
-  Colour* bits = nullptr;
-  bool drawn = false;
   // A line that starts where the last one ended takes that end's pixel
   // rather than working it out again.
   float lastX = 0.0F;
@@ -103,14 +98,27 @@ void PictureBox::Lines(std::span<const float> ends, std::optional<Colour> colour
     lastY = ends[i + 3];
     bx = roundToInt32(lastX / ux);
     by = roundToInt32(lastY / uy);
+    if (!beyondBitmap(ax, ay, bx, by)) draw(ax, ay, bx, by);
+  }
+  return {lastX, lastY};
+}
+
+void PictureBox::Lines(std::span<const float> ends, std::optional<Colour> colour) {
+  const Colour pen = resolveColour(colour.value_or(ForeColor));
+  // A plain pen's lines are drawn here, with the bitmap made this box's own
+  // at the first line drawn.
+  const bool plain = plainPen();
+  Colour* bits = nullptr;
+  bool drawn = false;
+  const auto [lastX, lastY] = eachLine(ends, [&](Int32 ax, Int32 ay, Int32 bx, Int32 by) {
     if (!plain) {
       drawn = stroke(ax, ay, bx, by, pen) || drawn;
-    } else if (!beyondBitmap(ax, ay, bx, by)) {
-      if (!bits) bits = mutableBits();
-      plainStroke(bits, ax, ay, bx, by, pen);
-      drawn = true;
+      return;
     }
-  }
+    if (!bits) bits = mutableBits();
+    plainStroke(bits, ax, ay, bx, by, pen);
+    drawn = true;
+  });
   if (ends.size() >= 4) {
     CurrentX = lastX;
     CurrentY = lastY;
@@ -156,6 +164,14 @@ template <typename Put>
 void PictureBox::plainStroke(Colour* bits, Int32 ax, Int32 ay, Int32 bx, Int32 by, Colour pen) const {
   bresenham(ax, ay, bx, by, [&](Int32 x, Int32 y) {
     if (x >= 0 && y >= 0 && x < innerW_ && y < innerH_) bits[static_cast<std::size_t>(y) * innerW_ + x] = pen;
+  });
+}
+
+void PictureBox::LinesInto(std::span<const float> ends, std::uint8_t* greys, std::uint8_t value) const {
+  eachLine(ends, [&](Int32 ax, Int32 ay, Int32 bx, Int32 by) {
+    bresenham(ax, ay, bx, by, [&](Int32 x, Int32 y) {
+      if (x >= 0 && y >= 0 && x < innerW_ && y < innerH_) greys[static_cast<std::size_t>(y) * innerW_ + x] = value;
+    });
   });
 }
 

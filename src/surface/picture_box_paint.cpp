@@ -2,6 +2,10 @@
 #include <cmath>
 #include <string>
 
+#if defined(__x86_64__) || defined(__i386__)
+#include <immintrin.h>
+#endif
+
 #include "base/errors.h"
 #include "surface/picture_box.h"
 
@@ -42,6 +46,38 @@ std::vector<Span> spans(Int32 destLength, double srcStart, double srcLength) {
   }
   return out;
 }
+
+#if defined(__x86_64__) || defined(__i386__)
+// Sixteen bytes, each the AND of two bytes of the blocks from `from`: one
+// picked by `firsts`, one by `seconds`, a shuffle of each block for each
+// (an index of 0x80 picks nothing from a block).
+template <int Blocks>
+[[gnu::target("ssse3")]] void shuffleGroup(const std::uint8_t* from, const std::uint8_t* masks, std::uint8_t* to) {
+  __m128i a = _mm_setzero_si128();
+  __m128i b = _mm_setzero_si128();
+  for (int k = 0; k < Blocks; ++k) {
+    const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + 16 * k));
+    a = _mm_or_si128(a, _mm_shuffle_epi8(block, _mm_loadu_si128(reinterpret_cast<const __m128i*>(masks + 32 * k))));
+    b = _mm_or_si128(b,
+                     _mm_shuffle_epi8(block, _mm_loadu_si128(reinterpret_cast<const __m128i*>(masks + 32 * k + 16))));
+  }
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_and_si128(a, b));
+}
+
+using Shuffle = void (*)(const std::uint8_t*, const std::uint8_t*, std::uint8_t*);
+constexpr Shuffle kShuffles[] = {shuffleGroup<1>, shuffleGroup<2>, shuffleGroup<3>, shuffleGroup<4>,
+                                 shuffleGroup<5>, shuffleGroup<6>, shuffleGroup<7>, shuffleGroup<8>};
+
+bool shufflesWork() {
+  static const bool work = __builtin_cpu_supports("ssse3");
+  return work;
+}
+#else
+bool shufflesWork() {
+  return false;
+}
+#endif
+
 }  // namespace
 
 PictureBox::RowPainter::RowPainter(PictureBox& box, Int32 pw, Int32 ph, float x1, float y1, std::optional<float> width1,
@@ -122,10 +158,41 @@ PictureBox::RowPainter::RowPainter(PictureBox& box, Int32 pw, Int32 ph, float x1
   line_.resize(static_cast<std::size_t>(iTo_));
 }
 
+void PictureBox::RowPainter::planShuffles() {
+  shuffledTo_ = iFrom_;
+  // A block read from the last group's base on may reach past the picture's columns.
+  greyAcc_.assign(acc_.size() + 16 * kShuffleBlocks, 0);
+  if (window_ == 0 || !shufflesWork()) return;
+  const Int32 last = window_;
+  for (Int32 first = iFrom_; first + 16 <= iTo_; first += 16) {
+    const Columns* c = columns_.data() + first;
+    const Int32 base = c[0].from;
+    const Int32 blocks = (c[15].to - last - base) / 16 + 1;
+    if (blocks > kShuffleBlocks) break;
+    const std::size_t at = shuffleMasks_.size();
+    shuffleGroups_.push_back({first, base, blocks, at});
+    shuffleMasks_.resize(at + static_cast<std::size_t>(32 * blocks), 0x80);
+    for (Int32 k = 0; k < 16; ++k) {
+      const Int32 ends[2] = {c[k].from - base, c[k].to - last - base};
+      for (int e = 0; e < 2; ++e) {
+        shuffleMasks_[at + static_cast<std::size_t>(32 * (ends[e] / 16) + 16 * e + k)] =
+            static_cast<std::uint8_t>(ends[e] % 16);
+      }
+    }
+    shuffledTo_ = first + 16;
+  }
+}
+
 void PictureBox::RowPainter::gatherRows() {
   // About a quarter of a megabyte of rows.
   const std::size_t width = std::max<std::size_t>(acc_.size(), 1);
   deferRows_ = std::max<std::size_t>(1, (std::size_t{256} << 10) / (sizeof(Colour) * width));
+}
+
+void PictureBox::RowPainter::intoGreys(std::uint8_t* greys, std::uint8_t lightest) {
+  if (op_ != kOpcodeCopy) throw SurfaceError("Invalid procedure call: only a copy paints greys");
+  greyOut_ = greys;
+  lightest_ = lightest;
 }
 
 void PictureBox::RowPainter::row(Int32 y, const Colour* pixels) {
@@ -191,7 +258,17 @@ void PictureBox::RowPainter::fold(const Band& band, const void* const* rows, Pix
       for (Int32 u = uFrom; u + w < uTo; ++u) acc[u] &= acc[u + w];
     }
     const Int32 last = window_;
-    for (Int32 i = iFrom; i < iTo; ++i) line[i] = a[columns[i].from] & a[columns[i].to - last];
+    Int32 i = iFrom;
+#if defined(__x86_64__) || defined(__i386__)
+    if constexpr (sizeof(Pixel) == 1) {
+      for (const ShuffleGroup& g : shuffleGroups_) {
+        const std::uint8_t* masks = shuffleMasks_.data() + g.masks;
+        kShuffles[g.blocks - 1](a + g.base, masks, line + g.first);
+      }
+      i = shuffledTo_;
+    }
+#endif
+    for (; i < iTo; ++i) line[i] = a[columns[i].from] & a[columns[i].to - last];
     return;
   }
   // Spans of widths further apart, as where the picture is cut off at an
@@ -224,8 +301,12 @@ void PictureBox::RowPainter::finishBand(const Band& band, const void* const* row
   const Int32 iFrom = iFrom_;
   const Int32 iTo = iTo_;
   Colour* __restrict line = line_.data();
+  if (greyOut_) {
+    paintGreys(band, rows);
+    return;
+  }
   if (greyRows_) {
-    if (greyAcc_.empty()) greyAcc_.resize(acc_.size());
+    if (shuffledTo_ < 0) planShuffles();
     if (greyLine_.empty()) greyLine_.resize(line_.size());
     std::uint8_t* const greyLine = greyLine_.data();
     fold<std::uint8_t>(band, rows, greyAcc_.data(), greyLine);
@@ -249,6 +330,32 @@ void PictureBox::RowPainter::finishBand(const Band& band, const void* const* row
     }
   }
   if (&band == &bands_.back()) box_->touch();
+}
+
+void PictureBox::RowPainter::paintGreys(const Band& band, const void* const* rows) {
+  const Int32 iFrom = iFrom_;
+  const Int32 iTo = iTo_;
+  if (greyLine_.empty()) greyLine_.resize(line_.size());
+  std::uint8_t* __restrict greyLine = greyLine_.data();
+  const std::uint8_t lightest = lightest_;
+  if (greyRows_) {
+    if (shuffledTo_ < 0) planShuffles();
+    fold<std::uint8_t>(band, rows, greyAcc_.data(), greyLine);
+    for (Int32 i = iFrom; i < iTo; ++i) greyLine[i] = std::min(greyLine[i], lightest);
+  } else {
+    Colour* __restrict line = line_.data();
+    fold<Colour>(band, rows, acc_.data(), line);
+    for (Int32 i = iFrom; i < iTo; ++i) {
+      // The luminance rounded to a whole grey.
+      const auto c = static_cast<std::uint32_t>(line[i]);
+      const std::uint32_t grey = (30 * (c & 0xFF) + 59 * (c >> 8 & 0xFF) + 11 * (c >> 16 & 0xFF) + 50) / 100;
+      greyLine[i] = static_cast<std::uint8_t>(std::min<std::uint32_t>(grey, lightest));
+    }
+  }
+  for (Int32 ty = band.firstRow; ty <= band.lastRow; ++ty) {
+    std::uint8_t* row = greyOut_ + static_cast<std::size_t>(ty) * box_->innerW_ + dx0_;
+    std::copy(greyLine + iFrom, greyLine + iTo, row + iFrom);
+  }
 }
 
 void PictureBox::PaintPicture(const Picture& pic, float x1, float y1, std::optional<float> width1,

@@ -102,6 +102,17 @@ TEST(PictureBox, LinesDrawWhatLineDrawsOneByOne) {
         << "pen " << pen.width << ", mode " << pen.mode;
     EXPECT_EQ(all.CurrentX, one.CurrentX);
     EXPECT_EQ(all.CurrentY, one.CurrentY);
+    if (pen.width != 1 || pen.mode != 13) continue;
+    // Drawn into greys instead: the same pixels, the box left as it was.
+    std::vector<std::uint8_t> greys(60 * 40, 1);
+    PictureBox layout = boxOf(60, 40);
+    layout.setScaleWidth(45);
+    layout.setScaleHeight(30);
+    layout.LinesInto(ends, greys.data(), 9);
+    for (std::size_t i = 0; i < greys.size(); ++i) {
+      ASSERT_EQ(greys[i], all.bits()[i] == kRed ? 9 : 1) << "drawn into greys, at " << i;
+    }
+    EXPECT_NE(layout.bits()[0], kRed);
   }
 }
 
@@ -264,6 +275,17 @@ TEST(PictureBox, ImagesOfAGreyPictureAreKnownGreyUntilTheBoxDraws) {
   }
 }
 
+// Paper with a bit of ink here and there: one pixel in five has a bit of
+// each byte cleared, so that the AND of a wide span still tells its pixels.
+Picture paperNoise(Int32 w, Int32 h, std::uint32_t seed) {
+  std::vector<Colour> px(static_cast<std::size_t>(w) * h, 0xFFFFFF);
+  for (Colour& c : px) {
+    seed = seed * 1664525U + 1013904223U;
+    if (seed >> 29 < 2) c &= ~(0x010101U << (seed >> 8) % 8);
+  }
+  return makePicture(w, h, std::move(px));
+}
+
 // Rows handed over one by one, each from a buffer of its own, paint what
 // PaintPicture paints from the whole picture, wherever the picture lands and
 // whatever part of it is taken; so does a picture kept as greys, painted
@@ -287,9 +309,21 @@ TEST(Stretch, ARowPainterPaintsWhatPaintPicturePaints) {
       {"a part past the picture", 10, 10, 8, 8, 1, 1, 6, 6, 6, 7, 8, 8, kOpcodeCopy},
       {"ANDed over the box", 14, 21, 7, 7, 0, 0, 7, 7, none, none, none, none, kOpcodeAnd},
       {"inverted over the box", 14, 21, 7, 9, 1, 0, 5, 9, none, none, none, none, kOpcodeInvert},
+      // Wide enough for greys to be gathered sixteen box pixels at a time,
+      // from one to eight blocks of picture columns, and past that one by one.
+      {"wide, shrunk by 1.75", 91, 7, 52, 4, 0, 0, 52, 4, none, none, none, none, kOpcodeCopy},
+      {"wide, shrunk by 1.1", 55, 3, 50, 3, 0, 0, 50, 3, none, none, none, none, kOpcodeCopy},
+      {"wide, shrunk by three", 150, 6, 50, 2, 0, 0, 50, 2, none, none, none, none, kOpcodeCopy},
+      {"wide, shrunk by 3.9", 195, 8, 50, 2, 0, 0, 50, 2, none, none, none, none, kOpcodeCopy},
+      {"wide, shrunk by 4.5", 180, 9, 40, 2, 0, 0, 40, 2, none, none, none, none, kOpcodeCopy},
+      {"wide, shrunk by 7.5", 300, 8, 40, 1, 0, 0, 40, 1, none, none, none, none, kOpcodeCopy},
+      {"wide, shrunk by nine", 360, 9, 40, 1, 0, 0, 40, 1, none, none, none, none, kOpcodeCopy},
+      {"wide, a part past the right", 120, 4, 40, 2, 0, 0, 40, 2, 30, 0, 120, 4, kOpcodeCopy},
   };
   for (const Case& c : cases) {
-    const Picture src = testing::noisePicture(c.sw, c.sh, static_cast<std::uint32_t>(c.sw * 31 + c.bh));
+    const auto seed = static_cast<std::uint32_t>(c.sw * 31 + c.bh);
+    const Picture src = std::string_view(c.name).starts_with("wide") ? paperNoise(c.sw, c.sh, seed)
+                                                                     : testing::noisePicture(c.sw, c.sh, seed);
     PictureBox whole = boxOf(c.bw, c.bh, 0x5A6B7C);
     whole.PaintPicture(src, c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
     // The same picture's blue bytes, once as colours and once kept as greys.
@@ -304,6 +338,30 @@ TEST(Stretch, ARowPainterPaintsWhatPaintPicturePaints) {
     PictureBox fromColours = boxOf(c.bw, c.bh, 0x5A6B7C);
     fromColours.PaintPicture(makePicture(c.sw, c.sh, colours), c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
     EXPECT_EQ(fromGreys.Image()->pixels(), fromColours.Image()->pixels()) << c.name << ", greys";
+    // Painted as greys instead, from colour rows or grey rows: each pixel
+    // the grey of the box's, no lighter than asked; those not reached kept.
+    for (const bool greyRows : {false, true}) {
+      if (c.op != kOpcodeCopy) break;
+      const PictureBox& box = greyRows ? fromGreys : whole;
+      PictureBox layout = boxOf(c.bw, c.bh, 0x5A6B7C);
+      std::vector<std::uint8_t> shown(static_cast<std::size_t>(c.bw) * c.bh, 7);
+      PictureBox::RowPainter painter(layout, c.sw, c.sh, c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
+      painter.intoGreys(shown.data(), 200);
+      for (Int32 y = 0; y < c.sh; ++y) {
+        if (greyRows) {
+          painter.row(y, greys.get() + static_cast<std::ptrdiff_t>(y) * c.sw);
+        } else {
+          painter.row(y, src->data() + static_cast<std::ptrdiff_t>(y) * c.sw);
+        }
+      }
+      for (Int32 i = 0; i < c.bw * c.bh; ++i) {
+        const Colour p = box.bits()[i];
+        const Int32 grey = (30 * redOf(p) + 59 * greenOf(p) + 11 * blueOf(p) + 50) / 100;
+        ASSERT_EQ(shown[static_cast<std::size_t>(i)], p == 0x5A6B7C ? 7 : std::min(grey, 200))
+            << c.name << (greyRows ? ", grey rows" : ", colour rows") << " painted as greys at " << i;
+      }
+      EXPECT_EQ(layout.bits()[0], 0x5A6B7C) << c.name << ": the box is left as it was";
+    }
     // Box rows drawn as their rows come, and gathered.
     for (const bool gather : {false, true}) {
       PictureBox rows = boxOf(c.bw, c.bh, 0x5A6B7C);
