@@ -1,7 +1,7 @@
 // The review page's share of a picture's run, part by part, on a 1200 x 900
-// line drawing: the original painted into the preview box, the centre lines
-// drawn over it, and the grey picture, its halving and their files; and the
-// file of a scan's grey picture.
+// line drawing: the original painted into the preview box, or as greys into
+// the page's own preview, the centre lines drawn over it, and the page's
+// pictures coded for it; and the file of a scan's grey picture.
 
 #include <benchmark/benchmark.h>
 
@@ -69,6 +69,34 @@ void BM_PreviewPaintGreys(benchmark::State& state) {
 }
 BENCHMARK(BM_PreviewPaintGreys)->Unit(benchmark::kMicrosecond);
 
+// The review page's own preview painted as greys, as a batch with --report
+// and no preview folder paints it.
+void BM_ReviewPaintGreys(benchmark::State& state) {
+  const Picture colours = bench::makeLineDrawing(kWidth, kHeight, 7);
+  std::vector<std::uint8_t> greys(static_cast<std::size_t>(kWidth) * kHeight);
+  for (std::size_t i = 0; i < greys.size(); ++i) greys[i] = static_cast<std::uint8_t>(colours->data()[i] & 0xFF);
+  for (auto _ : state) {
+    PictureBox box = laidOut();
+    ReviewPicture page = blankReview(box);
+    PictureBox::RowPainter painter = originalPainter(box, kWidth, kHeight);
+    painter.intoGreys(page.pixels.data(), kReviewLine - 1);
+    for (Int32 y = 0; y < kHeight; ++y) painter.row(y, greys.data() + static_cast<std::size_t>(y) * kWidth);
+    benchmark::DoNotOptimize(page.pixels.data());
+  }
+}
+BENCHMARK(BM_ReviewPaintGreys)->Unit(benchmark::kMicrosecond);
+
+void BM_ReviewLines(benchmark::State& state) {
+  const RecordTable table = segments();
+  const PictureBox box = laidOut();
+  ReviewPicture page = blankReview(box);
+  for (auto _ : state) {
+    box.LinesInto(segmentEnds(table, 1.0F), page.pixels.data(), kReviewLine);
+    benchmark::DoNotOptimize(page.pixels.data());
+  }
+}
+BENCHMARK(BM_ReviewLines)->Unit(benchmark::kMicrosecond);
+
 void BM_PreviewLines(benchmark::State& state) {
   const RecordTable table = segments();
   PictureBox box = laidOut();
@@ -86,9 +114,9 @@ void BM_ReviewPictures(benchmark::State& state) {
   drawSegments(segments(), box, 1.0F);
   std::size_t preview = 0;
   std::size_t thumbnail = 0;
+  const ReviewPicture page = reviewPicture(box, kRed);
   for (auto _ : state) {
-    const ReviewPicture page = reviewPicture(box, kRed);
-    preview = bmpFileOf(page, kRed).size();
+    preview = dataUri("image/bmp", bmpFileOf(page, kRed)).size();
     thumbnail = dataUri("image/bmp", bmpFileOf(halved(page), kRed)).size();
     benchmark::DoNotOptimize(preview + thumbnail);
   }

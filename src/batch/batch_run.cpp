@@ -37,6 +37,13 @@ namespace quern {
 
 namespace {
 
+// The folder a file of the page's goes into, made when the first one is
+// written there; a folder that cannot be made is told of by the writing.
+void makeFolderFor(const std::string& file) {
+  std::error_code made;
+  std::filesystem::create_directories(std::filesystem::path(file).parent_path(), made);
+}
+
 // The terminal's progress line: a line for each stage that reports, its bar
 // at the fraction the stage has done.
 FractionReport progressReport(ProgressLine* progress) {
@@ -190,14 +197,21 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
   // preview asked for fails the writing.
   std::optional<PictureBox> box;
   std::optional<PictureBox::RowPainter> painter;
+  // The review page's own preview, when no other was asked for, is painted
+  // as greys: the box then only lays it out and draws nothing.
+  std::optional<ReviewPicture> painted;
   std::string noBox;
   try {
     if (preview || review != Review::none) {
       box = previewBox(result.width, result.height);
+      if (review == Review::thumbnailAndPagePreview) painted = blankReview(*box);
       if (params.keepOriginal) painter.emplace(originalPainter(*box, result.width, result.height));
+      if (painter && painted) painter->intoGreys(painted->pixels.data(), kReviewLine - 1);
     }
   } catch (const QuernError& e) {
     box.reset();
+    painter.reset();
+    painted.reset();
     noBox = e.what();
   }
   RowSink originalRows;
@@ -227,7 +241,9 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
     if (review != Review::none && box) {
       // The review page shows what was refused; nothing is written for it.
       try {
-        result.thumbnail = previewImages(*box, nullptr, 1.0F, std::nullopt, review).thumbnail;
+        PreviewImages images = previewImages(*box, painted ? &*painted : nullptr, nullptr, 1.0F, std::nullopt, review);
+        result.thumbnail = std::move(images.thumbnail);
+        result.view = std::move(images.view);
       } catch (const QuernError&) {
         // The card then shows no picture; the refusal it must show stands either way.
       }
@@ -258,10 +274,16 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
     }
     if (preview && !box) throw FileError("cannot make the preview " + *preview + ": " + noBox);
     if (box) {
-      PreviewImages images = previewImages(*box, &chain.segments(), chain.previewFactor(), preview, review);
-      if (preview) outputs.add(*preview, images.file, sync);
+      PreviewImages images =
+          previewImages(*box, painted ? &*painted : nullptr, &chain.segments(), chain.previewFactor(), preview, review);
+      // The page's own preview is in the page when it is small.
+      if (preview && !images.file.empty()) {
+        if (review == Review::thumbnailAndPagePreview) makeFolderFor(*preview);
+        outputs.add(*preview, images.file, sync);
+        result.preview = *preview;
+      }
       result.thumbnail = std::move(images.thumbnail);
-      result.preview = preview.value_or("");
+      result.view = std::move(images.view);
     }
     outputs.commit();
     if (drawing == "-") {
@@ -306,9 +328,9 @@ BatchResult convertPicture(const BatchArgs& args, const std::optional<std::strin
 
 namespace {
 
-// With --report, a picture's preview beside the page, in the page's
-// colours, unless one was asked for elsewhere; its thumbnail goes into the
-// page itself.
+// With --report, a picture's preview in the page's colours, unless one was
+// asked for elsewhere: in the page, or beside it when it is large; its
+// thumbnail goes into the page itself.
 Review reportPreview(const BatchArgs& args, const std::string& stem, std::optional<std::string>& preview) {
   if (!args.report) return Review::none;
   if (preview) return Review::thumbnail;
@@ -316,17 +338,10 @@ Review reportPreview(const BatchArgs& args, const std::string& stem, std::option
   return Review::thumbnailAndPagePreview;
 }
 
-void makeReportFolder(const BatchArgs& args) {
-  if (!args.report) return;
-  std::error_code made;
-  std::filesystem::create_directories(reportFolder(*args.report), made);
-}
-
 }  // namespace
 
 BatchResult runBatch(const BatchArgs& args, ProgressLine* progress) {
   std::optional<std::string> preview = args.preview;
-  makeReportFolder(args);
   const Review review =
       reportPreview(args, args.picture ? std::filesystem::path(*args.picture).stem().string() : "builtin", preview);
   return convertPicture(args, args.picture, args.drawing, preview, progress, review);
@@ -341,7 +356,6 @@ std::vector<BatchResult> runMany(const BatchArgs& args, const RunPlan& plan, Pro
     if (made) throw FileError("Cannot make the folder \"" + *folder + "\": " + made.message());
   }
   if (!plan.error.empty()) throw QuernError(plan.error);
-  makeReportFolder(args);
   // The files go to disk together at the end: one sync of each file system.
   FolderSyncs folders;
   std::vector<BatchResult> results(args.pictures.size());

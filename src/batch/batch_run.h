@@ -32,6 +32,7 @@ struct BatchResult {
   std::string svg;
   std::string preview;
   std::string thumbnail;  // the preview made small, as a data: URI the review page shows
+  std::string view;       // the review page's own preview, as a data: URI, when it is in the page
   bool ok() const { return error.empty(); }
 };
 

@@ -34,6 +34,9 @@ header dd{margin:0;font-size:18px;font-weight:bold}
 .card dl{display:grid;grid-template-columns:auto 1fr;gap:0 8px;margin:4px 0;font-size:12px}
 .card dt{color:#666}.card dd{margin:0}
 body.only-failed .card.ok{display:none}
+.view{display:none}
+.view:target{display:flex;position:fixed;inset:0;z-index:1;align-items:center;justify-content:center;background:rgba(0,0,0,.8);cursor:zoom-out}
+.thumb .view img{width:96vw;height:94vh;max-width:none;max-height:none;object-fit:contain;image-rendering:pixelated}
 )";
 
 // The page as it is put together: text appended to one string, numbers in
@@ -93,17 +96,28 @@ void item(PageText& out, std::string_view term, const std::string& value) {
   out << "<dt>" << term << "</dt><dd>" << htmlText(value) << "</dd>";
 }
 
-void card(PageText& out, const fs::path& folder, const BatchResult& r) {
+void card(PageText& out, const fs::path& folder, const BatchResult& r, std::size_t index) {
   const std::string name = r.picture.empty() ? std::string("built-in picture") : baseName(r.picture);
   out << "<article class=\"card " << (r.ok() ? "ok" : "failed") << "\" data-ok=\"" << (r.ok() ? 1 : 0) << "\">\n";
   out << "<div class=\"thumb\">";
   if (!r.thumbnail.empty()) {
-    // A click shows the preview, or the picture itself when the stages
-    // stopped before there was a drawing to lay over it.
-    const std::string full = !r.preview.empty() ? r.preview : r.picture;
-    if (!full.empty()) out << "<a href=\"" << linkFromFolder(folder, full) << "\">";
+    // A click shows the preview over the page, or the picture itself when
+    // there is no preview of it to show.
+    const std::string full = !r.view.empty()      ? r.view
+                             : !r.preview.empty() ? linkFromFolder(folder, r.preview)
+                                                  : std::string();
+    const std::string id = "view" + std::to_string(index);
+    if (!full.empty()) {
+      out << "<a href=\"#" << id << "\">";
+    } else if (!r.picture.empty()) {
+      out << "<a href=\"" << linkFromFolder(folder, r.picture) << "\">";
+    }
     out << "<img src=\"" << r.thumbnail << "\" alt=\"" << htmlText(name) << "\">";
-    if (!full.empty()) out << "</a>";
+    if (!full.empty() || !r.picture.empty()) out << "</a>";
+    if (!full.empty()) {
+      out << "<a class=\"view\" id=\"" << id << "\" href=\"#close\" title=\"close\"><img src=\"" << full << "\" alt=\""
+          << htmlText(name) << "\"></a>";
+    }
   } else {
     out << "<span class=\"none\">no picture</span>";
   }
@@ -190,7 +204,7 @@ std::string reportPage(const std::string& page, const std::vector<BatchResult>& 
 
   PageText out;
   std::size_t thumbnails = 0;
-  for (const BatchResult& r : results) thumbnails += r.thumbnail.size();
+  for (const BatchResult& r : results) thumbnails += r.thumbnail.size() + r.view.size();
   out.text.reserve(thumbnails + 2048 * (results.size() + 2));
   // About 40 kB a picture, new memory written at once: faulted in with one
   // call rather than a trap per page, which costs more than the writing.
@@ -207,9 +221,11 @@ std::string reportPage(const std::string& page, const std::vector<BatchResult>& 
   out << "<div><dt>lines</dt><dd id=\"lines\">" << lines << "</dd></div>";
   out << "</dl>\n<label><input type=\"checkbox\" id=\"only-failed\"> failures only</label>\n</header>\n";
   out << "<main id=\"sheet\">\n";
-  for (const BatchResult* r : order) card(out, folder, *r);
+  for (std::size_t i = 0; i < order.size(); ++i) card(out, folder, *order[i], i);
   out << "</main>\n<script>\ndocument.getElementById('only-failed').onchange = (e) =>\n"
-      << "  document.body.classList.toggle('only-failed', e.target.checked);\n</script>\n</body>\n</html>\n";
+      << "  document.body.classList.toggle('only-failed', e.target.checked);\n"
+      << "document.onkeydown = (e) => { if (e.key === 'Escape' && location.hash.startsWith('#view')) location.hash = "
+         "'#close'; };\n</script>\n</body>\n</html>\n";
   return std::move(out.text);
 }
 

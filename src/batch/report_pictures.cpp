@@ -19,17 +19,18 @@ void putLittle(char* at, std::uint32_t value, int bytes) {
   for (int i = 0; i < bytes; ++i) at[i] = static_cast<char>(value >> (8 * i) & 0xFF);
 }
 
-// A BMP file of `w` by `h` pixels at `bits` a pixel with `colours` palette
-// entries, its rows bottom up and padded to four bytes; the pixels left zero.
-std::string bmpFile(std::size_t w, std::size_t h, int bits, std::size_t colours, std::size_t& row,
-                    std::size_t& pixelsAt) {
+// The head of a BMP file of `w` by `h` pixels at `bits` a pixel with
+// `colours` palette entries, its rows bottom up and padded to four bytes
+// (`row` bytes each), its pixels from `pixelsAt` on: written at `at`, the
+// palette left to the caller.
+void writeBmpHead(char* at, std::size_t w, std::size_t h, int bits, std::size_t colours, std::size_t& row,
+                  std::size_t& pixelsAt) {
   row = (w * static_cast<std::size_t>(bits) / 8 + 3) / 4 * 4;
   pixelsAt = 14 + 40 + 4 * colours;
-  std::string out(pixelsAt + row * h, '\0');
-  char* at = out.data();
+  std::memset(at, 0, 54);
   at[0] = 'B';
   at[1] = 'M';
-  putLittle(at + 2, static_cast<std::uint32_t>(out.size()), 4);
+  putLittle(at + 2, static_cast<std::uint32_t>(pixelsAt + row * h), 4);
   putLittle(at + 10, static_cast<std::uint32_t>(pixelsAt), 4);
   putLittle(at + 14, 40, 4);
   putLittle(at + 18, static_cast<std::uint32_t>(w), 4);
@@ -40,6 +41,13 @@ std::string bmpFile(std::size_t w, std::size_t h, int bits, std::size_t colours,
   putLittle(at + 38, 3780, 4);  // 96 dots per inch
   putLittle(at + 42, 3780, 4);
   putLittle(at + 46, static_cast<std::uint32_t>(colours), 4);
+}
+
+// The same as a whole file, the pixels left zero.
+std::string bmpFile(std::size_t w, std::size_t h, int bits, std::size_t colours, std::size_t& row,
+                    std::size_t& pixelsAt) {
+  std::string out(14 + 40 + 4 * colours + (w * static_cast<std::size_t>(bits) / 8 + 3) / 4 * 4 * h, '\0');
+  writeBmpHead(out.data(), w, h, bits, colours, row, pixelsAt);
   return out;
 }
 
@@ -238,28 +246,35 @@ ReviewPicture halved(const ReviewPicture& picture) {
 std::string bmpFileOf(const ReviewPicture& picture, Colour line) {
   const auto w = static_cast<std::size_t>(picture.width);
   const auto h = static_cast<std::size_t>(picture.height);
+  // Coded in a buffer each thread keeps for its pictures, taken as large as
+  // the rows uncoded: nothing to clear, and no new memory for each picture.
+  thread_local std::string coding;
+  const std::size_t whole = 14 + 40 + 4 * 256 + (w + 3) / 4 * 4 * h;
+  if (coding.size() < whole) coding.resize(whole);
   std::size_t row = 0;
   std::size_t pixelsAt = 0;
-  std::string out = bmpFile(w, h, 8, 256, row, pixelsAt);
+  char* const out = coding.data();
+  writeBmpHead(out, w, h, 8, 256, row, pixelsAt);
   // Greys 0 to 253 at their own index, white at 254, the line colour at 255.
   for (std::uint32_t i = 0; i < kReviewLine; ++i) {
     const std::uint32_t g = i == 254 ? 255 : i;
-    putLittle(out.data() + 54 + 4 * i, g << 16 | g << 8 | g, 4);
+    putLittle(out + 54 + 4 * i, g << 16 | g << 8 | g, 4);
   }
-  putLittle(out.data() + 54 + 4 * kReviewLine, __builtin_bswap32(static_cast<std::uint32_t>(line)) >> 8, 4);
+  putLittle(out + 54 + 4 * kReviewLine, __builtin_bswap32(static_cast<std::uint32_t>(line)) >> 8, 4);
   // Run-length coded where that is smaller, as it is many times over for
   // line work on plain paper; a busy scan keeps its rows as they are.
-  if (const std::size_t coded = runsInto(picture, out.data() + pixelsAt, out.size() - pixelsAt)) {
-    out.resize(pixelsAt + coded);
-    putLittle(out.data() + 2, static_cast<std::uint32_t>(out.size()), 4);
-    putLittle(out.data() + 30, 1, 4);  // eight-bit runs
-    putLittle(out.data() + 34, static_cast<std::uint32_t>(coded), 4);
-    return out;
+  if (const std::size_t coded = runsInto(picture, out + pixelsAt, whole - pixelsAt)) {
+    putLittle(out + 2, static_cast<std::uint32_t>(pixelsAt + coded), 4);
+    putLittle(out + 30, 1, 4);  // eight-bit runs
+    putLittle(out + 34, static_cast<std::uint32_t>(coded), 4);
+    return std::string(out, pixelsAt + coded);
   }
   for (std::size_t y = 0; y < h; ++y) {
-    std::memcpy(out.data() + pixelsAt + (h - 1 - y) * row, picture.pixels.data() + y * w, w);
+    char* to = out + pixelsAt + (h - 1 - y) * row;
+    std::memcpy(to, picture.pixels.data() + y * w, w);
+    std::memset(to + w, 0, row - w);
   }
-  return out;
+  return std::string(out, whole);
 }
 
 std::string dataUri(std::string_view mediaType, std::string_view bytes) {
@@ -301,16 +316,34 @@ PictureBox::RowPainter originalPainter(PictureBox& box, Int32 pictureWidth, Int3
   return painter;
 }
 
-PreviewImages previewImages(PictureBox& box, const RecordTable* segments, float factor,
+ReviewPicture blankReview(const PictureBox& box) {
+  ReviewPicture out{box.pixelWidth(), box.pixelHeight(), {}};
+  // White, as a box that was never painted shows.
+  out.pixels.assign(static_cast<std::size_t>(out.width) * static_cast<std::size_t>(out.height), kReviewLine - 1);
+  return out;
+}
+
+PreviewImages previewImages(PictureBox& box, ReviewPicture* painted, const RecordTable* segments, float factor,
                             const std::optional<std::string>& preview, Review review) {
-  if (segments) drawSegments(*segments, box, factor);
   PreviewImages images;
-  const bool pagePreview = review == Review::thumbnailAndPagePreview;
-  const ReviewPicture page = review != Review::none ? reviewPicture(box, kRed) : ReviewPicture{};
-  if (preview && segments) {
-    images.file = pagePreview                  ? bmpFileOf(page, kRed)
-                  : preview->ends_with(".bmp") ? bmpFileOf(box)
-                                               : encodeBitmapPng(box);
+  if (review == Review::none && !(preview && segments)) return images;
+  ReviewPicture page;
+  if (painted) {
+    if (segments) box.LinesInto(segmentEnds(*segments, factor), painted->pixels.data(), kReviewLine);
+    page = std::move(*painted);
+  } else {
+    if (segments) drawSegments(*segments, box, factor);
+    if (review != Review::none) page = reviewPicture(box, kRed);
+  }
+  if (review == Review::thumbnailAndPagePreview) {
+    std::string bytes = bmpFileOf(page, kRed);
+    if (bytes.size() <= kViewInPage) {
+      images.view = dataUri("image/bmp", bytes);
+    } else if (segments) {
+      images.file = std::move(bytes);
+    }
+  } else if (preview && segments) {
+    images.file = preview->ends_with(".bmp") ? bmpFileOf(box) : encodeBitmapPng(box);
   }
   if (review != Review::none) images.thumbnail = dataUri("image/bmp", bmpFileOf(halved(page), kRed));
   return images;

@@ -24,24 +24,6 @@ enum class Review { none, thumbnail, thumbnailAndPagePreview };
 PictureBox previewBox(Int32 pictureWidth, Int32 pictureHeight);
 PictureBox::RowPainter originalPainter(PictureBox& box, Int32 pictureWidth, Int32 pictureHeight);
 
-// The preview's file bytes, when `preview` names a file and there are
-// segments (a BMP when its name ends in ".bmp", else a PNG, or the review
-// page's own in its colours), and for the review page the box halved as a
-// data: URI; the lines are drawn once for all. Without segments (a stage
-// stopped) the box shows the original alone and only the thumbnail is made.
-struct PreviewImages {
-  std::string file;
-  std::string thumbnail;
-};
-PreviewImages previewImages(PictureBox& box, const RecordTable* segments, float factor,
-                            const std::optional<std::string>& preview, Review review);
-
-// The box's bitmap as an uncompressed 24-bit BMP file. The review page's
-// previews are written this way: a browser shows them as well as a PNG, and
-// they cost a copy instead of a compression, which on a noisy scan is most of
-// what a PNG preview takes.
-std::string bmpFileOf(const PictureBox& box);
-
 // A preview in the review page's colours: each pixel the grey of the box's
 // pixel, 0 to 254, or 255 where it shows the line colour. The lines stand
 // out on any paper, and a pixel is a byte: a third of a colour preview's.
@@ -52,6 +34,39 @@ struct ReviewPicture {
 };
 inline constexpr std::uint8_t kReviewLine = 255;
 ReviewPicture reviewPicture(const PictureBox& box, Colour line);
+
+// A review picture of the box's size, white: where a run that needs only
+// the review page's previews paints the original, its RowPainter painting
+// greys into it no lighter than kReviewLine - 1 (RowPainter::intoGreys).
+ReviewPicture blankReview(const PictureBox& box);
+
+// What a picture's run makes for its preview and the review page; the lines
+// are drawn once for all. `file`: the bytes of the preview file when
+// `preview` names one and there are segments (a BMP when its name ends in
+// ".bmp", else a PNG). For the review page, `thumbnail`: the preview halved,
+// as a data: URI; and with the page's own preview (thumbnailAndPagePreview)
+// that preview in the page's colours, in the page as `view` when it codes to
+// kViewInPage bytes or fewer, else as the file's bytes. Without segments (a
+// stage stopped) the box shows the original alone and no file is made.
+// With `painted`, the page's own preview painted as greys (see blankReview),
+// the lines are drawn there and the box is left as it is; it is then used up.
+struct PreviewImages {
+  std::string file;
+  std::string view;
+  std::string thumbnail;
+};
+// Line work on plain paper codes to a few tens of kilobytes at most; a
+// busier preview is written beside the page, so that the page of a large
+// batch stays quick to open.
+inline constexpr std::size_t kViewInPage = 64 * 1024;
+PreviewImages previewImages(PictureBox& box, ReviewPicture* painted, const RecordTable* segments, float factor,
+                            const std::optional<std::string>& preview, Review review);
+
+// The box's bitmap as an uncompressed 24-bit BMP file. The review page's
+// previews are written this way: a browser shows them as well as a PNG, and
+// they cost a copy instead of a compression, which on a noisy scan is most of
+// what a PNG preview takes.
+std::string bmpFileOf(const PictureBox& box);
 
 // Half as wide and high, rounded up: each pixel the line when its block of
 // two by two holds it, otherwise the block's darkest grey, so that every line

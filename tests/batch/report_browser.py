@@ -5,6 +5,7 @@ names as written and links that reach their files.
 Exits 77 (skipped) when no Chromium is installed."""
 import html.parser
 import os
+import random
 import shutil
 import subprocess
 import sys
@@ -20,25 +21,27 @@ SKIPPED = 77
 PROBE = """<script>
 window.addEventListener('load', () => {
   for (const img of document.images)
-    img.setAttribute('data-natural-width', img.complete ? img.naturalWidth : -1);
-  const previews = [];
-  for (const a of document.links) {
-    a.setAttribute('data-resolved', a.href);
-    if (!a.href.endsWith('.bmp')) continue;
-    previews.push(new Promise((done) => {
-      const shown = new Image();
-      shown.onload = () => { a.setAttribute('data-natural-width', shown.naturalWidth); done(); };
-      shown.onerror = () => { a.setAttribute('data-natural-width', 0); done(); };
-      shown.src = a.href;
-    }));
+    if (!img.closest('.view')) img.setAttribute('data-natural-width', img.complete ? img.naturalWidth : -1);
+  for (const a of document.links) a.setAttribute('data-resolved', a.href);
+  // A click on each thumbnail: what the preview it opens shows, and how large.
+  for (const a of document.querySelectorAll('.thumb > a:not(.view)')) {
+    a.click();
+    const view = document.getElementById(location.hash.slice(1));
+    const img = view ? view.querySelector('img') : null;
+    const box = img && img.getBoundingClientRect();
+    a.setAttribute('data-opens', !img ? 'nothing' : [getComputedStyle(view).display, img.complete && img.naturalWidth,
+      box.width > 0.9 * innerWidth && box.height > 0.9 * innerHeight ? 'filling' : 'small'].join(' '));
   }
-  Promise.all(previews).then(() => document.body.setAttribute('data-probed', 'yes'));
+  location.hash = 'close';
+  document.body.setAttribute('data-probed', 'yes');
 });
 </script>
 """
 
 WRITTEN = ["plain.gif", "two words.gif", 'say "cheese" & <smile>.bmp', "\u00dcn\u00efc\u00f6d\u00e9 \u00df.gif",
            "it's #1 100%.jpg"]
+BUSY = "busy paper.bmp"  # too busy a preview to go into the page
+WRITTEN.append(BUSY)
 REFUSED = "wide.gif"  # over the filters' 1501 pixels a side
 UNREADABLE = "cut short.gif"
 
@@ -54,7 +57,8 @@ def drawing(path, size=(120, 90)):
 class Dom(html.parser.HTMLParser):
     def __init__(self):
         super().__init__()
-        self.cards = []  # [class, name, [img natural widths], [resolved links], [preview natural widths]]
+        # a card: class, name, [thumbnail natural widths], [resolved links to files], [what its thumbnail opens]
+        self.cards = []
         self.totals = {}
         self.probed = False
         self._in = None
@@ -65,12 +69,13 @@ class Dom(html.parser.HTMLParser):
             self.probed = a.get("data-probed") == "yes"
         elif tag == "article":
             self.cards.append([a.get("class", ""), "", [], [], []])
-        elif tag == "img" and self.cards:
-            self.cards[-1][2].append(int(a.get("data-natural-width", "-2")))
+        elif tag == "img" and self.cards and "data-natural-width" in a:
+            self.cards[-1][2].append(int(a["data-natural-width"]))
         elif tag == "a" and self.cards:
-            self.cards[-1][3].append(a.get("data-resolved", ""))
-            if "data-natural-width" in a:
-                self.cards[-1][4].append(int(a["data-natural-width"]))
+            if "data-opens" in a:
+                self.cards[-1][4].append(a["data-opens"])
+            elif not a.get("href", "").startswith("#"):
+                self.cards[-1][3].append(a.get("data-resolved", ""))
         elif tag == "dd" and "id" in a:
             self._in = ("total", a["id"])
         elif tag == "h2" and self.cards:
@@ -121,6 +126,9 @@ def main():
         for name in WRITTEN:
             drawing(os.path.join(pictures, name))
         drawing(os.path.join(pictures, REFUSED), (1700, 60))
+        noise = random.Random(5)
+        Image.frombytes("L", (400, 300), bytes(noise.randrange(210, 250) for _ in range(400 * 300))).save(
+            os.path.join(pictures, BUSY))
         with open(os.path.join(pictures, UNREADABLE), "wb") as f:
             f.write(b"GIF89a\x10\x00")
         order = [WRITTEN[0], REFUSED, *WRITTEN[1:3], UNREADABLE, *WRITTEN[3:]]
@@ -153,8 +161,13 @@ def main():
         widths = [w for c in dom.cards for w in c[2]]
         check(len(widths) == len(order) - 1, "%d thumbnails, one for each picture that loaded" % len(widths))
         check(all(w == 200 for w in widths), "thumbnails that did not load: natural widths %s" % widths)
-        previews = [c[4] for c in dom.cards if c[0].endswith("ok")]
-        check(all(p == [400] for p in previews), "full previews that did not load: natural widths %s" % previews)
+        # Every picture that loaded opens its preview, 400 pixels wide, over the page and filling the window.
+        opens = [c[4] for c in dom.cards if c[1] != UNREADABLE]
+        check(all(o == ["flex 400 filling"] for o in opens),
+              "previews a click does not open over the page: %s" % opens)
+        # Line work's previews are in the page; only the busy one's is a file beside it, which the page shows too.
+        beside = sorted(os.listdir(os.path.join(os.path.dirname(page), "review_files")))
+        check(beside == [os.path.splitext(BUSY)[0] + ".bmp"], "previews beside the page: %s" % beside)
         expected = {"pictures": len(order), "written": len(WRITTEN), "failed": 2, "lines": sum(lines.values())}
         for key, value in expected.items():
             check(dom.totals.get(key) == str(value), "total %s: %r, the batch says %d" % (key, dom.totals.get(key), value))

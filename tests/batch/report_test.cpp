@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 
 #include "../temp_files.h"
@@ -116,13 +117,21 @@ TEST(ReportPage, FailuresFirstTotalsCountEveryPictureAndNamesShowAsWritten) {
 // Pictures converted on two threads at once, each in a chain of its own,
 // give the drawings and thumbnails that one at a time gives, and a picture
 // that fails among them stops none of the others. Every picture that loaded
-// has a thumbnail, a written one its preview beside the page made small, and
-// a refused one the original alone with nothing written for it.
-TEST(ReportRun, ThreadsGiveWhatOneAtATimeGivesThumbnailsForWrittenAndRefusedPicturesPreviewsBesideThePage) {
+// has a thumbnail and a preview: a written one with its lines, in the page
+// when it is line work on plain paper and beside it when it is as busy as
+// noise; a refused one the original alone, with nothing written for it.
+TEST(ReportRun, ThreadsGiveWhatOneAtATimeGivesPreviewsInThePageOrBesideIt) {
   const std::string golden = QUERN_GOLDEN_PICTURES;
+  TempFolder in;
+  // Paper a little too light to threshold, too busy to code short: no lines.
+  ReviewPicture paper{400, 300, std::vector<std::uint8_t>(400 * 300)};
+  std::uint32_t seed = 5;
+  for (std::uint8_t& p : paper.pixels)
+    p = static_cast<std::uint8_t>(210 + ((seed = seed * 1664525U + 1013904223U) >> 27));
+  { std::ofstream(in.file("paper.bmp"), std::ios::binary) << bmpFileOf(paper, kWhite); }
   BatchArgs args;
-  args.pictures = {golden + "/plan.gif", golden + "/strokes.bmp", golden + "/wide.gif", golden + "/sketch.jpg",
-                   golden + "/missing.gif"};
+  args.pictures = {golden + "/plan.gif",   golden + "/strokes.bmp", golden + "/wide.gif",
+                   golden + "/sketch.jpg", golden + "/missing.gif", in.file("paper.bmp")};
   args.blur = 2;
   args.reorder = true;
   TempFolder one;
@@ -135,17 +144,19 @@ TEST(ReportRun, ThreadsGiveWhatOneAtATimeGivesThumbnailsForWrittenAndRefusedPict
   args.report = two.file("review.html");
   args.jobs = 2;
   const std::vector<BatchResult> together = runMany(args, planRun(args));
-  ASSERT_EQ(alone.size(), 5U);
-  ASSERT_EQ(together.size(), 5U);
+  ASSERT_EQ(alone.size(), 6U);
+  ASSERT_EQ(together.size(), 6U);
   for (std::size_t i = 0; i < alone.size(); ++i) {
     EXPECT_EQ(together[i].picture, args.pictures[i]) << "results in the order given, whatever the order of work";
     EXPECT_EQ(alone[i].ok(), together[i].ok()) << args.pictures[i];
     EXPECT_EQ(alone[i].lines, together[i].lines) << args.pictures[i];
     EXPECT_EQ(alone[i].thumbnail, together[i].thumbnail) << args.pictures[i];
+    EXPECT_EQ(alone[i].view, together[i].view) << args.pictures[i];
   }
   ASSERT_TRUE(alone[0].ok()) << alone[0].error;
   EXPECT_EQ(alone[2].failedAt, "stage 2 (blur)") << "the wide picture is refused by the filters";
   EXPECT_EQ(alone[4].failedAt, "loading");
+  ASSERT_TRUE(alone[5].ok()) << alone[5].error;
   for (const char* name : {"dxf/plan.dxf", "dxf/strokes.dxf", "dxf/sketch.dxf"}) {
     const std::string written = readAll(one / name);
     EXPECT_GT(written.size(), 1000U) << name;
@@ -153,24 +164,33 @@ TEST(ReportRun, ThreadsGiveWhatOneAtATimeGivesThumbnailsForWrittenAndRefusedPict
   }
   const std::string table = summaryTable(together);
   EXPECT_NE(table.find("failed: stage 2 (blur) refused"), std::string::npos) << table;
-  const auto widthOf = [](const std::string& bmp) { return pictureWidth(thumbnailPicture(bmp)); };
-  EXPECT_EQ(alone[0].preview, one.file("review_files/plan.bmp"));
-  const std::string preview = readAll(alone[0].preview);
-  // The page's own preview is in its colours: a byte a pixel, the lines red.
-  ASSERT_GT(preview.size(), 28U);
-  EXPECT_EQ(preview[28], 8);
-  const Picture shown = thumbnailPicture(preview);
-  EXPECT_EQ(pictureWidth(shown), 400);
-  EXPECT_GT(
-      std::count_if(shown->pixels().begin(), shown->pixels().end(), [](Colour c) { return (c & 0xFFFFFF) == kRed; }),
-      100);
-  ASSERT_TRUE(alone[0].thumbnail.starts_with("data:image/bmp;base64,"));
-  EXPECT_EQ(widthOf(bytesOfUri(alone[0].thumbnail)), 200);
-  EXPECT_EQ(widthOf(bytesOfUri(alone[2].thumbnail)), 200);
-  EXPECT_TRUE(alone[2].preview.empty());
+  const auto shown = [](const std::string& bmp) { return thumbnailPicture(bmp); };
+  const auto reds = [](const Picture& p) {
+    return std::count_if(p->pixels().begin(), p->pixels().end(), [](Colour c) { return (c & 0xFFFFFF) == kRed; });
+  };
+  // The page's own previews are in its colours: a byte a pixel, the lines red.
+  for (const std::size_t i : {0, 1, 2, 3}) {
+    SCOPED_TRACE(args.pictures[i]);
+    EXPECT_TRUE(alone[i].preview.empty());
+    ASSERT_TRUE(alone[i].view.starts_with("data:image/bmp;base64,"));
+    const std::string view = bytesOfUri(alone[i].view);
+    ASSERT_GT(view.size(), 28U);
+    EXPECT_EQ(view[28], 8);
+    EXPECT_EQ(pictureWidth(shown(view)), 400);
+    EXPECT_EQ(reds(shown(view)) > 100, alone[i].ok()) << "lines on every written picture, none on the refused one";
+    ASSERT_TRUE(alone[i].thumbnail.starts_with("data:image/bmp;base64,"));
+    EXPECT_EQ(pictureWidth(shown(bytesOfUri(alone[i].thumbnail))), 200);
+  }
+  EXPECT_EQ(alone[5].preview, one.file("review_files/paper.bmp"));
+  EXPECT_TRUE(alone[5].view.empty());
+  const std::string busy = readAll(alone[5].preview);
+  EXPECT_GT(busy.size(), kViewInPage);
+  EXPECT_EQ(pictureWidth(shown(busy)), 400);
   EXPECT_FALSE(std::filesystem::exists(two / "dxf/wide.dxf"));
-  EXPECT_FALSE(std::filesystem::exists(one / "review_files/wide.bmp"));
   EXPECT_TRUE(alone[4].thumbnail.empty());
+  EXPECT_TRUE(alone[4].view.empty());
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(one / "review_files"), {}), 1)
+      << "only the busy picture's preview is beside the page";
   EXPECT_EQ(one.entries(), 2) << "the drawings' folder and the previews', nothing else";
 }
 
