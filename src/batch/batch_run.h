@@ -31,8 +31,10 @@ struct BatchResult {
   std::string drawing;
   std::string svg;
   std::string preview;
-  std::string thumbnail;  // the preview made small, as a data: URI the review page shows
-  std::string view;       // the review page's own preview, as a data: URI, when it is in the page
+  // For the review page, as data: URIs: its own preview when it is in the
+  // page, which shows it small as the thumbnail too; else the preview made small.
+  std::string view;
+  std::string thumbnail;
   bool ok() const { return error.empty(); }
 };
 
@@ -66,8 +68,8 @@ RunPlan planRun(const BatchArgs& args);
 // nothing: every existing file stays as it was. `progress` may be null.
 // `folderSyncs`, when given, holds the files' and folders' syncs until the
 // batch ends (one sync of each file system, then).
-// `review` asks for the review page's thumbnail, the preview made small (a
-// picture that loaded but failed a stage still gets one, of the original
+// `review` asks for the review page's pictures (see PreviewImages; a
+// picture that loaded but failed a stage still gets them, of the original
 // alone), and says whether `preview` is the page's own, in its colours.
 BatchResult convertPicture(const BatchArgs& args, const std::optional<std::string>& picture, const std::string& drawing,
                            const std::optional<std::string>& preview, ProgressLine* progress,

@@ -26,7 +26,7 @@ header dd{margin:0;font-size:18px;font-weight:bold}
 .card.failed{border:2px solid #c00;background:#fff4f4}
 .card h2{font-size:14px;margin:6px 0 2px}
 .thumb{display:flex;align-items:center;justify-content:center;height:210px;background:#eee}
-.thumb img{max-width:100%;max-height:210px;image-rendering:pixelated}
+.thumb img{max-width:100%;max-height:210px}
 .none{color:#888}
 .failure{color:#a00;font-weight:bold;margin:4px 0}
 .reason{color:#a00;margin:4px 0}
@@ -34,9 +34,13 @@ header dd{margin:0;font-size:18px;font-weight:bold}
 .card dl{display:grid;grid-template-columns:auto 1fr;gap:0 8px;margin:4px 0;font-size:12px}
 .card dt{color:#666}.card dd{margin:0}
 body.only-failed .card.ok{display:none}
-.view{display:none}
-.view:target{display:flex;position:fixed;inset:0;z-index:1;align-items:center;justify-content:center;background:rgba(0,0,0,.8);cursor:zoom-out}
-.thumb .view img{width:96vw;height:94vh;max-width:none;max-height:none;object-fit:contain;image-rendering:pixelated}
+.view{display:flex;align-items:center;justify-content:center;width:100%;height:100%}
+.view .full,.view .close{display:none}
+.view:target{position:fixed;inset:0;z-index:1;height:auto;background:rgba(0,0,0,.8)}
+.view:target img{width:96vw;height:94vh;max-width:none;max-height:none;object-fit:contain;image-rendering:pixelated}
+.view:target .full{display:block}
+.view.two:target .open{display:none}
+.view:target .close{display:block;position:fixed;inset:0;cursor:zoom-out}
 )";
 
 // The page as it is put together: text appended to one string, numbers in
@@ -100,26 +104,24 @@ void card(PageText& out, const fs::path& folder, const BatchResult& r, std::size
   const std::string name = r.picture.empty() ? std::string("built-in picture") : baseName(r.picture);
   out << "<article class=\"card " << (r.ok() ? "ok" : "failed") << "\" data-ok=\"" << (r.ok() ? 1 : 0) << "\">\n";
   out << "<div class=\"thumb\">";
-  if (!r.thumbnail.empty()) {
-    // A click shows the preview over the page, or the picture itself when
-    // there is no preview of it to show.
-    const std::string full = !r.view.empty()      ? r.view
-                             : !r.preview.empty() ? linkFromFolder(folder, r.preview)
-                                                  : std::string();
-    const std::string id = "view" + std::to_string(index);
-    if (!full.empty()) {
-      out << "<a href=\"#" << id << "\">";
-    } else if (!r.picture.empty()) {
-      out << "<a href=\"" << linkFromFolder(folder, r.picture) << "\">";
-    }
-    out << "<img src=\"" << r.thumbnail << "\" alt=\"" << htmlText(name) << "\">";
-    if (!full.empty() || !r.picture.empty()) out << "</a>";
-    if (!full.empty()) {
-      out << "<a class=\"view\" id=\"" << id << "\" href=\"#close\" title=\"close\"><img src=\"" << full << "\" alt=\""
-          << htmlText(name) << "\"></a>";
-    }
-  } else {
+  // The preview in the page is its own thumbnail; one beside the page is
+  // shown over it from its file, the thumbnail made small for the card.
+  const std::string& shown = !r.view.empty() ? r.view : r.thumbnail;
+  const std::string full = r.view.empty() && !r.preview.empty() ? linkFromFolder(folder, r.preview) : std::string();
+  if (shown.empty()) {
     out << "<span class=\"none\">no picture</span>";
+  } else if (r.view.empty() && full.empty()) {
+    // Nothing larger to show than the picture itself.
+    if (!r.picture.empty()) out << "<a href=\"" << linkFromFolder(folder, r.picture) << "\">";
+    out << "<img src=\"" << shown << "\" alt=\"" << htmlText(name) << "\">";
+    if (!r.picture.empty()) out << "</a>";
+  } else {
+    // A click shows the preview over the page; a click on it closes it.
+    const std::string id = "view" + std::to_string(index);
+    out << "<div class=\"view" << (full.empty() ? "" : " two") << "\" id=\"" << id << "\"><a class=\"open\" href=\"#"
+        << id << "\"><img src=\"" << shown << "\" alt=\"" << htmlText(name) << "\"></a>";
+    if (!full.empty()) out << "<img class=\"full\" src=\"" << full << "\" alt=\"" << htmlText(name) << "\">";
+    out << "<a class=\"close\" href=\"#close\" title=\"close\"></a></div>";
   }
   out << "</div>\n<h2 title=\"" << htmlText(r.picture) << "\">" << htmlText(name) << "</h2>\n";
   if (!r.ok()) {

@@ -10,9 +10,10 @@ namespace quern {
 
 // The review page of a batch: totals, then one card per picture with its
 // thumbnail, numbers and links, failures first. It is plain HTML and CSS that
-// a browser opens from its folder with no server. The thumbnails are inside
-// it, so that a picture costs the batch one file less to write carefully;
-// every file it links to is named relative to its folder.
+// a browser opens from its folder with no server. The previews are inside
+// it, each its card's thumbnail too, unless one is too busy to code small,
+// so that a picture costs the batch no file but its drawing to write
+// carefully; every file it links to is named relative to its folder.
 
 // Where the page keeps the pictures' previews when no others were asked
 // for: PAGE_files beside PAGE.html, and in it STEM + suffix.

@@ -337,11 +337,12 @@ PreviewImages previewImages(PictureBox& box, ReviewPicture* painted, const Recor
   }
   if (review == Review::thumbnailAndPagePreview) {
     std::string bytes = bmpFileOf(page, kRed);
+    // The page shows a preview it holds small as the thumbnail too.
     if (bytes.size() <= kViewInPage) {
       images.view = dataUri("image/bmp", bytes);
-    } else if (segments) {
-      images.file = std::move(bytes);
+      return images;
     }
+    if (segments) images.file = std::move(bytes);
   } else if (preview && segments) {
     images.file = preview->ends_with(".bmp") ? bmpFileOf(box) : encodeBitmapPng(box);
   }

@@ -43,11 +43,13 @@ ReviewPicture blankReview(const PictureBox& box);
 // What a picture's run makes for its preview and the review page; the lines
 // are drawn once for all. `file`: the bytes of the preview file when
 // `preview` names one and there are segments (a BMP when its name ends in
-// ".bmp", else a PNG). For the review page, `thumbnail`: the preview halved,
-// as a data: URI; and with the page's own preview (thumbnailAndPagePreview)
-// that preview in the page's colours, in the page as `view` when it codes to
-// kViewInPage bytes or fewer, else as the file's bytes. Without segments (a
-// stage stopped) the box shows the original alone and no file is made.
+// ".bmp", else a PNG). For the review page, with its own preview
+// (thumbnailAndPagePreview), that preview in the page's colours: as `view`,
+// a data: URI the page also shows small as the thumbnail, when it codes to
+// kViewInPage bytes or fewer, else as the file's bytes; and where there is
+// no `view`, `thumbnail`: the preview halved, as a data: URI. Without
+// segments (a stage stopped) the box shows the original alone and no file
+// is made.
 // With `painted`, the page's own preview painted as greys (see blankReview),
 // the lines are drawn there and the box is left as it is; it is then used up.
 struct PreviewImages {
