@@ -346,10 +346,11 @@ void PictureBox::RowPainter::paintGreys(const Band& band, const void* const* row
     Colour* __restrict line = line_.data();
     fold<Colour>(band, rows, acc_.data(), line);
     for (Int32 i = iFrom; i < iTo; ++i) {
-      // The luminance rounded to a whole grey.
+      // The luminance rounded to a whole grey; in sixteen bits, which hold
+      // it, the loop runs eight pixels a step.
       const auto c = static_cast<std::uint32_t>(line[i]);
-      const std::uint32_t grey = (30 * (c & 0xFF) + 59 * (c >> 8 & 0xFF) + 11 * (c >> 16 & 0xFF) + 50) / 100;
-      greyLine[i] = static_cast<std::uint8_t>(std::min<std::uint32_t>(grey, lightest));
+      const auto sum = static_cast<std::uint16_t>(30 * (c & 0xFF) + 59 * (c >> 8 & 0xFF) + 11 * (c >> 16 & 0xFF) + 50);
+      greyLine[i] = static_cast<std::uint8_t>(std::min<std::uint16_t>(sum / 100, lightest));
     }
   }
   for (Int32 ty = band.firstRow; ty <= band.lastRow; ++ty) {
