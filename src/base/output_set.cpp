@@ -2,10 +2,12 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <cstdio>
 #include <ctime>
@@ -30,20 +32,33 @@ namespace fs = std::filesystem;
   fail(path, std::generic_category().message(error));
 }
 
-// Writes all of content; 0 or the error. A fifo whose reader has gone away
-// is an error of this write, not a signal that ends the process.
-int writeAll(int fd, std::string_view content) {
+// Writes all of the pieces, one after another; 0 or the error. A fifo whose
+// reader has gone away is an error of this write, not a signal that ends
+// the process.
+int writeAll(int fd, std::span<const std::string_view> pieces) {
   sigset_t pipeOnly;
   sigset_t before;
   ::sigemptyset(&pipeOnly);
   ::sigaddset(&pipeOnly, SIGPIPE);
   ::pthread_sigmask(SIG_BLOCK, &pipeOnly, &before);
-  std::size_t done = 0;
+  // Up to IOV_MAX pieces a call, from where the last call stopped.
+  std::vector<iovec> left;
+  for (const std::string_view piece : pieces) {
+    if (!piece.empty()) left.push_back({const_cast<char*>(piece.data()), piece.size()});
+  }
+  std::size_t first = 0;
   int error = 0;
-  while (done < content.size() && error == 0) {
-    const ssize_t n = ::write(fd, content.data() + done, content.size() - done);
+  while (first < left.size() && error == 0) {
+    const int count = static_cast<int>(std::min<std::size_t>(left.size() - first, IOV_MAX));
+    const ssize_t n = ::writev(fd, left.data() + first, count);
     if (n > 0) {
-      done += static_cast<std::size_t>(n);
+      for (auto done = static_cast<std::size_t>(n); done > 0;) {
+        const std::size_t taken = std::min(done, left[first].iov_len);
+        left[first].iov_base = static_cast<char*>(left[first].iov_base) + taken;
+        left[first].iov_len -= taken;
+        done -= taken;
+        if (left[first].iov_len == 0) ++first;
+      }
     } else if (n < 0 && errno != EINTR) {
       error = errno;
     } else if (n == 0) {
@@ -56,6 +71,19 @@ int writeAll(int fd, std::string_view content) {
   }
   ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
   return error;
+}
+
+int writeAll(int fd, std::string_view content) {
+  return writeAll(fd, std::span<const std::string_view>(&content, 1));
+}
+
+std::string joined(std::span<const std::string_view> pieces) {
+  std::size_t size = 0;
+  for (const std::string_view piece : pieces) size += piece.size();
+  std::string out;
+  out.reserve(size);
+  for (const std::string_view piece : pieces) out += piece;
+  return out;
 }
 
 std::optional<std::string> readAll(int fd) {
@@ -128,7 +156,7 @@ struct OutputSet::Output {
   // Writes the new file beside the target. False, with nothing made, when
   // the folder takes no new file or the new file cannot keep the old one's
   // owner: the caller then writes in place.
-  bool stageBeside(std::string_view bytes, const struct stat* was, bool unnamedOk) {
+  bool stageBeside(std::span<const std::string_view> bytes, const struct stat* was, bool unnamedOk) {
     fd = openBeside(unnamedOk);
     if (fd < 0) {
       const int error = errno;
@@ -365,6 +393,10 @@ std::vector<std::string> OutputSet::paths() const {
 }
 
 void OutputSet::add(const std::string& path, std::string_view content, Sync sync) {
+  add(path, std::span<const std::string_view>(&content, 1), sync);
+}
+
+void OutputSet::add(const std::string& path, std::span<const std::string_view> content, Sync sync) {
   if (path.empty()) throw FileError("Cannot write the file: no file name was given");
   if (committed_) fail(path, "the outputs it belongs with are already written");
   auto o = std::make_unique<Output>();
@@ -389,10 +421,10 @@ void OutputSet::add(const std::string& path, std::string_view content, Sync sync
     if (S_ISBLK(was.st_mode)) fail(path, "it is a disk device, and nothing is written over one");
     if (S_ISSOCK(was.st_mode)) fail(path, "it is a socket, not a file");
     if (!S_ISREG(was.st_mode)) {
-      o->stageDirect(content);
+      o->stageDirect(joined(content));
     } else if (was.st_nlink > 1 || !o->stageBeside(content, &was, options_.unnamedTemporaries)) {
       // Replacing a file with other names would leave them on the old contents.
-      o->stageInPlace(content);
+      o->stageInPlace(joined(content));
     }
   }
   outputs_.push_back(std::move(o));

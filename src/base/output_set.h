@@ -3,6 +3,7 @@
 #include <memory>
 #include <mutex>
 #include <set>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -84,6 +85,8 @@ class OutputSet {
   // Stages content as the new contents of path. Refuses a path that is the
   // same file as an output already staged.
   void add(const std::string& path, std::string_view content, Sync sync = Sync::atOnce);
+  // The same, the content given in pieces that follow each other.
+  void add(const std::string& path, std::span<const std::string_view> content, Sync sync = Sync::atOnce);
   // Puts every staged output in place, or none of them.
   void commit();
   // Names staged so far, as given.

@@ -6,7 +6,6 @@
 #include <type_traits>
 
 #include "base/output_set.h"
-#include "base/zeroed_memory.h"
 
 namespace quern {
 
@@ -44,12 +43,37 @@ body.only-failed .card.ok{display:none}
 )";
 
 // The page as it is put together: text appended to one string, numbers in
-// decimal.
+// decimal, and the pictures' data: URIs left where they are, as pieces
+// between the text's.
 struct PageText {
   std::string text;
+  // Each piece: [from, to) of `text`, or an outside string where `outside` is set.
+  struct Piece {
+    std::size_t from;
+    std::size_t to;
+    std::string_view outside;
+  };
+  std::vector<Piece> pieces;
+  std::size_t piecesFrom = 0;  // where the text not yet in a piece starts
+
   PageText& operator<<(std::string_view part) {
     text += part;
     return *this;
+  }
+  PageText& uri(std::string_view data) {
+    pieces.push_back({piecesFrom, text.size(), {}});
+    pieces.push_back({0, 0, data});
+    piecesFrom = text.size();
+    return *this;
+  }
+  std::vector<std::string_view> views() {
+    pieces.push_back({piecesFrom, text.size(), {}});
+    piecesFrom = text.size();
+    std::vector<std::string_view> out;
+    for (const Piece& p : pieces) {
+      out.push_back(p.outside.data() ? p.outside : std::string_view(text).substr(p.from, p.to - p.from));
+    }
+    return out;
   }
   template <typename T>
   requires std::is_integral_v<T> PageText& operator<<(T value) {
@@ -113,13 +137,15 @@ void card(PageText& out, const fs::path& folder, const BatchResult& r, std::size
   } else if (r.view.empty() && full.empty()) {
     // Nothing larger to show than the picture itself.
     if (!r.picture.empty()) out << "<a href=\"" << linkFromFolder(folder, r.picture) << "\">";
-    out << "<img src=\"" << shown << "\" alt=\"" << htmlText(name) << "\">";
+    out << "<img src=\"";
+    out.uri(shown) << "\" alt=\"" << htmlText(name) << "\">";
     if (!r.picture.empty()) out << "</a>";
   } else {
     // A click shows the preview over the page; a click on it closes it.
     const std::string id = "view" + std::to_string(index);
     out << "<div class=\"view" << (full.empty() ? "" : " two") << "\" id=\"" << id << "\"><a class=\"open\" href=\"#"
-        << id << "\"><img src=\"" << shown << "\" alt=\"" << htmlText(name) << "\"></a>";
+        << id << "\"><img src=\"";
+    out.uri(shown) << "\" alt=\"" << htmlText(name) << "\"></a>";
     if (!full.empty()) out << "<img class=\"full\" src=\"" << full << "\" alt=\"" << htmlText(name) << "\">";
     out << "<a class=\"close\" href=\"#close\" title=\"close\"></a></div>";
   }
@@ -192,7 +218,9 @@ std::string reportFile(const std::string& page, const std::string& stem, std::st
   return (fs::path(reportFolder(page)) / (stem + std::string(suffix))).string();
 }
 
-std::string reportPage(const std::string& page, const std::vector<BatchResult>& results, double seconds) {
+namespace {
+
+PageText pageText(const std::string& page, const std::vector<BatchResult>& results, double seconds) {
   // Failures first, each group in the pictures' order.
   std::vector<const BatchResult*> order;
   for (const BatchResult& r : results) order.push_back(&r);
@@ -205,12 +233,7 @@ std::string reportPage(const std::string& page, const std::vector<BatchResult>& 
   }
 
   PageText out;
-  std::size_t thumbnails = 0;
-  for (const BatchResult& r : results) thumbnails += r.thumbnail.size() + r.view.size();
-  out.text.reserve(thumbnails + 2048 * (results.size() + 2));
-  // About 40 kB a picture, new memory written at once: faulted in with one
-  // call rather than a trap per page, which costs more than the writing.
-  prefaultBlock(out.text.data(), out.text.capacity(), 0);
+  out.text.reserve(2048 * (results.size() + 2));
   const fs::path folder = folderOfPage(page);
   out << "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
       << "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
@@ -228,12 +251,24 @@ std::string reportPage(const std::string& page, const std::vector<BatchResult>& 
       << "  document.body.classList.toggle('only-failed', e.target.checked);\n"
       << "document.onkeydown = (e) => { if (e.key === 'Escape' && location.hash.startsWith('#view')) location.hash = "
          "'#close'; };\n</script>\n</body>\n</html>\n";
-  return std::move(out.text);
+  return out;
+}
+
+}  // namespace
+
+std::string reportPage(const std::string& page, const std::vector<BatchResult>& results, double seconds) {
+  PageText text = pageText(page, results, seconds);
+  std::string out;
+  for (const std::string_view piece : text.views()) out += piece;
+  return out;
 }
 
 void writeReport(const std::string& page, const std::vector<BatchResult>& results, double seconds, FolderSyncs* syncs) {
+  // Written in pieces, the pictures from where they are: the page is not
+  // copied whole first.
+  PageText text = pageText(page, results, seconds);
   OutputSet out(OutputSet::Options{true, syncs});
-  out.add(page, reportPage(page, results, seconds), syncs ? OutputSet::Sync::atEnd : OutputSet::Sync::atOnce);
+  out.add(page, text.views(), syncs ? OutputSet::Sync::atEnd : OutputSet::Sync::atOnce);
   out.commit();
 }
 

@@ -13,6 +13,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <thread>
 #include <tuple>
 
@@ -119,6 +120,46 @@ TEST(OutputSet, EachKindOfTargetKeepsWhatItIs) {
     EXPECT_EQ(f.entries(), root ? 13 : 12) << "nothing is left beside the targets";
     EXPECT_EQ(registeredTemporaries(), 0);
   }
+}
+
+// Content given in pieces lands as one: more pieces than one call writes,
+// some empty, into a new file, a file written in place and a fifo whose
+// reader takes it a little at a time.
+TEST(OutputSet, PiecesFollowEachOtherWhateverTheTarget) {
+  std::string whole;
+  std::vector<std::string> kept;
+  for (int i = 0; i < 3000; ++i)
+    kept.push_back(std::string(static_cast<std::size_t>(i % 97), static_cast<char>('a' + i % 26)));
+  std::vector<std::string_view> pieces(kept.begin(), kept.end());
+  for (const std::string_view piece : pieces) whole += piece;
+  ASSERT_GT(whole.size(), 65536U) << "more than a pipe holds";
+  Folder f;
+  writeText(f / "linked.html", "old");
+  fs::create_hard_link(f / "linked.html", f / "other-name.html");
+  ASSERT_EQ(::mkfifo((f / "read.fifo").c_str(), 0600), 0);
+  for (const OutputSet::Options options : {kNamed, kUnnamed}) {
+    OutputSet set(options);
+    set.add((f / "new.html").string(), pieces);
+    set.add((f / "linked.html").string(), pieces);
+    set.commit();
+    EXPECT_EQ(readAll(f / "new.html"), whole);
+    EXPECT_EQ(readAll(f / "other-name.html"), whole) << "written in place";
+  }
+  const int fd = ::open((f / "read.fifo").c_str(), O_RDONLY | O_NONBLOCK);
+  std::string piped;
+  std::optional<OutputSet> set(std::in_place);
+  set->add((f / "read.fifo").string(), pieces);
+  // Read once the writer is there, a block at a time, until it is gone.
+  std::thread reader([&] {
+    ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
+    char buffer[4096];
+    for (ssize_t n; (n = ::read(fd, buffer, sizeof buffer)) > 0;) piped.append(buffer, static_cast<std::size_t>(n));
+  });
+  set->commit();
+  set.reset();
+  reader.join();
+  ::close(fd);
+  EXPECT_EQ(piped, whole);
 }
 
 TEST(OutputSet, NamesOfOneFileClash) {
