@@ -25,7 +25,7 @@ header dd{margin:0;font-size:18px;font-weight:bold}
 .card.failed{border:2px solid #c00;background:#fff4f4}
 .card h2{font-size:14px;margin:6px 0 2px}
 .thumb{display:flex;align-items:center;justify-content:center;height:210px;background:#eee}
-.thumb img{max-width:100%;max-height:210px}
+.thumb img{max-width:100%;max-height:210px;filter:saturate(4)}
 .none{color:#888}
 .failure{color:#a00;font-weight:bold;margin:4px 0}
 .reason{color:#a00;margin:4px 0}
@@ -36,7 +36,7 @@ body.only-failed .card.ok{display:none}
 .view{display:flex;align-items:center;justify-content:center;width:100%;height:100%}
 .view .full,.view .close{display:none}
 .view:target{position:fixed;inset:0;z-index:1;height:auto;background:rgba(0,0,0,.8)}
-.view:target img{width:96vw;height:94vh;max-width:none;max-height:none;object-fit:contain;image-rendering:pixelated}
+.view:target img{width:96vw;height:94vh;max-width:none;max-height:none;object-fit:contain;image-rendering:pixelated;filter:none}
 .view:target .full{display:block}
 .view.two:target .open{display:none}
 .view:target .close{display:block;position:fixed;inset:0;cursor:zoom-out}
@@ -128,8 +128,9 @@ void card(PageText& out, const fs::path& folder, const BatchResult& r, std::size
   const std::string name = r.picture.empty() ? std::string("built-in picture") : baseName(r.picture);
   out << "<article class=\"card " << (r.ok() ? "ok" : "failed") << "\" data-ok=\"" << (r.ok() ? 1 : 0) << "\">\n";
   out << "<div class=\"thumb\">";
-  // The preview in the page is its own thumbnail; one beside the page is
-  // shown over it from its file, the thumbnail made small for the card.
+  // The preview in the page is its own thumbnail, its red made stronger
+  // there for the lines that shrink to less than a pixel; one beside the
+  // page is shown over it from its file, the thumbnail made small for the card.
   const std::string& shown = !r.view.empty() ? r.view : r.thumbnail;
   const std::string full = r.view.empty() && !r.preview.empty() ? linkFromFolder(folder, r.preview) : std::string();
   if (shown.empty()) {
