@@ -55,12 +55,16 @@ void BM_PreviewPaint(benchmark::State& state) {
 BENCHMARK(BM_PreviewPaint)->Unit(benchmark::kMicrosecond);
 
 // The same drawing kept as greys, as grey BMPs and JPEGs are read.
-void BM_PreviewPaintGreys(benchmark::State& state) {
+GreyBuffer greyDrawing() {
   const Picture colours = bench::makeLineDrawing(kWidth, kHeight, 7);
   GreyBuffer greys = allocateGreys(static_cast<long long>(kWidth) * kHeight);
   for (std::size_t i = 0; i < static_cast<std::size_t>(kWidth) * kHeight; ++i)
     greys[i] = static_cast<std::uint8_t>(colours->data()[i] & 0xFF);
-  const Picture original = makeGreyPicture(kWidth, kHeight, std::move(greys));
+  return greys;
+}
+
+void BM_PreviewPaintGreys(benchmark::State& state) {
+  const Picture original = makeGreyPicture(kWidth, kHeight, greyDrawing());
   for (auto _ : state) {
     PictureBox box = laidOut();
     box.PaintPicture(original, 0.0F, 0.0F, static_cast<float>(kWidth), static_cast<float>(kHeight));
@@ -72,15 +76,13 @@ BENCHMARK(BM_PreviewPaintGreys)->Unit(benchmark::kMicrosecond);
 // The review page's own preview painted as greys, as a batch with --report
 // and no preview folder paints it.
 void BM_ReviewPaintGreys(benchmark::State& state) {
-  const Picture colours = bench::makeLineDrawing(kWidth, kHeight, 7);
-  std::vector<std::uint8_t> greys(static_cast<std::size_t>(kWidth) * kHeight);
-  for (std::size_t i = 0; i < greys.size(); ++i) greys[i] = static_cast<std::uint8_t>(colours->data()[i] & 0xFF);
+  const GreyBuffer greys = greyDrawing();
   for (auto _ : state) {
     PictureBox box = laidOut();
     ReviewPicture page = blankReview(box);
     PictureBox::RowPainter painter = originalPainter(box, kWidth, kHeight);
     painter.intoGreys(page.pixels.data(), kReviewLine - 1);
-    for (Int32 y = 0; y < kHeight; ++y) painter.row(y, greys.data() + static_cast<std::size_t>(y) * kWidth);
+    for (Int32 y = 0; y < kHeight; ++y) painter.row(y, greys.get() + static_cast<std::ptrdiff_t>(y) * kWidth);
     benchmark::DoNotOptimize(page.pixels.data());
   }
 }

@@ -160,6 +160,8 @@ class PictureBox {
     void take(Int32 y, const void* pixels, bool grey);
     void finishBand(const Band& band, const void* const* rows);
     void paintGreys(const Band& band, const void* const* rows);
+    // A band of grey rows folded into `greyLine_`, which it returns.
+    std::uint8_t* foldGreys(const Band& band, const void* const* rows);
     // The band's rows ANDed into `acc`, then each box pixel's columns into `line`.
     template <typename Pixel>
     void fold(const Band& band, const void* const* rows, Pixel* acc, Pixel* line);
@@ -193,7 +195,7 @@ class PictureBox {
     // of sixteen box columns whose window ends lie in at most kShuffleBlocks
     // blocks of sixteen bytes of `acc` from `base` on. `shuffleMasks_` holds
     // for each group and block the shuffle of the first ends, then of the
-    // second; -1 (no shuffles) until planned.
+    // second; the groups reach box column `shuffledTo_`, -1 until planned.
     struct ShuffleGroup {
       Int32 first;
       Int32 base;

@@ -48,9 +48,9 @@ std::vector<Span> spans(Int32 destLength, double srcStart, double srcLength) {
 }
 
 #if defined(__x86_64__) || defined(__i386__)
-// Sixteen bytes, each the AND of two bytes of the blocks from `from`: one
-// picked by `firsts`, one by `seconds`, a shuffle of each block for each
-// (an index of 0x80 picks nothing from a block).
+// Sixteen bytes, each the AND of two bytes of the blocks from `from`: for
+// each block, `masks` holds the shuffle that picks the first bytes from it,
+// then the one that picks the second (an index of 0x80 picks nothing).
 template <int Blocks>
 [[gnu::target("ssse3")]] void shuffleGroup(const std::uint8_t* from, const std::uint8_t* masks, std::uint8_t* to) {
   __m128i a = _mm_setzero_si128();
@@ -298,18 +298,15 @@ void PictureBox::RowPainter::fold(const Band& band, const void* const* rows, Pix
 }
 
 void PictureBox::RowPainter::finishBand(const Band& band, const void* const* rows) {
-  const Int32 iFrom = iFrom_;
-  const Int32 iTo = iTo_;
-  Colour* __restrict line = line_.data();
   if (greyOut_) {
     paintGreys(band, rows);
     return;
   }
+  const Int32 iFrom = iFrom_;
+  const Int32 iTo = iTo_;
+  Colour* __restrict line = line_.data();
   if (greyRows_) {
-    if (shuffledTo_ < 0) planShuffles();
-    if (greyLine_.empty()) greyLine_.resize(line_.size());
-    std::uint8_t* const greyLine = greyLine_.data();
-    fold<std::uint8_t>(band, rows, greyAcc_.data(), greyLine);
+    const std::uint8_t* greyLine = foldGreys(band, rows);
     // A grey is its colour's three bytes.
     for (Int32 i = iFrom; i < iTo; ++i) {
       const Colour g = greyLine[i];
@@ -332,17 +329,24 @@ void PictureBox::RowPainter::finishBand(const Band& band, const void* const* row
   if (&band == &bands_.back()) box_->touch();
 }
 
+std::uint8_t* PictureBox::RowPainter::foldGreys(const Band& band, const void* const* rows) {
+  if (shuffledTo_ < 0) planShuffles();
+  if (greyLine_.empty()) greyLine_.resize(line_.size());
+  fold<std::uint8_t>(band, rows, greyAcc_.data(), greyLine_.data());
+  return greyLine_.data();
+}
+
 void PictureBox::RowPainter::paintGreys(const Band& band, const void* const* rows) {
   const Int32 iFrom = iFrom_;
   const Int32 iTo = iTo_;
-  if (greyLine_.empty()) greyLine_.resize(line_.size());
-  std::uint8_t* __restrict greyLine = greyLine_.data();
   const std::uint8_t lightest = lightest_;
+  std::uint8_t* __restrict greyLine = nullptr;
   if (greyRows_) {
-    if (shuffledTo_ < 0) planShuffles();
-    fold<std::uint8_t>(band, rows, greyAcc_.data(), greyLine);
+    greyLine = foldGreys(band, rows);
     for (Int32 i = iFrom; i < iTo; ++i) greyLine[i] = std::min(greyLine[i], lightest);
   } else {
+    if (greyLine_.empty()) greyLine_.resize(line_.size());
+    greyLine = greyLine_.data();
     Colour* __restrict line = line_.data();
     fold<Colour>(band, rows, acc_.data(), line);
     for (Int32 i = iFrom; i < iTo; ++i) {
