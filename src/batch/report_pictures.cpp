@@ -19,36 +19,41 @@ void putLittle(char* at, std::uint32_t value, int bytes) {
   for (int i = 0; i < bytes; ++i) at[i] = static_cast<char>(value >> (8 * i) & 0xFF);
 }
 
-// The head of a BMP file of `w` by `h` pixels at `bits` a pixel with
-// `colours` palette entries, its rows bottom up and padded to four bytes
-// (`row` bytes each), its pixels from `pixelsAt` on: written at `at`, the
-// palette left to the caller.
-void writeBmpHead(char* at, std::size_t w, std::size_t h, int bits, std::size_t colours, std::size_t& row,
-                  std::size_t& pixelsAt) {
-  row = (w * static_cast<std::size_t>(bits) / 8 + 3) / 4 * 4;
-  pixelsAt = 14 + 40 + 4 * colours;
+// Where the parts of a BMP file of `w` by `h` pixels at `bits` a pixel with
+// `colours` palette entries lie: its rows bottom up, each padded to four
+// bytes, its pixels after the palette, and its size uncoded.
+struct BmpLayout {
+  std::size_t w;
+  std::size_t h;
+  int bits;
+  std::size_t colours;
+  std::size_t row;
+  std::size_t pixelsAt;
+  std::size_t size;
+};
+
+BmpLayout bmpLayout(std::size_t w, std::size_t h, int bits, std::size_t colours) {
+  const std::size_t row = (w * static_cast<std::size_t>(bits) / 8 + 3) / 4 * 4;
+  const std::size_t pixelsAt = 14 + 40 + 4 * colours;
+  return {w, h, bits, colours, row, pixelsAt, pixelsAt + row * h};
+}
+
+// The head of such a file, written at `at`; the palette is left to the caller.
+void writeBmpHead(char* at, const BmpLayout& bmp) {
   std::memset(at, 0, 54);
   at[0] = 'B';
   at[1] = 'M';
-  putLittle(at + 2, static_cast<std::uint32_t>(pixelsAt + row * h), 4);
-  putLittle(at + 10, static_cast<std::uint32_t>(pixelsAt), 4);
+  putLittle(at + 2, static_cast<std::uint32_t>(bmp.size), 4);
+  putLittle(at + 10, static_cast<std::uint32_t>(bmp.pixelsAt), 4);
   putLittle(at + 14, 40, 4);
-  putLittle(at + 18, static_cast<std::uint32_t>(w), 4);
-  putLittle(at + 22, static_cast<std::uint32_t>(h), 4);
+  putLittle(at + 18, static_cast<std::uint32_t>(bmp.w), 4);
+  putLittle(at + 22, static_cast<std::uint32_t>(bmp.h), 4);
   putLittle(at + 26, 1, 2);
-  putLittle(at + 28, static_cast<std::uint32_t>(bits), 2);
-  putLittle(at + 34, static_cast<std::uint32_t>(row * h), 4);
+  putLittle(at + 28, static_cast<std::uint32_t>(bmp.bits), 2);
+  putLittle(at + 34, static_cast<std::uint32_t>(bmp.row * bmp.h), 4);
   putLittle(at + 38, 3780, 4);  // 96 dots per inch
   putLittle(at + 42, 3780, 4);
-  putLittle(at + 46, static_cast<std::uint32_t>(colours), 4);
-}
-
-// The same as a whole file, the pixels left zero.
-std::string bmpFile(std::size_t w, std::size_t h, int bits, std::size_t colours, std::size_t& row,
-                    std::size_t& pixelsAt) {
-  std::string out(14 + 40 + 4 * colours + (w * static_cast<std::size_t>(bits) / 8 + 3) / 4 * 4 * h, '\0');
-  writeBmpHead(out.data(), w, h, bits, colours, row, pixelsAt);
-  return out;
+  putLittle(at + 46, static_cast<std::uint32_t>(bmp.colours), 4);
 }
 
 // How many of `most` bytes from `at` on repeat its first, eight compared a step.
@@ -138,9 +143,11 @@ std::size_t runsInto(const ReviewPicture& picture, char* to, std::size_t room) {
 std::string bmpFileOf(const PictureBox& box) {
   const auto w = static_cast<std::size_t>(box.pixelWidth());
   const auto h = static_cast<std::size_t>(box.pixelHeight());
-  std::size_t row = 0;
-  std::size_t pixelsAt = 0;
-  std::string out = bmpFile(w, h, 24, 0, row, pixelsAt);
+  const BmpLayout bmp = bmpLayout(w, h, 24, 0);
+  std::string out(bmp.size, '\0');
+  writeBmpHead(out.data(), bmp);
+  const std::size_t row = bmp.row;
+  const std::size_t pixelsAt = bmp.pixelsAt;
   const Colour* bits = box.bits();
   // Each pixel blue, green, red: the low three bytes of its colour in order.
   for (std::size_t y = 0; y < h; ++y) {
@@ -249,12 +256,13 @@ std::string bmpFileOf(const ReviewPicture& picture, Colour line) {
   // Coded in a buffer each thread keeps for its pictures, taken as large as
   // the rows uncoded: nothing to clear, and no new memory for each picture.
   thread_local std::string coding;
-  const std::size_t whole = 14 + 40 + 4 * 256 + (w + 3) / 4 * 4 * h;
+  const BmpLayout bmp = bmpLayout(w, h, 8, 256);
+  const std::size_t whole = bmp.size;
+  const std::size_t row = bmp.row;
+  const std::size_t pixelsAt = bmp.pixelsAt;
   if (coding.size() < whole) coding.resize(whole);
-  std::size_t row = 0;
-  std::size_t pixelsAt = 0;
   char* const out = coding.data();
-  writeBmpHead(out, w, h, 8, 256, row, pixelsAt);
+  writeBmpHead(out, bmp);
   // Greys 0 to 253 at their own index, white at 254, the line colour at 255.
   for (std::uint32_t i = 0; i < kReviewLine; ++i) {
     const std::uint32_t g = i == 254 ? 255 : i;
