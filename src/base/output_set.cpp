@@ -14,6 +14,7 @@
 #include <optional>
 #include <random>
 #include <system_error>
+#include <utility>
 
 #include "base/errors.h"
 #include "base/file_identity.h"
@@ -131,6 +132,9 @@ bool unnamedFilesWork() {
 
 enum class Way { rename, inPlace, direct };
 
+// How much of a growing file's sync waits, at most, before it is sent on its way.
+constexpr std::size_t kSendEvery = 1 << 20;
+
 }  // namespace
 
 struct OutputSet::Output {
@@ -146,6 +150,11 @@ struct OutputSet::Output {
   std::string content;     // written at commit (in place, or to a device or fifo)
   bool syncAtEnd = false;  // its bytes go to disk with its folder's sync at the batch's end
   std::optional<std::string> old;
+  // A growing output: its size so far, and how much of it has been sent on
+  // its way to disk; it is sealed at commit.
+  bool growing = false;
+  std::size_t grown = 0;
+  std::size_t sent = 0;
 
   ~Output() {
     if (fd >= 0) ::close(fd);
@@ -153,10 +162,10 @@ struct OutputSet::Output {
     backup.release();  // it may be the only copy left of an old file: never removed here
   }
 
-  // Writes the new file beside the target. False, with nothing made, when
-  // the folder takes no new file or the new file cannot keep the old one's
-  // owner: the caller then writes in place.
-  bool stageBeside(std::span<const std::string_view> bytes, const struct stat* was, bool unnamedOk) {
+  // Writes the new file beside the target; without bytes, only opens it to
+  // grow. False, with nothing made, when the folder takes no new file or the
+  // new file cannot keep the old one's owner: the caller then writes in place.
+  bool stageBeside(const std::span<const std::string_view>* bytes, const struct stat* was, bool unnamedOk) {
     fd = openBeside(unnamedOk);
     if (fd < 0) {
       const int error = errno;
@@ -172,11 +181,20 @@ struct OutputSet::Output {
       // After the owner: a change of owner clears the set-id bits.
       if (::fchmod(fd, was->st_mode & 07777) != 0) error = errno;
     }
-    if (error == 0) error = writeAll(fd, bytes);
-    if (error == 0 && !syncAtEnd && ::fsync(fd) != 0) error = errno;
-    // A file whose sync waits is sent on its way to disk now, without
-    // waiting, so that little is left for the sync at the end.
-    if (error == 0 && syncAtEnd) ::sync_file_range(fd, 0, 0, SYNC_FILE_RANGE_WRITE);
+    if (error == 0 && bytes) error = writeAll(fd, *bytes);
+    if (error != 0) {
+      drop();
+      fail(path, error);
+    }
+    if (bytes) sealBeside();
+    return true;
+  }
+
+  // The new file's bytes to disk, or on their way there when its sync waits.
+  void sealBeside() {
+    int error = 0;
+    if (!syncAtEnd && ::fsync(fd) != 0) error = errno;
+    if (error == 0 && syncAtEnd) sendOn();
     if (!unnamed) {
       if (::close(fd) != 0 && error == 0) error = errno;
       fd = -1;
@@ -185,7 +203,60 @@ struct OutputSet::Output {
       drop();
       fail(path, error);
     }
-    return true;
+  }
+
+  // A file whose sync waits is sent on its way to disk as it is written,
+  // without waiting, so that little is left for the sync at the end.
+  void sendOn() {
+    ::sync_file_range(fd, static_cast<off_t>(sent), 0, SYNC_FILE_RANGE_WRITE);
+    sent = grown;
+  }
+
+  void append(std::span<const std::string_view> pieces) {
+    if (way != Way::rename) {
+      for (const std::string_view piece : pieces) content += piece;
+      grown = content.size();
+      return;
+    }
+    if (fd < 0) fail(path, "an earlier write to it failed");
+    if (const int error = writeAll(fd, pieces)) {
+      drop();
+      fail(path, error);
+    }
+    for (const std::string_view piece : pieces) grown += piece.size();
+    if (syncAtEnd && grown - sent >= kSendEvery) sendOn();
+  }
+
+  void overwrite(std::size_t at, std::string_view bytes) {
+    if (at > grown || bytes.size() > grown - at) fail(path, "a change past the end of what was written");
+    if (way != Way::rename) {
+      content.replace(at, bytes.size(), bytes);
+      return;
+    }
+    if (fd < 0) fail(path, "an earlier write to it failed");
+    for (std::size_t done = 0; done < bytes.size();) {
+      const ssize_t n = ::pwrite(fd, bytes.data() + done, bytes.size() - done, static_cast<off_t>(at + done));
+      if (n < 0 && errno == EINTR) continue;
+      if (n <= 0) {
+        const int error = n < 0 ? errno : EIO;
+        drop();
+        fail(path, error);
+      }
+      done += static_cast<std::size_t>(n);
+    }
+  }
+
+  // A grown output made ready for commit as add() makes one.
+  void seal() {
+    growing = false;
+    if (way == Way::rename) {
+      if (fd < 0) fail(path, "an earlier write to it failed");
+      sealBeside();
+    } else if (way == Way::inPlace) {
+      stageInPlace(std::exchange(content, {}));
+    } else {
+      stageDirect(std::exchange(content, {}));
+    }
   }
 
   int openBeside(bool unnamedOk) {
@@ -224,7 +295,7 @@ struct OutputSet::Output {
 
   // The file itself, opened now so that commit cannot meet a refusal, with
   // its old contents kept and space reserved without changing its size.
-  void stageInPlace(std::string_view bytes) {
+  void stageInPlace(std::string bytes) {
     way = Way::inPlace;
     fd = ::open(target.c_str(), O_RDWR | O_CLOEXEC);
     // A file we may write but not read is still written, only without the way back.
@@ -239,10 +310,10 @@ struct OutputSet::Output {
       const int reserved = ::fallocate(fd, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(bytes.size())) == 0 ? 0 : errno;
       if (reserved == ENOSPC || reserved == EDQUOT || reserved == EFBIG) fail(path, reserved);
     }
-    content = bytes;
+    content = std::move(bytes);
   }
 
-  void stageDirect(std::string_view bytes) {
+  void stageDirect(std::string bytes) {
     way = Way::direct;
     // Without blocking only to learn whether a fifo has a reader.
     fd = ::open(target.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
@@ -251,7 +322,7 @@ struct OutputSet::Output {
       fail(path, errno);
     }
     ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) & ~O_NONBLOCK);
-    content = bytes;
+    content = std::move(bytes);
   }
 
   // Puts this output in place; on failure it is as it was and FileError says why.
@@ -397,6 +468,29 @@ void OutputSet::add(const std::string& path, std::string_view content, Sync sync
 }
 
 void OutputSet::add(const std::string& path, std::span<const std::string_view> content, Sync sync) {
+  stage(path, sync, &content);
+}
+
+OutputSet::Growing OutputSet::grow(const std::string& path, Sync sync) {
+  Output& o = stage(path, sync, nullptr);
+  o.growing = true;
+  return Growing(&o);
+}
+
+void OutputSet::Growing::append(std::span<const std::string_view> pieces) {
+  output_->append(pieces);
+}
+
+void OutputSet::Growing::overwrite(std::size_t at, std::string_view bytes) {
+  output_->overwrite(at, bytes);
+}
+
+std::size_t OutputSet::Growing::size() const {
+  return output_->grown;
+}
+
+OutputSet::Output& OutputSet::stage(const std::string& path, Sync sync,
+                                    const std::span<const std::string_view>* content) {
   if (path.empty()) throw FileError("Cannot write the file: no file name was given");
   if (committed_) fail(path, "the outputs it belongs with are already written");
   auto o = std::make_unique<Output>();
@@ -420,14 +514,18 @@ void OutputSet::add(const std::string& path, std::span<const std::string_view> c
     if (::faccessat(AT_FDCWD, o->target.c_str(), W_OK, AT_EACCESS) != 0) fail(path, errno);
     if (S_ISBLK(was.st_mode)) fail(path, "it is a disk device, and nothing is written over one");
     if (S_ISSOCK(was.st_mode)) fail(path, "it is a socket, not a file");
+    // A growing output written in place or directly is staged so when sealed.
     if (!S_ISREG(was.st_mode)) {
-      o->stageDirect(joined(content));
+      o->way = Way::direct;
+      if (content) o->stageDirect(joined(*content));
     } else if (was.st_nlink > 1 || !o->stageBeside(content, &was, options_.unnamedTemporaries)) {
       // Replacing a file with other names would leave them on the old contents.
-      o->stageInPlace(joined(content));
+      o->way = Way::inPlace;
+      if (content) o->stageInPlace(joined(*content));
     }
   }
   outputs_.push_back(std::move(o));
+  return *outputs_.back();
 }
 
 void OutputSet::commit() {
@@ -436,6 +534,9 @@ void OutputSet::commit() {
   auto rank = [](const std::unique_ptr<Output>& o) {
     return o->way == Way::inPlace ? 0 : o->way == Way::rename ? 1 : 2;
   };
+  for (auto& o : outputs_) {
+    if (o->growing) o->seal();
+  }
   std::stable_sort(outputs_.begin(), outputs_.end(), [&](const auto& a, const auto& b) { return rank(a) < rank(b); });
   std::size_t placed = 0;
   try {

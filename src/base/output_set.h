@@ -64,6 +64,8 @@ class FolderSyncs {
 
 class OutputSet {
  public:
+  struct Output;  // one staged file; defined where it is written
+
   struct Options {
     // Use unnamed temporaries (O_TMPFILE) where the file system has them.
     bool unnamedTemporaries = true;
@@ -87,14 +89,35 @@ class OutputSet {
   void add(const std::string& path, std::string_view content, Sync sync = Sync::atOnce);
   // The same, the content given in pieces that follow each other.
   void add(const std::string& path, std::span<const std::string_view> content, Sync sync = Sync::atOnce);
+  // An output whose content comes a piece at a time, appended until the
+  // commit: to the new file as it comes, or kept for the commit where the
+  // target is written in place or is a device or fifo. One thread at a time.
+  class Growing {
+   public:
+    // Throws FileError; the set's commit then fails too.
+    void append(std::span<const std::string_view> pieces);
+    void append(std::string_view piece) { append(std::span<const std::string_view>(&piece, 1)); }
+    // Writes `bytes` over some of those appended, from byte `at` on.
+    void overwrite(std::size_t at, std::string_view bytes);
+    std::size_t size() const;
+
+   private:
+    friend class OutputSet;
+    explicit Growing(Output* output) : output_(output) {}
+    Output* output_;
+  };
+  // Stages an output as add() does, with no content yet; the handle is good
+  // while the set lasts.
+  Growing grow(const std::string& path, Sync sync = Sync::atOnce);
+
   // Puts every staged output in place, or none of them.
   void commit();
   // Names staged so far, as given.
   std::vector<std::string> paths() const;
 
-  struct Output;  // one staged file; defined where it is written
-
  private:
+  // Checks and stages `path`: with its content, or, without, to grow.
+  Output& stage(const std::string& path, Sync sync, const std::span<const std::string_view>* content);
   void rollBack(std::size_t placed);
   Options options_;
   std::vector<std::unique_ptr<Output>> outputs_;

@@ -242,8 +242,7 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
       // The review page shows what was refused; nothing is written for it.
       try {
         PreviewImages images = previewImages(*box, painted ? &*painted : nullptr, nullptr, 1.0F, std::nullopt, review);
-        result.thumbnail = std::move(images.thumbnail);
-        result.view = std::move(images.view);
+        result.shown = std::move(images.shown);
       } catch (const QuernError&) {
         // The card then shows no picture; the refusal it must show stands either way.
       }
@@ -282,8 +281,7 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
         outputs.add(*preview, images.file, sync);
         result.preview = *preview;
       }
-      result.thumbnail = std::move(images.thumbnail);
-      result.view = std::move(images.view);
+      result.shown = std::move(images.shown);
     }
     outputs.commit();
     if (drawing == "-") {
@@ -348,7 +346,7 @@ BatchResult runBatch(const BatchArgs& args, ProgressLine* progress) {
 }
 
 std::vector<BatchResult> runMany(const BatchArgs& args, const RunPlan& plan, ProgressLine* progress,
-                                 const BeforeSync& beforeSync) {
+                                 const BeforeSync& beforeSync, const EachDone& eachDone) {
   for (const std::optional<std::string>& folder : {args.outDir, args.previewDir}) {
     std::error_code made;
     if (folder) std::filesystem::create_directories(*folder, made);
@@ -371,6 +369,7 @@ std::vector<BatchResult> runMany(const BatchArgs& args, const RunPlan& plan, Pro
       std::optional<std::string> preview = files.preview;
       const Review review = reportPreview(args, std::filesystem::path(files.drawing).stem().string(), preview);
       results[i] = convertPicture(args, files.picture, files.drawing, preview, nullptr, review, &folders);
+      if (eachDone) eachDone(results[i], i, folders);
       if (++finished == args.pictures.size()) {
         const std::lock_guard<std::mutex> hold(allDoneLock);
         allDone.notify_all();

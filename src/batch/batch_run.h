@@ -31,10 +31,8 @@ struct BatchResult {
   std::string drawing;
   std::string svg;
   std::string preview;
-  // For the review page, as data: URIs: its own preview when it is in the
-  // page, which shows it small as the thumbnail too; else the preview made small.
-  std::string view;
-  std::string thumbnail;
+  // For the review page; the URI is let go once the page's file holds it.
+  ShownPicture shown;
   bool ok() const { return error.empty(); }
 };
 
@@ -84,11 +82,14 @@ BatchResult runBatch(const BatchArgs& args, ProgressLine* progress = nullptr);
 // picture's failure does not stop the others. Results in the pictures' order.
 // `plan` is planRun's for these args. Throws QuernError when the folders
 // cannot be made or the files clash.
+// `eachDone` is given each picture's result, with its index, on the thread
+// that made it, as soon as it is made; it may take what it needs from it.
 // `beforeSync` is given the results once every picture is done, before the
-// files go to disk: what it writes with `syncs` goes there in the same sync.
+// files go to disk: what they write with `syncs` goes there in the same sync.
+using EachDone = std::function<void(BatchResult& result, std::size_t index, FolderSyncs& syncs)>;
 using BeforeSync = std::function<void(const std::vector<BatchResult>& results, FolderSyncs& syncs)>;
 std::vector<BatchResult> runMany(const BatchArgs& args, const RunPlan& plan, ProgressLine* progress = nullptr,
-                                 const BeforeSync& beforeSync = {});
+                                 const BeforeSync& beforeSync = {}, const EachDone& eachDone = {});
 
 // The summary of a many-picture run: picture, size, lines, seconds, result,
 // and a line of totals.

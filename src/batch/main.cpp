@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <chrono>
 #include <iostream>
+#include <optional>
 
 #include "base/output_set.h"
 #include "batch/batch_args.h"
@@ -48,26 +49,32 @@ int main(int argc, char** argv) {
     };
     std::vector<quern::BatchResult> results;
     if (args.outDir) {
-      // The review page goes to disk with the drawings, in their one sync. A
-      // sync that fails turns drawings into failures: the page is then made
-      // again to say so.
+      // The review page takes each picture as it is made, and goes to disk
+      // with the drawings, in their one sync. A sync that fails turns
+      // drawings into failures: the page is then made again to say so.
+      std::optional<quern::ReviewPage> page;
+      if (args.report) page.emplace(*args.report, args.pictures.size());
       std::string pageError;
       long writtenBeforeSync = -1;
-      results = quern::runMany(args, plan, &progress, [&](const auto& rs, quern::FolderSyncs& syncs) {
-        if (!args.report) return;
+      const auto finishPage = [&](const std::vector<quern::BatchResult>& rs, quern::FolderSyncs& syncs) {
+        if (!page) return;
         try {
-          quern::writeReport(*args.report, rs, seconds(), &syncs);
+          page->finish(rs, seconds(), &syncs);
           writtenBeforeSync = written(rs);
         } catch (const std::exception& e) {
           pageError = e.what();
         }
-      });
+      };
+      const auto takePicture = [&](quern::BatchResult& r, std::size_t i, quern::FolderSyncs& syncs) {
+        if (page) page->take(r, i, &syncs);
+      };
+      results = quern::runMany(args, plan, &progress, finishPage, takePicture);
       std::cout << quern::summaryTable(results);
       for (const quern::BatchResult& r : results) {
         if (!r.ok()) std::cerr << "quernline-batch: " << r.picture << ": " << r.error << "\n";
       }
       if (!pageError.empty()) throw quern::FileError(pageError);
-      if (args.report && written(results) != writtenBeforeSync) quern::writeReport(*args.report, results, seconds());
+      if (page && written(results) != writtenBeforeSync) page->rewrite(results, seconds());
     } else {
       results.push_back(quern::runBatch(args, &progress));
       if (!results[0].ok()) std::cerr << "quernline-batch: " << results[0].error << "\n";

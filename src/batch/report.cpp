@@ -1,10 +1,13 @@
 #include "batch/report.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <type_traits>
 
+#include "base/errors.h"
 #include "base/output_set.h"
 
 namespace quern {
@@ -25,7 +28,8 @@ header dd{margin:0;font-size:18px;font-weight:bold}
 .card.failed{border:2px solid #c00;background:#fff4f4}
 .card h2{font-size:14px;margin:6px 0 2px}
 .thumb{display:flex;align-items:center;justify-content:center;height:210px;background:#eee}
-.thumb img{max-width:100%;max-height:210px;filter:saturate(4)}
+.thumb svg,.thumb img{max-width:100%;max-height:210px;filter:saturate(4)}
+.pictures{position:absolute;width:0;height:0;overflow:hidden}
 .none{color:#888}
 .failure{color:#a00;font-weight:bold;margin:4px 0}
 .reason{color:#a00;margin:4px 0}
@@ -36,44 +40,19 @@ body.only-failed .card.ok{display:none}
 .view{display:flex;align-items:center;justify-content:center;width:100%;height:100%}
 .view .full,.view .close{display:none}
 .view:target{position:fixed;inset:0;z-index:1;height:auto;background:rgba(0,0,0,.8)}
-.view:target img{width:96vw;height:94vh;max-width:none;max-height:none;object-fit:contain;image-rendering:pixelated;filter:none}
+.view:target svg,.view:target img{width:96vw;height:94vh;max-width:none;max-height:none;object-fit:contain;image-rendering:pixelated;filter:none}
 .view:target .full{display:block}
 .view.two:target .open{display:none}
 .view:target .close{display:block;position:fixed;inset:0;cursor:zoom-out}
 )";
 
-// The page as it is put together: text appended to one string, numbers in
-// decimal, and the pictures' data: URIs left where they are, as pieces
-// between the text's.
+// The page's text as it is put together, numbers in decimal.
 struct PageText {
   std::string text;
-  // Each piece: [from, to) of `text`, or an outside string where `outside` is set.
-  struct Piece {
-    std::size_t from;
-    std::size_t to;
-    std::string_view outside;
-  };
-  std::vector<Piece> pieces;
-  std::size_t piecesFrom = 0;  // where the text not yet in a piece starts
 
   PageText& operator<<(std::string_view part) {
     text += part;
     return *this;
-  }
-  PageText& uri(std::string_view data) {
-    pieces.push_back({piecesFrom, text.size(), {}});
-    pieces.push_back({0, 0, data});
-    piecesFrom = text.size();
-    return *this;
-  }
-  std::vector<std::string_view> views() {
-    pieces.push_back({piecesFrom, text.size(), {}});
-    piecesFrom = text.size();
-    std::vector<std::string_view> out;
-    for (const Piece& p : pieces) {
-      out.push_back(p.outside.data() ? p.outside : std::string_view(text).substr(p.from, p.to - p.from));
-    }
-    return out;
   }
   template <typename T>
   requires std::is_integral_v<T> PageText& operator<<(T value) {
@@ -124,6 +103,14 @@ void item(PageText& out, std::string_view term, const std::string& value) {
   out << "<dt>" << term << "</dt><dd>" << htmlText(value) << "</dd>";
 }
 
+// The picture a card shows, as the page holds it among its pictures.
+void shownPicture(PageText& out, const ShownPicture& shown, std::size_t index, const std::string& name) {
+  out << "<svg viewBox=\"0 0 " << shown.width << " " << shown.height << "\" width=\"" << shown.width << "\" height=\""
+      << shown.height << "\" role=\"img\" aria-label=\"" << htmlText(name) << "\"><use href=\"#p" << index
+      << "\"/></svg>";
+}
+
+// `index`: the picture's place in the batch, which names its picture in the page.
 void card(PageText& out, const fs::path& folder, const BatchResult& r, std::size_t index) {
   const std::string name = r.picture.empty() ? std::string("built-in picture") : baseName(r.picture);
   out << "<article class=\"card " << (r.ok() ? "ok" : "failed") << "\" data-ok=\"" << (r.ok() ? 1 : 0) << "\">\n";
@@ -131,22 +118,22 @@ void card(PageText& out, const fs::path& folder, const BatchResult& r, std::size
   // The preview in the page is its own thumbnail, its red made stronger
   // there for the lines that shrink to less than a pixel; one beside the
   // page is shown over it from its file, the thumbnail made small for the card.
-  const std::string& shown = !r.view.empty() ? r.view : r.thumbnail;
-  const std::string full = r.view.empty() && !r.preview.empty() ? linkFromFolder(folder, r.preview) : std::string();
-  if (shown.empty()) {
+  const ShownPicture& shown = r.shown;
+  const std::string full = !shown.isPreview && !r.preview.empty() ? linkFromFolder(folder, r.preview) : std::string();
+  if (shown.width <= 0) {
     out << "<span class=\"none\">no picture</span>";
-  } else if (r.view.empty() && full.empty()) {
+  } else if (!shown.isPreview && full.empty()) {
     // Nothing larger to show than the picture itself.
     if (!r.picture.empty()) out << "<a href=\"" << linkFromFolder(folder, r.picture) << "\">";
-    out << "<img src=\"";
-    out.uri(shown) << "\" alt=\"" << htmlText(name) << "\">";
+    shownPicture(out, shown, index, name);
     if (!r.picture.empty()) out << "</a>";
   } else {
     // A click shows the preview over the page; a click on it closes it.
     const std::string id = "view" + std::to_string(index);
     out << "<div class=\"view" << (full.empty() ? "" : " two") << "\" id=\"" << id << "\"><a class=\"open\" href=\"#"
-        << id << "\"><img src=\"";
-    out.uri(shown) << "\" alt=\"" << htmlText(name) << "\"></a>";
+        << id << "\">";
+    shownPicture(out, shown, index, name);
+    out << "</a>";
     if (!full.empty()) out << "<img class=\"full\" src=\"" << full << "\" alt=\"" << htmlText(name) << "\">";
     out << "<a class=\"close\" href=\"#close\" title=\"close\"></a></div>";
   }
@@ -221,25 +208,58 @@ std::string reportFile(const std::string& page, const std::string& stem, std::st
 
 namespace {
 
-PageText pageText(const std::string& page, const std::vector<BatchResult>& results, double seconds) {
-  // Failures first, each group in the pictures' order.
+// The title's count of failures is written once the batch is done, over a
+// slot of its own: the count, the title's end and spaces to fill the slot.
+constexpr std::size_t kTitleSlot = 40;
+
+std::string titleEnd(std::size_t failed) {
+  std::string out = std::to_string(failed) + " failed</title>";
+  out.resize(std::max(out.size(), kTitleSlot), ' ');
+  return out;
+}
+
+// The page up to its pictures: the head, with a slot for the title's count
+// of failures at `titleAt`, then the holder of the pictures the cards show.
+// The pictures come first so that each can be written as soon as it is made.
+std::string pageHead(std::size_t pictures, std::size_t& titleAt) {
+  std::string out =
+      "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
+      "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
+      "<title>quernline-batch: " +
+      std::to_string(pictures) + " pictures, ";
+  titleAt = out.size();
+  out += titleEnd(0);
+  out += std::string("\n<style>") + kStyle + "</style>\n</head>\n<body>\n" +
+         "<svg class=\"pictures\" aria-hidden=\"true\" focusable=\"false\"><defs>\n";
+  return out;
+}
+
+// The picture a card shows as the page holds it, in pieces: its element up
+// to the data: URI, the URI, and the rest.
+std::array<std::string_view, 3> pictureElement(const ShownPicture& shown, std::size_t index, std::string& head) {
+  head = "<image id=\"p" + std::to_string(index) + "\" width=\"" + std::to_string(shown.width) + "\" height=\"" +
+         std::to_string(shown.height) + "\" href=\"";
+  return {head, shown.uri, "\"/>\n"};
+}
+
+std::size_t failures(const std::vector<BatchResult>& results) {
+  return static_cast<std::size_t>(std::count_if(results.begin(), results.end(), [](const auto& r) { return !r.ok(); }));
+}
+
+// The rest of the page after its pictures: the totals, then the cards,
+// failures first, each group in the pictures' order.
+PageText pageTail(const std::string& page, const std::vector<BatchResult>& results, double seconds) {
   std::vector<const BatchResult*> order;
   for (const BatchResult& r : results) order.push_back(&r);
   std::stable_partition(order.begin(), order.end(), [](const BatchResult* r) { return !r->ok(); });
   long long lines = 0;
-  std::size_t failed = 0;
-  for (const BatchResult& r : results) {
-    lines += r.lines;
-    failed += r.ok() ? 0 : 1;
-  }
+  for (const BatchResult& r : results) lines += r.lines;
+  const std::size_t failed = failures(results);
 
   PageText out;
-  out.text.reserve(2048 * (results.size() + 2));
+  out.text.reserve(2048 * (results.size() + 1));
   const fs::path folder = folderOfPage(page);
-  out << "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
-      << "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
-      << "<title>quernline-batch: " << results.size() << " pictures, " << failed << " failed</title>\n"
-      << "<style>" << kStyle << "</style>\n</head>\n<body>\n<header>\n<h1>quernline-batch</h1>\n<dl id=\"totals\">";
+  out << "</defs></svg>\n<header>\n<h1>quernline-batch</h1>\n<dl id=\"totals\">";
   out << "<div><dt>pictures</dt><dd id=\"pictures\">" << results.size() << "</dd></div>";
   out << "<div><dt>written</dt><dd id=\"written\">" << results.size() - failed << "</dd></div>";
   out << "<div><dt>failed</dt><dd id=\"failed\">" << failed << "</dd></div>";
@@ -247,7 +267,7 @@ PageText pageText(const std::string& page, const std::vector<BatchResult>& resul
   out << "<div><dt>lines</dt><dd id=\"lines\">" << lines << "</dd></div>";
   out << "</dl>\n<label><input type=\"checkbox\" id=\"only-failed\"> failures only</label>\n</header>\n";
   out << "<main id=\"sheet\">\n";
-  for (std::size_t i = 0; i < order.size(); ++i) card(out, folder, *order[i], i);
+  for (const BatchResult* r : order) card(out, folder, *r, static_cast<std::size_t>(r - results.data()));
   out << "</main>\n<script>\ndocument.getElementById('only-failed').onchange = (e) =>\n"
       << "  document.body.classList.toggle('only-failed', e.target.checked);\n"
       << "document.onkeydown = (e) => { if (e.key === 'Escape' && location.hash.startsWith('#view')) location.hash = "
@@ -258,19 +278,81 @@ PageText pageText(const std::string& page, const std::vector<BatchResult>& resul
 }  // namespace
 
 std::string reportPage(const std::string& page, const std::vector<BatchResult>& results, double seconds) {
-  PageText text = pageText(page, results, seconds);
-  std::string out;
-  for (const std::string_view piece : text.views()) out += piece;
-  return out;
+  std::size_t titleAt = 0;
+  std::string out = pageHead(results.size(), titleAt);
+  out.replace(titleAt, kTitleSlot, titleEnd(failures(results)));
+  std::string head;
+  for (std::size_t i = 0; i < results.size(); ++i) {
+    if (results[i].shown.uri.empty()) continue;
+    for (const std::string_view piece : pictureElement(results[i].shown, i, head)) out += piece;
+  }
+  return out + pageTail(page, results, seconds).text;
+}
+
+ReviewPage::ReviewPage(std::string page, std::size_t pictures) : page_(std::move(page)), pictures_(pictures) {}
+
+ReviewPage::~ReviewPage() = default;
+
+void ReviewPage::open(FolderSyncs* syncs) {
+  // The page's folder is made as the drawings' is.
+  if (const fs::path folder = fs::path(page_).parent_path(); !folder.empty()) {
+    std::error_code made;
+    fs::create_directories(folder, made);
+    if (made) throw FileError("Cannot make the folder \"" + folder.string() + "\": " + made.message());
+  }
+  set_ = std::make_unique<OutputSet>(OutputSet::Options{true, syncs});
+  out_.emplace(set_->grow(page_, syncs ? OutputSet::Sync::atEnd : OutputSet::Sync::atOnce));
+  out_->append(pageHead(pictures_, titleAt_));
+}
+
+void ReviewPage::take(BatchResult& result, std::size_t index, FolderSyncs* syncs) {
+  if (result.shown.uri.empty()) return;
+  const std::lock_guard<std::mutex> hold(lock_);
+  try {
+    if (error_.empty()) {
+      if (!out_) open(syncs);
+      std::string head;
+      out_->append(pictureElement(result.shown, index, head));
+    }
+  } catch (const std::exception& e) {
+    error_ = e.what();
+  }
+  std::string().swap(result.shown.uri);
+}
+
+void ReviewPage::finish(const std::vector<BatchResult>& results, double seconds, FolderSyncs* syncs) {
+  const std::lock_guard<std::mutex> hold(lock_);
+  if (!error_.empty()) throw FileError(error_);
+  if (!out_) open(syncs);
+  std::string head;
+  for (std::size_t i = 0; i < results.size(); ++i) {
+    if (!results[i].shown.uri.empty()) out_->append(pictureElement(results[i].shown, i, head));
+  }
+  picturesEnd_ = out_->size();
+  out_->overwrite(titleAt_, titleEnd(failures(results)));
+  out_->append(pageTail(page_, results, seconds).text);
+  set_->commit();
+  out_.reset();
+  set_.reset();
+}
+
+void ReviewPage::rewrite(const std::vector<BatchResult>& results, double seconds) {
+  // The pictures are no longer held: they are read back from the page.
+  std::ifstream in(page_, std::ios::binary);
+  std::string pictures(picturesEnd_, '\0');
+  if (picturesEnd_ == 0 || !in.read(pictures.data(), static_cast<std::streamsize>(picturesEnd_))) {
+    throw FileError("Cannot write the file \"" + page_ + "\" again: it cannot be read back");
+  }
+  pictures.replace(titleAt_, kTitleSlot, titleEnd(failures(results)));
+  const std::string rest = pageTail(page_, results, seconds).text;
+  const std::array<std::string_view, 2> pieces{pictures, rest};
+  OutputSet out;
+  out.add(page_, pieces);
+  out.commit();
 }
 
 void writeReport(const std::string& page, const std::vector<BatchResult>& results, double seconds, FolderSyncs* syncs) {
-  // Written in pieces, the pictures from where they are: the page is not
-  // copied whole first.
-  PageText text = pageText(page, results, seconds);
-  OutputSet out(OutputSet::Options{true, syncs});
-  out.add(page, text.views(), syncs ? OutputSet::Sync::atEnd : OutputSet::Sync::atOnce);
-  out.commit();
+  ReviewPage(page, results.size()).finish(results, seconds, syncs);
 }
 
 }  // namespace quern

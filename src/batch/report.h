@@ -1,9 +1,13 @@
 #pragma once
 
+#include <memory>
+#include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "base/output_set.h"
 #include "batch/batch_run.h"
 
 namespace quern {
@@ -23,8 +27,41 @@ std::string reportFile(const std::string& page, const std::string& stem, std::st
 // The page for these results of a batch that took `seconds` in all.
 std::string reportPage(const std::string& page, const std::vector<BatchResult>& results, double seconds);
 
-// The page written to `page` with the careful writer; with `syncs`, it goes
-// to disk with the batch's files, in their sync at the end. Throws FileError.
+// The page as a batch writes it while it runs: each picture a card shows
+// goes into the page's file as soon as its run has made it, and is let go;
+// only the text of the totals and cards waits for the end. The page is
+// written with the careful writer and its folder made when missing; with
+// `syncs`, it goes to disk with the batch's files, in their sync at the end.
+class ReviewPage {
+ public:
+  ReviewPage(std::string page, std::size_t pictures);
+  ~ReviewPage();
+  ReviewPage(const ReviewPage&) = delete;
+  ReviewPage& operator=(const ReviewPage&) = delete;
+  // Writes the picture the result's card shows, and lets go of its URI. On
+  // any thread; a failure is kept for finish(), which then throws it.
+  void take(BatchResult& result, std::size_t index, FolderSyncs* syncs);
+  // Writes the rest of the page, with the pictures not taken yet, and puts
+  // it in place. Throws FileError.
+  void finish(const std::vector<BatchResult>& results, double seconds, FolderSyncs* syncs);
+  // Once finished: the page written again for results that have changed
+  // since (drawings whose sync failed), its pictures read back from its
+  // file. Throws FileError.
+  void rewrite(const std::vector<BatchResult>& results, double seconds);
+
+ private:
+  void open(FolderSyncs* syncs);
+  std::string page_;
+  std::size_t pictures_;
+  std::mutex lock_;
+  std::unique_ptr<OutputSet> set_;
+  std::optional<OutputSet::Growing> out_;
+  std::string error_;
+  std::size_t titleAt_ = 0;
+  std::size_t picturesEnd_ = 0;
+};
+
+// The page for these results, written at once. Throws FileError.
 void writeReport(const std::string& page, const std::vector<BatchResult>& results, double seconds,
                  FolderSyncs* syncs = nullptr);
 

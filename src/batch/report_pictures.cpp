@@ -347,14 +347,17 @@ PreviewImages previewImages(PictureBox& box, ReviewPicture* painted, const Recor
     std::string bytes = bmpFileOf(page, kRed);
     // The page shows a preview it holds small as the thumbnail too.
     if (bytes.size() <= kViewInPage) {
-      images.view = dataUri("image/bmp", bytes);
+      images.shown = {dataUri("image/bmp", bytes), page.width, page.height, true};
       return images;
     }
     if (segments) images.file = std::move(bytes);
   } else if (preview && segments) {
     images.file = preview->ends_with(".bmp") ? bmpFileOf(box) : encodeBitmapPng(box);
   }
-  if (review != Review::none) images.thumbnail = dataUri("image/bmp", bmpFileOf(halved(page), kRed));
+  if (review != Review::none) {
+    const ReviewPicture small = halved(page);
+    images.shown = {dataUri("image/bmp", bmpFileOf(small, kRed)), small.width, small.height, false};
+  }
   return images;
 }
 

@@ -40,22 +40,29 @@ ReviewPicture reviewPicture(const PictureBox& box, Colour line);
 // greys into it no lighter than kReviewLine - 1 (RowPainter::intoGreys).
 ReviewPicture blankReview(const PictureBox& box);
 
+// The picture a review page's card shows, as a data: URI, and its size in
+// pixels: the page's own preview, which also opens over the page, or a
+// thumbnail of a preview kept beside it. Width 0: no picture.
+struct ShownPicture {
+  std::string uri;
+  Int32 width = 0;
+  Int32 height = 0;
+  bool isPreview = false;
+};
+
 // What a picture's run makes for its preview and the review page; the lines
 // are drawn once for all. `file`: the bytes of the preview file when
 // `preview` names one and there are segments (a BMP when its name ends in
 // ".bmp", else a PNG). For the review page, with its own preview
-// (thumbnailAndPagePreview), that preview in the page's colours: as `view`,
-// a data: URI the page also shows small as the thumbnail, when it codes to
-// kViewInPage bytes or fewer, else as the file's bytes; and where there is
-// no `view`, `thumbnail`: the preview halved, as a data: URI. Without
-// segments (a stage stopped) the box shows the original alone and no file
-// is made.
+// (thumbnailAndPagePreview), that preview in the page's colours: shown in
+// the page when it codes to kViewInPage bytes or fewer, else as the file's
+// bytes, the page showing it halved. Without segments (a stage stopped) the
+// box shows the original alone and no file is made.
 // With `painted`, the page's own preview painted as greys (see blankReview),
 // the lines are drawn there and the box is left as it is; it is then used up.
 struct PreviewImages {
   std::string file;
-  std::string view;
-  std::string thumbnail;
+  ShownPicture shown;
 };
 // Line work on plain paper codes to a few tens of kilobytes at most; a
 // busier preview is written beside the page, so that the page of a large

@@ -162,6 +162,52 @@ TEST(OutputSet, PiecesFollowEachOtherWhateverTheTarget) {
   EXPECT_EQ(piped, whole);
 }
 
+// An output that grows a few pieces at a time, with its head written over
+// at the end, lands as the pieces and the head would have as one; before the
+// commit, and when the set is dropped, no target has changed.
+TEST(OutputSet, AGrowingOutputLandsAsWrittenOrNotAtAll) {
+  std::vector<std::string> kept;
+  for (int i = 0; i < 2000; ++i)
+    kept.push_back(std::string(static_cast<std::size_t>(i % 89), static_cast<char>('a' + i % 26)));
+  std::string whole = "HEAD:??";
+  for (const std::string& piece : kept) whole += piece;
+  const auto growInto = [&](OutputSet::Growing out) {
+    out.append(std::string_view("HEAD:??"));
+    const std::vector<std::string_view> pieces(kept.begin(), kept.end());
+    for (std::size_t i = 0; i < pieces.size(); i += 300) {
+      out.append(std::span(pieces).subspan(i, std::min<std::size_t>(300, pieces.size() - i)));
+    }
+    out.overwrite(5, "ok");
+    EXPECT_EQ(out.size(), whole.size());
+    EXPECT_THROW(out.overwrite(whole.size() - 1, "past"), FileError);
+  };
+  whole.replace(5, 2, "ok");
+  for (const OutputSet::Options options : {kNamed, kUnnamed}) {
+    for (const bool commit : {false, true}) {
+      Folder f;
+      writeText(f / "linked.html", "old");
+      fs::create_hard_link(f / "linked.html", f / "other-name.html");
+      writeText(f / "old.html", "old", 0640);
+      {
+        OutputSet set(OutputSet::Options{options.unnamedTemporaries, nullptr});
+        for (const char* name : {"new.html", "linked.html", "old.html"}) growInto(set.grow((f / name).string()));
+        EXPECT_FALSE(fs::exists(f / "new.html"));
+        EXPECT_EQ(readAll(f / "linked.html"), "old");
+        if (commit) set.commit();
+      }
+      EXPECT_EQ(fs::exists(f / "new.html"), commit);
+      if (commit) {
+        EXPECT_EQ(readAll(f / "new.html"), whole);
+      }
+      EXPECT_EQ(readAll(f / "other-name.html"), commit ? whole : "old") << "written in place";
+      EXPECT_EQ(readAll(f / "old.html"), commit ? whole : "old");
+      EXPECT_EQ(statOf(f / "old.html").st_mode & 07777, 0640U);
+      EXPECT_EQ(f.entries(), commit ? 4 : 3) << "nothing is left beside the targets";
+      EXPECT_EQ(registeredTemporaries(), 0);
+    }
+  }
+}
+
 TEST(OutputSet, NamesOfOneFileClash) {
   Folder f;
   writeText(f / "in.gif", "picture");

@@ -19,17 +19,33 @@ SKIPPED = 77
 
 # Marks in the DOM what the browser made of the page once it had loaded it.
 PROBE = """<script>
+// The picture a card's <svg> shows is the one its <use> names: loaded as an
+// <img> too, so that the page's load waits for it and tells how it decoded.
+const decoded = new Map();
+for (const svg of document.querySelectorAll('.thumb svg')) {
+  const use = svg.querySelector('use');
+  const held = use && document.querySelector(use.getAttribute('href'));
+  if (!held) continue;
+  const img = new Image();
+  img.src = held.getAttribute('href');
+  decoded.set(svg, img);
+}
+const natural = (svg) => {
+  const img = decoded.get(svg);
+  return img && img.complete ? img.naturalWidth || -1 : -1;
+};
 window.addEventListener('load', () => {
-  for (const img of document.querySelectorAll('.thumb img:not(.full)'))
-    img.setAttribute('data-natural-width', img.complete ? img.naturalWidth : -1);
+  for (const svg of document.querySelectorAll('.thumb svg')) svg.setAttribute('data-natural-width', natural(svg));
   for (const a of document.links) a.setAttribute('data-resolved', a.href);
   // A click on each thumbnail: what the preview it opens shows, and how large.
   for (const a of document.querySelectorAll('.thumb a.open')) {
     a.click();
     const view = document.getElementById(location.hash.slice(1));
-    const img = view ? view.querySelector('.full') || view.querySelector('img') : null;
-    const box = img && img.getBoundingClientRect();
-    a.setAttribute('data-opens', !img ? 'nothing' : [getComputedStyle(view).position, img.complete && img.naturalWidth,
+    const full = view && view.querySelector('.full');
+    const shown = full || (view && view.querySelector('svg'));
+    const box = shown && shown.getBoundingClientRect();
+    const width = !shown ? 0 : full ? full.complete && full.naturalWidth : natural(shown);
+    a.setAttribute('data-opens', !shown ? 'nothing' : [getComputedStyle(view).position, width,
       box.width > 0.9 * innerWidth && box.height > 0.9 * innerHeight ? 'filling' : 'small'].join(' '));
   }
   location.hash = 'close';
@@ -69,7 +85,7 @@ class Dom(html.parser.HTMLParser):
             self.probed = a.get("data-probed") == "yes"
         elif tag == "article":
             self.cards.append([a.get("class", ""), "", [], [], []])
-        elif tag == "img" and self.cards and "data-natural-width" in a:
+        elif self.cards and "data-natural-width" in a:
             self.cards[-1][2].append(int(a["data-natural-width"]))
         elif tag == "a" and self.cards:
             if "data-opens" in a:

@@ -6,8 +6,10 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <sstream>
 
 #include "../temp_files.h"
+#include "base/errors.h"
 #include "batch/report_pictures.h"
 #include "intake/picture_loader.h"
 #include "processing/luminance.h"
@@ -49,7 +51,7 @@ BatchResult written(const std::string& picture, Int32 lines) {
   r.lines = lines;
   r.threshold = "200";
   r.drawing = "/out/" + std::filesystem::path(picture).stem().string() + ".dxf";
-  r.thumbnail = "data:image/bmp;base64,Qk0=";
+  r.shown = {"data:image/bmp;base64,Qk0=", 60, 45, false};
   return r;
 }
 
@@ -114,6 +116,57 @@ TEST(ReportPage, FailuresFirstTotalsCountEveryPictureAndNamesShowAsWritten) {
       << "no preview: a click shows the picture itself";
 }
 
+std::vector<std::string> sortedLines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  std::sort(lines.begin(), lines.end());
+  return lines;
+}
+
+// Pictures taken as their runs end, in any order, make the page that is
+// written at once, each picture once; their URIs are let go. Written again
+// for a drawing whose sync failed, the page keeps its pictures. The page's
+// folder is made; one that cannot be fails the page, not the pictures.
+TEST(ReportPage, TakenAsTheBatchRunsItIsThePageWrittenAtOnce) {
+  TempFolder f;
+  std::vector<BatchResult> results = {written("/in/one.gif", 10), failed("/in/two.gif", "loading", "cut short"),
+                                      written("/in/three.gif", 5)};
+  results[1].shown = {};
+  results[2].shown = {"data:image/bmp;base64,Qk1/", 64, 48, true};
+  const std::string path = f.file("new folder/review.html");
+  const std::string whole = reportPage(path, results, 1.5);
+  std::vector<BatchResult> taken = results;
+  ReviewPage page(path, taken.size());
+  for (const std::size_t i : {2, 1, 0}) page.take(taken[i], i, nullptr);
+  EXPECT_TRUE(taken[0].shown.uri.empty());
+  EXPECT_EQ(taken[2].shown.width, 64);
+  page.finish(taken, 1.5, nullptr);
+  const std::string wrote = readAll(path);
+  EXPECT_EQ(sortedLines(wrote), sortedLines(whole));
+  EXPECT_LT(wrote.find("<image id=\"p2\" width=\"64\" height=\"48\" href=\"data:image/bmp;base64,Qk1/\"/>"),
+            wrote.find("<image id=\"p0\""))
+      << "each picture where it was taken";
+  EXPECT_NE(wrote.find("<title>quernline-batch: 3 pictures, 1 failed</title>"), std::string::npos);
+  EXPECT_NE(wrote.find("<use href=\"#p2\"/>"), std::string::npos);
+
+  taken[0].failedAt = "writing";
+  taken[0].error = "the disk failed";
+  page.rewrite(taken, 1.5);
+  const std::string again = readAll(path);
+  EXPECT_NE(again.find("<title>quernline-batch: 3 pictures, 2 failed</title>"), std::string::npos);
+  EXPECT_NE(again.find("<dd id=\"failed\">2</dd>"), std::string::npos);
+  EXPECT_EQ(again.substr(0, again.find("</defs>")).size(), wrote.substr(0, wrote.find("</defs>")).size());
+  EXPECT_NE(again.find("<image id=\"p0\""), std::string::npos);
+
+  std::ofstream(f.file("a file")) << "not a folder";
+  ReviewPage refused(f.file("a file/review.html"), 1);
+  std::vector<BatchResult> one = {written("/in/one.gif", 10)};
+  EXPECT_NO_THROW(refused.take(one[0], 0, nullptr));
+  EXPECT_TRUE(one[0].shown.uri.empty());
+  EXPECT_THROW(refused.finish(one, 1.0, nullptr), FileError);
+}
+
 // Pictures converted on two threads at once, each in a chain of its own,
 // give the drawings and previews that one at a time gives, and a picture
 // that fails among them stops none of the others. Every picture that loaded
@@ -150,8 +203,8 @@ TEST(ReportRun, ThreadsGiveWhatOneAtATimeGivesPreviewsInThePageOrBesideIt) {
     EXPECT_EQ(together[i].picture, args.pictures[i]) << "results in the order given, whatever the order of work";
     EXPECT_EQ(alone[i].ok(), together[i].ok()) << args.pictures[i];
     EXPECT_EQ(alone[i].lines, together[i].lines) << args.pictures[i];
-    EXPECT_EQ(alone[i].thumbnail, together[i].thumbnail) << args.pictures[i];
-    EXPECT_EQ(alone[i].view, together[i].view) << args.pictures[i];
+    EXPECT_EQ(alone[i].shown.uri, together[i].shown.uri) << args.pictures[i];
+    EXPECT_EQ(alone[i].shown.isPreview, together[i].shown.isPreview) << args.pictures[i];
   }
   ASSERT_TRUE(alone[0].ok()) << alone[0].error;
   EXPECT_EQ(alone[2].failedAt, "stage 2 (blur)") << "the wide picture is refused by the filters";
@@ -172,27 +225,53 @@ TEST(ReportRun, ThreadsGiveWhatOneAtATimeGivesPreviewsInThePageOrBesideIt) {
   for (const std::size_t i : {0, 1, 2, 3}) {
     SCOPED_TRACE(args.pictures[i]);
     EXPECT_TRUE(alone[i].preview.empty());
-    ASSERT_TRUE(alone[i].view.starts_with("data:image/bmp;base64,"));
-    const std::string view = bytesOfUri(alone[i].view);
+    ASSERT_TRUE(alone[i].shown.uri.starts_with("data:image/bmp;base64,"));
+    const std::string view = bytesOfUri(alone[i].shown.uri);
     ASSERT_GT(view.size(), 28U);
     EXPECT_EQ(view[28], 8);
     EXPECT_EQ(pictureWidth(shown(view)), 400);
     EXPECT_EQ(reds(shown(view)) > 100, alone[i].ok()) << "lines on every written picture, none on the refused one";
-    EXPECT_TRUE(alone[i].thumbnail.empty()) << "the preview in the page is its own thumbnail";
+    EXPECT_TRUE(alone[i].shown.isPreview) << "the preview in the page is its own thumbnail";
+    EXPECT_EQ(alone[i].shown.width, 400);
+    EXPECT_EQ(alone[i].shown.height, pictureHeight(shown(view)));
   }
   EXPECT_EQ(alone[5].preview, one.file("review_files/paper.bmp"));
-  EXPECT_TRUE(alone[5].view.empty());
+  EXPECT_FALSE(alone[5].shown.isPreview);
   const std::string busy = readAll(alone[5].preview);
   EXPECT_GT(busy.size(), kViewInPage);
   EXPECT_EQ(pictureWidth(shown(busy)), 400);
-  ASSERT_TRUE(alone[5].thumbnail.starts_with("data:image/bmp;base64,"));
-  EXPECT_EQ(pictureWidth(shown(bytesOfUri(alone[5].thumbnail))), 200);
+  ASSERT_TRUE(alone[5].shown.uri.starts_with("data:image/bmp;base64,"));
+  EXPECT_EQ(pictureWidth(shown(bytesOfUri(alone[5].shown.uri))), 200);
+  EXPECT_EQ(alone[5].shown.width, 200);
   EXPECT_FALSE(std::filesystem::exists(two / "dxf/wide.dxf"));
-  EXPECT_TRUE(alone[4].thumbnail.empty());
-  EXPECT_TRUE(alone[4].view.empty());
+  EXPECT_EQ(alone[4].shown.width, 0);
+  EXPECT_TRUE(alone[4].shown.uri.empty());
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(one / "review_files"), {}), 1)
       << "only the busy picture's preview is beside the page";
   EXPECT_EQ(one.entries(), 2) << "the drawings' folder and the previews', nothing else";
+
+  // Taken into one page by both threads as they go, the pictures are those
+  // one at a time makes, each once.
+  TempFolder three;
+  args.outDir = three.file("dxf");
+  args.report = three.file("review.html");
+  ReviewPage page(*args.report, args.pictures.size());
+  const std::vector<BatchResult> taken = runMany(
+      args, planRun(args), nullptr,
+      [&](const std::vector<BatchResult>& rs, FolderSyncs& syncs) { page.finish(rs, 1.0, &syncs); },
+      [&](BatchResult& r, std::size_t i, FolderSyncs& syncs) { page.take(r, i, &syncs); });
+  const std::string wrote = readAll(three / "review.html");
+  for (std::size_t i = 0; i < alone.size(); ++i) {
+    EXPECT_TRUE(taken[i].shown.uri.empty()) << args.pictures[i];
+    const std::string element = "<image id=\"p" + std::to_string(i) + "\" width=\"" +
+                                std::to_string(alone[i].shown.width) + "\" height=\"" +
+                                std::to_string(alone[i].shown.height) + "\" href=\"" + alone[i].shown.uri + "\"/>";
+    const std::size_t at = wrote.find(element);
+    EXPECT_EQ(at != std::string::npos, alone[i].shown.width > 0) << args.pictures[i];
+    if (at != std::string::npos) {
+      EXPECT_EQ(wrote.find(element, at + 1), std::string::npos) << args.pictures[i];
+    }
+  }
 }
 
 // Over colours of every kind and sides that leave odd ends, the review
