@@ -127,6 +127,18 @@ void BM_ReviewPictures(benchmark::State& state) {
 }
 BENCHMARK(BM_ReviewPictures)->Unit(benchmark::kMicrosecond);
 
+// The page's preview of a line drawing as the page holds it, in base64.
+void BM_ReviewDataUri(benchmark::State& state) {
+  const Picture original = bench::makeLineDrawing(kWidth, kHeight, 7);
+  PictureBox box = laidOut();
+  box.PaintPicture(original, 0.0F, 0.0F, static_cast<float>(kWidth), static_cast<float>(kHeight));
+  drawSegments(segments(), box, 1.0F);
+  const std::string bytes = bmpFileOf(reviewPicture(box, kRed), kRed);
+  for (auto _ : state) benchmark::DoNotOptimize(dataUri("image/bmp", bytes).size());
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * bytes.size()));
+}
+BENCHMARK(BM_ReviewDataUri)->Unit(benchmark::kMicrosecond);
+
 // The page's picture of a scan: paper a few greys either side of 230, as a
 // scanner's noise leaves it, with a dark stroke every fortieth row and column.
 void BM_ReviewBmpOfAScan(benchmark::State& state) {

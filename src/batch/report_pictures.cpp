@@ -7,6 +7,9 @@
 #ifdef __SSE2__
 #include <emmintrin.h>
 #endif
+#if defined(__x86_64__) || defined(__i386__)
+#include <tmmintrin.h>
+#endif
 
 #include "intake/picture_loader.h"
 #include "pipeline/preview.h"
@@ -137,6 +140,31 @@ std::size_t runsInto(const ReviewPicture& picture, char* to, std::size_t room) {
   }
   return put(0, 1) ? at : 0;
 }
+
+#if defined(__x86_64__) || defined(__i386__)
+// Twelve bytes a step as sixteen base64 digits, while sixteen can be read:
+// each three bytes' four six-bit numbers put in bytes of their own by
+// shifts in sixteen-bit lanes, then each number moved to its digit by the
+// offset of its range (A-Z, a-z, 0-9, '+', '/'). How many bytes were done.
+[[gnu::target("ssse3")]] std::size_t base64Groups(const unsigned char* from, std::size_t size, char* to) {
+  const __m128i spread = _mm_setr_epi8(1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10);
+  const __m128i offsets = _mm_setr_epi8(71, -4, -4, -4, -4, -4, -4, -4, -4, -4, -4, -19, -16, 65, 0, 0);  // by range
+  std::size_t i = 0;
+  for (; i + 16 <= size; i += 12, to += 16) {
+    const __m128i in = _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i)), spread);
+    // Numbers a and c of each three bytes into place by a high multiply,
+    // b and d by a low one.
+    const __m128i ac = _mm_mulhi_epu16(_mm_and_si128(in, _mm_set1_epi32(0x0FC0FC00)), _mm_set1_epi32(0x04000040));
+    const __m128i bd = _mm_mullo_epi16(_mm_and_si128(in, _mm_set1_epi32(0x003F03F0)), _mm_set1_epi32(0x01000010));
+    const __m128i numbers = _mm_or_si128(ac, bd);
+    // The range: 0 for 26-51, 1 to 10 for 52-61, 11 for 62, 12 for 63, 13 for 0-25.
+    __m128i range = _mm_subs_epu8(numbers, _mm_set1_epi8(51));
+    range = _mm_or_si128(range, _mm_and_si128(_mm_cmpgt_epi8(_mm_set1_epi8(26), numbers), _mm_set1_epi8(13)));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_add_epi8(numbers, _mm_shuffle_epi8(offsets, range)));
+  }
+  return i;
+}
+#endif
 
 }  // namespace
 
@@ -293,6 +321,11 @@ std::string dataUri(std::string_view mediaType, std::string_view bytes) {
   char* to = out.data() + head.size();
   const auto* from = reinterpret_cast<const unsigned char*>(bytes.data());
   std::size_t i = 0;
+#if defined(__x86_64__) || defined(__i386__)
+  static const bool shuffles = __builtin_cpu_supports("ssse3");
+  if (shuffles) i = base64Groups(from, bytes.size(), to);
+  to += i / 3 * 4;
+#endif
   for (; i + 3 <= bytes.size(); i += 3, to += 4) {
     const std::uint32_t v = from[i] << 16 | from[i + 1] << 8 | from[i + 2];
     to[0] = kDigits[v >> 18];

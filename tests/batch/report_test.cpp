@@ -418,6 +418,16 @@ TEST(ReportThumbnail, DataUriIsBase64WithPadding) {
   for (const auto& [bytes, digits] : cases) {
     EXPECT_EQ(dataUri("image/bmp", bytes), std::string("data:image/bmp;base64,") + digits) << bytes;
   }
+  // Long enough for sixteen digits at a step, with every byte and so every
+  // digit, ending anywhere in a step: read back as written.
+  std::string bytes;
+  std::uint32_t seed = 3;
+  for (int i = 0; i < 300; ++i) bytes += static_cast<char>(i < 256 ? i : (seed = seed * 1664525U + 1013904223U) >> 24);
+  for (std::size_t size = 14; size <= bytes.size(); size += 7) {
+    const std::string uri = dataUri("image/bmp", bytes.substr(0, size));
+    EXPECT_EQ(uri.size(), 22 + (size + 2) / 3 * 4) << size;
+    EXPECT_EQ(bytesOfUri(uri), bytes.substr(0, size)) << size;
+  }
 }
 
 }  // namespace
