@@ -337,10 +337,13 @@ void ReviewPage::finish(const std::vector<BatchResult>& results, double seconds,
 }
 
 void ReviewPage::rewrite(const std::vector<BatchResult>& results, double seconds) {
-  // The pictures are no longer held: they are read back from the page.
-  std::ifstream in(page_, std::ios::binary);
+  // The pictures are no longer held: they are read back from the page,
+  // which only a file can give (a fifo or a device would wait or give else).
+  std::error_code ignored;
+  std::ifstream in;
+  if (fs::is_regular_file(page_, ignored)) in.open(page_, std::ios::binary);
   std::string pictures(picturesEnd_, '\0');
-  if (picturesEnd_ == 0 || !in.read(pictures.data(), static_cast<std::streamsize>(picturesEnd_))) {
+  if (picturesEnd_ == 0 || !in.is_open() || !in.read(pictures.data(), static_cast<std::streamsize>(picturesEnd_))) {
     throw FileError("Cannot write the file \"" + page_ + "\" again: it cannot be read back");
   }
   pictures.replace(titleAt_, kTitleSlot, titleEnd(failures(results)));
