@@ -242,6 +242,17 @@ std::array<std::string_view, 3> pictureElement(const ShownPicture& shown, std::s
   return {head, shown.uri, "\"/>\n"};
 }
 
+// The pictures of the results that were not taken yet, in the results' order.
+std::string untakenPictures(const std::vector<BatchResult>& results) {
+  std::string out;
+  std::string head;
+  for (std::size_t i = 0; i < results.size(); ++i) {
+    if (results[i].shown.uri.empty()) continue;
+    for (const std::string_view piece : pictureElement(results[i].shown, i, head)) out += piece;
+  }
+  return out;
+}
+
 std::size_t failures(const std::vector<BatchResult>& results) {
   return static_cast<std::size_t>(std::count_if(results.begin(), results.end(), [](const auto& r) { return !r.ok(); }));
 }
@@ -281,12 +292,7 @@ std::string reportPage(const std::string& page, const std::vector<BatchResult>& 
   std::size_t titleAt = 0;
   std::string out = pageHead(results.size(), titleAt);
   out.replace(titleAt, kTitleSlot, titleEnd(failures(results)));
-  std::string head;
-  for (std::size_t i = 0; i < results.size(); ++i) {
-    if (results[i].shown.uri.empty()) continue;
-    for (const std::string_view piece : pictureElement(results[i].shown, i, head)) out += piece;
-  }
-  return out + pageTail(page, results, seconds).text;
+  return out + untakenPictures(results) + pageTail(page, results, seconds).text;
 }
 
 ReviewPage::ReviewPage(std::string page, std::size_t pictures) : page_(std::move(page)), pictures_(pictures) {}
@@ -324,10 +330,7 @@ void ReviewPage::finish(const std::vector<BatchResult>& results, double seconds,
   const std::lock_guard<std::mutex> hold(lock_);
   if (!error_.empty()) throw FileError(error_);
   if (!out_) open(syncs);
-  std::string head;
-  for (std::size_t i = 0; i < results.size(); ++i) {
-    if (!results[i].shown.uri.empty()) out_->append(pictureElement(results[i].shown, i, head));
-  }
+  out_->append(untakenPictures(results));
   picturesEnd_ = out_->size();
   out_->overwrite(titleAt_, titleEnd(failures(results)));
   out_->append(pageTail(page_, results, seconds).text);
