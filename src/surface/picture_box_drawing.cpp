@@ -141,6 +141,13 @@ template <typename Put>
 [[gnu::always_inline]] inline void bresenham(Int32 ax, Int32 ay, Int32 bx, Int32 by, Put put) {
   const Int32 dx = std::abs(bx - ax);
   const Int32 dy = -std::abs(by - ay);
+  // A line within a pixel of its start is its two ends, as the steps below
+  // would find: most of a shrunk drawing's lines are, and take no loop.
+  if (dx <= 1 && dy >= -1) {
+    put(ax, ay);
+    if (dx != 0 || dy != 0) put(bx, by);
+    return;
+  }
   const Int32 sx = ax < bx ? 1 : -1;
   const Int32 sy = ay < by ? 1 : -1;
   long long err = static_cast<long long>(dx) + dy;
