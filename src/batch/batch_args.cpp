@@ -1,5 +1,6 @@
 #include "batch/batch_args.h"
 
+#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <optional>
@@ -58,7 +59,7 @@ const char* const kBatchUsage =
     "                  millions of pixels, 1 to 1000 (default 100: about 1.6 GB of memory at most)\n"
     "  --out-dir DIR   many pictures: write DIR/NAME.dxf for each PICTURE, a summary table follows\n"
     "  --preview-dir DIR  with --out-dir, also write DIR/NAME.png, the preview of each\n"
-    "  -j N            with --out-dir, pictures at a time, 1 to 64 (default: one per core)\n"
+    "  -j N, -jN       with --out-dir, pictures at a time, 1 to 64 (default: one per core)\n"
     "  --page N        of a multi-page TIFF, page N, 1 to 65535 (default 1)\n"
     "  --on-collision R  with --out-dir, two pictures of one name (a/scan.gif, b/scan.jpg):\n"
     "                  refuse (default: nothing is converted) or suffix (scan.dxf, scan-2.dxf ...)\n"
@@ -314,6 +315,13 @@ BatchParse parseBatchArgs(const std::vector<std::string>& argv) {
       return out;
     }
     const OptionRow* row = optionNamed(a);
+    // -jN, as make takes it, is -j N.
+    std::string attached;
+    if (!row && a.size() > 2 && a.starts_with("-j") &&
+        std::all_of(a.begin() + 2, a.end(), [](char c) { return c >= '0' && c <= '9'; })) {
+      row = optionNamed("-j");
+      attached = a.substr(2);
+    }
     if (!row) {
       if (a.starts_with("--")) {
         out.error = "unknown option " + a;
@@ -323,12 +331,13 @@ BatchParse parseBatchArgs(const std::vector<std::string>& argv) {
       continue;
     }
     static const std::string none;
-    if (row->takesValue && i + 1 >= argv.size()) {
+    if (row->takesValue && attached.empty() && i + 1 >= argv.size()) {
       // The option's own refusal of a missing value says what it wanted.
       out.error = row->take(args, a, none).value_or(a + " needs a value");
       return out;
     }
-    if (const std::optional<std::string> refused = row->take(args, a, row->takesValue ? argv[++i] : none)) {
+    const std::string& value = !attached.empty() ? attached : row->takesValue ? argv[++i] : none;
+    if (const std::optional<std::string> refused = row->take(args, std::string(row->name), value)) {
       out.error = *refused;
       return out;
     }

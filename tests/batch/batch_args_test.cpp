@@ -68,6 +68,17 @@ TEST(BatchArgs, TwoDashesEndTheOptions) {
   EXPECT_FALSE(parseBatchArgs({"--", "--large", "a.gif", "o.dxf"}).args) << "three files";
 }
 
+// -jN is -j N, as make takes it; a name that only starts so stays a name.
+TEST(BatchArgs, JobsMayFollowTheirOptionDirectly) {
+  const BatchParse two = parseBatchArgs({"-j2", "--out-dir", "d", "-j3.gif", "a.gif"});
+  ASSERT_TRUE(two.args) << two.error;
+  EXPECT_EQ(two.args->jobs, 2);
+  EXPECT_EQ(two.args->pictures, (std::vector<std::string>{"-j3.gif", "a.gif"}));
+  const BatchParse many = parseBatchArgs({"-j65", "--out-dir", "d", "a.gif"});
+  EXPECT_FALSE(many.args);
+  EXPECT_NE(many.error.find("-j"), std::string::npos) << many.error;
+}
+
 TEST(BatchArgs, OutputOptionsGiveTheDrawingOptions) {
   struct Case {
     std::vector<std::string> argv;
