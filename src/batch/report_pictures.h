@@ -42,7 +42,8 @@ ReviewPicture blankReview(const PictureBox& box);
 
 // The picture a review page's card shows, as a data: URI, and its size in
 // pixels: the page's own preview, which also opens over the page, or a
-// thumbnail of a preview kept beside it. Width 0: no picture.
+// thumbnail of a preview written to a file (beside the page, or in the
+// preview folder). Width 0: no picture.
 struct ShownPicture {
   std::string uri;
   Int32 width = 0;
