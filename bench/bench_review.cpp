@@ -1,7 +1,8 @@
 // The review page's share of a picture's run, part by part, on a 1200 x 900
 // line drawing: the original painted into the preview box, or as greys into
-// the page's own preview, the centre lines drawn over it, and the page's
-// pictures coded for it; and the file of a scan's grey picture.
+// the page's own preview, the centre lines drawn over it or written as the
+// page's path, and the page's pictures coded for it; and the file of a
+// scan's grey picture.
 
 #include <benchmark/benchmark.h>
 
@@ -74,11 +75,11 @@ void BM_PreviewPaintGreys(benchmark::State& state) {
 BENCHMARK(BM_PreviewPaintGreys)->Unit(benchmark::kMicrosecond);
 
 // The review page's own preview painted as greys, as a batch with --report
-// and no preview folder paints it.
+// and no preview folder paints it, at half the window's size.
 void BM_ReviewPaintGreys(benchmark::State& state) {
   const GreyBuffer greys = greyDrawing();
   for (auto _ : state) {
-    PictureBox box = laidOut();
+    PictureBox box = pageBox(kWidth, kHeight);
     ReviewPicture page = blankReview(box);
     PictureBox::RowPainter painter = originalPainter(box, kWidth, kHeight);
     painter.intoGreys(page.pixels.data(), kReviewLine - 1);
@@ -126,6 +127,37 @@ void BM_ReviewPictures(benchmark::State& state) {
   state.counters["thumbnail_bytes"] = static_cast<double>(thumbnail);
 }
 BENCHMARK(BM_ReviewPictures)->Unit(benchmark::kMicrosecond);
+
+// The lines as the page's path over its picture.
+void BM_ReviewPath(benchmark::State& state) {
+  const RecordTable table = segments();
+  const PictureBox box = laidOut();
+  std::size_t bytes = 0;
+  for (auto _ : state) {
+    bytes = linesPath(box, segmentEnds(table, 1.0F), 0.5F, 4).size();
+    benchmark::DoNotOptimize(bytes);
+  }
+  state.counters["path_bytes"] = static_cast<double>(bytes);
+}
+BENCHMARK(BM_ReviewPath)->Unit(benchmark::kMicrosecond);
+
+// What the page holds of a picture once its original is painted: the
+// original at half the window's size, coded, and the lines' path.
+void BM_ReviewPagePicture(benchmark::State& state) {
+  const Picture original = bench::makeLineDrawing(kWidth, kHeight, 7);
+  PictureBox box = pageBox(kWidth, kHeight);
+  box.PaintPicture(original, 0.0F, 0.0F, static_cast<float>(kWidth), static_cast<float>(kHeight));
+  const ReviewPicture page = reviewPicture(box, kRed);
+  const RecordTable table = segments();
+  std::size_t bytes = 0;
+  for (auto _ : state) {
+    bytes =
+        dataUri("image/bmp", bmpFileOf(page, kRed)).size() + linesPath(box, segmentEnds(table, 1.0F), 0.5F, 4).size();
+    benchmark::DoNotOptimize(bytes);
+  }
+  state.counters["bytes"] = static_cast<double>(bytes);
+}
+BENCHMARK(BM_ReviewPagePicture)->Unit(benchmark::kMicrosecond);
 
 // The page's preview of a line drawing as the page holds it, in base64.
 void BM_ReviewDataUri(benchmark::State& state) {

@@ -37,13 +37,6 @@ namespace quern {
 
 namespace {
 
-// The folder a file of the page's goes into, made when the first one is
-// written there; a folder that cannot be made is told of by the writing.
-void makeFolderFor(const std::string& file) {
-  std::error_code made;
-  std::filesystem::create_directories(std::filesystem::path(file).parent_path(), made);
-}
-
 // The terminal's progress line: a line for each stage that reports, its bar
 // at the fraction the stage has done.
 FractionReport progressReport(ProgressLine* progress) {
@@ -203,7 +196,8 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
   std::string noBox;
   try {
     if (preview || review != Review::none) {
-      box = previewBox(result.width, result.height);
+      box = review == Review::thumbnailAndPagePreview ? pageBox(result.width, result.height)
+                                                      : previewBox(result.width, result.height);
       if (review == Review::thumbnailAndPagePreview) painted = blankReview(*box);
       if (params.keepOriginal) painter.emplace(originalPainter(*box, result.width, result.height));
       if (painter && painted) painter->intoGreys(painted->pixels.data(), kReviewLine - 1);
@@ -275,9 +269,7 @@ BatchResult convertOrThrow(const BatchArgs& args, const std::optional<std::strin
     if (box) {
       PreviewImages images =
           previewImages(*box, painted ? &*painted : nullptr, &chain.segments(), chain.previewFactor(), preview, review);
-      // The page's own preview is in the page when it is small.
       if (preview && !images.file.empty()) {
-        if (review == Review::thumbnailAndPagePreview) makeFolderFor(*preview);
         outputs.add(*preview, images.file, sync);
         result.preview = *preview;
       }
@@ -326,23 +318,17 @@ BatchResult convertPicture(const BatchArgs& args, const std::optional<std::strin
 
 namespace {
 
-// With --report, a picture's preview in the page's colours, unless one was
-// asked for elsewhere: in the page, or beside it when it is large; its
-// thumbnail goes into the page itself.
-Review reportPreview(const BatchArgs& args, const std::string& stem, std::optional<std::string>& preview) {
+// With --report, a picture's preview in the page's colours, in the page,
+// unless one was asked for elsewhere: then the page holds its thumbnail.
+Review reportPreview(const BatchArgs& args, const std::optional<std::string>& preview) {
   if (!args.report) return Review::none;
-  if (preview) return Review::thumbnail;
-  preview = reportFile(*args.report, stem, ".bmp");
-  return Review::thumbnailAndPagePreview;
+  return preview ? Review::thumbnail : Review::thumbnailAndPagePreview;
 }
 
 }  // namespace
 
 BatchResult runBatch(const BatchArgs& args, ProgressLine* progress) {
-  std::optional<std::string> preview = args.preview;
-  const Review review =
-      reportPreview(args, args.picture ? std::filesystem::path(*args.picture).stem().string() : "builtin", preview);
-  return convertPicture(args, args.picture, args.drawing, preview, progress, review);
+  return convertPicture(args, args.picture, args.drawing, args.preview, progress, reportPreview(args, args.preview));
 }
 
 std::vector<BatchResult> runMany(const BatchArgs& args, const RunPlan& plan, ProgressLine* progress,
@@ -366,9 +352,8 @@ std::vector<BatchResult> runMany(const BatchArgs& args, const RunPlan& plan, Pro
     for (std::size_t k = next++; k < args.pictures.size(); k = next++) {
       const std::size_t i = plan.order[k];
       const PictureFiles& files = plan.pictures[i];
-      std::optional<std::string> preview = files.preview;
-      const Review review = reportPreview(args, std::filesystem::path(files.drawing).stem().string(), preview);
-      results[i] = convertPicture(args, files.picture, files.drawing, preview, nullptr, review, &folders);
+      results[i] = convertPicture(args, files.picture, files.drawing, files.preview, nullptr,
+                                  reportPreview(args, files.preview), &folders);
       if (eachDone) eachDone(results[i], i, folders);
       if (++finished == args.pictures.size()) {
         const std::lock_guard<std::mutex> hold(allDoneLock);

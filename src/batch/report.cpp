@@ -40,7 +40,7 @@ body.only-failed .card.ok{display:none}
 .view{display:flex;align-items:center;justify-content:center;width:100%;height:100%}
 .view .full,.view .close{display:none}
 .view:target{position:fixed;inset:0;z-index:1;height:auto;background:rgba(0,0,0,.8)}
-.view:target svg,.view:target img{width:96vw;height:94vh;max-width:none;max-height:none;object-fit:contain;image-rendering:pixelated;filter:none}
+.view:target svg,.view:target img{width:96vw;height:94vh;max-width:none;max-height:none;object-fit:contain;image-rendering:pixelated;filter:none;stroke-width:1.5px}
 .view:target .full{display:block}
 .view.two:target .open{display:none}
 .view:target .close{display:block;position:fixed;inset:0;cursor:zoom-out}
@@ -116,8 +116,9 @@ void card(PageText& out, const fs::path& folder, const BatchResult& r, std::size
   out << "<article class=\"card " << (r.ok() ? "ok" : "failed") << "\" data-ok=\"" << (r.ok() ? 1 : 0) << "\">\n";
   out << "<div class=\"thumb\">";
   // The preview in the page is its own thumbnail, its red made stronger
-  // there for the lines that shrink to less than a pixel; one beside the
-  // page is shown over it from its file, the thumbnail made small for the card.
+  // there for lines drawn into a picture that shrink to less than a pixel;
+  // a preview written to a file of its own is opened from that file, its
+  // thumbnail made small for the card.
   const ShownPicture& shown = r.shown;
   const std::string full = !shown.isPreview && !r.preview.empty() ? linkFromFolder(folder, r.preview) : std::string();
   if (shown.width <= 0) {
@@ -197,15 +198,6 @@ std::string linkFrom(const std::string& page, const std::string& target) {
   return linkFromFolder(folderOfPage(page), target);
 }
 
-std::string reportFolder(const std::string& page) {
-  const fs::path p(page);
-  return (p.parent_path() / (p.stem().string() + "_files")).string();
-}
-
-std::string reportFile(const std::string& page, const std::string& stem, std::string_view suffix) {
-  return (fs::path(reportFolder(page)) / (stem + std::string(suffix))).string();
-}
-
 namespace {
 
 // The title's count of failures is written once the batch is done, over a
@@ -234,12 +226,18 @@ std::string pageHead(std::size_t pictures, std::size_t& titleAt) {
   return out;
 }
 
-// The picture a card shows as the page holds it, in pieces: its element up
-// to the data: URI, the URI, and the rest.
-std::array<std::string_view, 3> pictureElement(const ShownPicture& shown, std::size_t index, std::string& head) {
-  head = "<image id=\"p" + std::to_string(index) + "\" width=\"" + std::to_string(shown.width) + "\" height=\"" +
-         std::to_string(shown.height) + "\" href=\"";
-  return {head, shown.uri, "\"/>\n"};
+// The picture a card shows as the page holds it, in pieces: its group and
+// picture up to the data: URI, the URI, and the rest, with the lines over
+// the picture when they are apart from it. The picture fills the card's
+// picture whatever its own size; the lines keep their width in pixels of
+// the screen whatever the picture is shown at.
+std::array<std::string_view, 5> pictureElement(const ShownPicture& shown, std::size_t index, std::string& head) {
+  head = "<g id=\"p" + std::to_string(index) + "\"><image width=\"" + std::to_string(shown.width) + "\" height=\"" +
+         std::to_string(shown.height) + "\" preserveAspectRatio=\"none\" href=\"";
+  if (shown.lines.empty()) return {head, shown.uri, "\"/></g>\n", "", ""};
+  return {head, shown.uri, "\"/><path d=\"", shown.lines,
+          "\" transform=\"scale(.5)\" fill=\"none\" stroke=\"#f00\" stroke-linecap=\"round\" "
+          "stroke-linejoin=\"round\" vector-effect=\"non-scaling-stroke\"/></g>\n"};
 }
 
 // The pictures of the results that were not taken yet, in the results' order.
@@ -324,6 +322,7 @@ void ReviewPage::take(BatchResult& result, std::size_t index, FolderSyncs* syncs
     error_ = e.what();
   }
   std::string().swap(result.shown.uri);
+  std::string().swap(result.shown.lines);
 }
 
 void ReviewPage::finish(const std::vector<BatchResult>& results, double seconds, FolderSyncs* syncs) {

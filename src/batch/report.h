@@ -15,14 +15,9 @@ namespace quern {
 // The review page of a batch: totals, then one card per picture with its
 // thumbnail, numbers and links, failures first. It is plain HTML and CSS that
 // a browser opens from its folder with no server. The previews are inside
-// it, each its card's thumbnail too, unless one is too busy to code small,
-// so that a picture costs the batch no file but its drawing to write
-// carefully; every file it links to is named relative to its folder.
-
-// Where the page keeps the pictures' previews when no others were asked
-// for: PAGE_files beside PAGE.html, and in it STEM + suffix.
-std::string reportFolder(const std::string& page);
-std::string reportFile(const std::string& page, const std::string& stem, std::string_view suffix);
+// it, each its card's thumbnail too, so that a picture costs the batch no
+// file but its drawing to write carefully; every file it links to is named
+// relative to its folder.
 
 // The page for these results of a batch that took `seconds` in all.
 std::string reportPage(const std::string& page, const std::vector<BatchResult>& results, double seconds);

@@ -1,7 +1,9 @@
 #include "batch/report_pictures.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
+#include <cmath>
 #include <cstring>
 
 #ifdef __SSE2__
@@ -36,7 +38,7 @@ struct BmpLayout {
 };
 
 BmpLayout bmpLayout(std::size_t w, std::size_t h, int bits, std::size_t colours) {
-  const std::size_t row = (w * static_cast<std::size_t>(bits) / 8 + 3) / 4 * 4;
+  const std::size_t row = (w * static_cast<std::size_t>(bits) + 31) / 32 * 4;
   const std::size_t pixelsAt = 14 + 40 + 4 * colours;
   return {w, h, bits, colours, row, pixelsAt, pixelsAt + row * h};
 }
@@ -141,6 +143,112 @@ std::size_t runsInto(const ReviewPicture& picture, char* to, std::size_t room) {
   return put(0, 1) ? at : 0;
 }
 
+// The numbers -99 to 99 as a path writes them after another, each after a
+// blank unless its sign parts it from the last, in four bytes of which the
+// last are spare: most steps of a path are these.
+struct SmallNumber {
+  std::array<char, 5> text;
+  std::uint8_t size;
+};
+constexpr int kSmallest = -99;
+constexpr std::array<SmallNumber, 199> kSmallNumbers = [] {
+  std::array<SmallNumber, 199> out{};
+  for (int v = kSmallest; v <= 99; ++v) {
+    SmallNumber& n = out[static_cast<std::size_t>(v - kSmallest)];
+    const int left = v < 0 ? -v : v;
+    std::size_t at = 0;
+    n.text[at++] = v < 0 ? '-' : ' ';
+    if (left >= 10) n.text[at++] = static_cast<char>('0' + left / 10);
+    n.text[at++] = static_cast<char>('0' + left % 10);
+    n.size = static_cast<std::uint8_t>(at);
+  }
+  return out;
+}();
+
+// A number of a path at `to`, which has four bytes to spare, after a blank
+// unless it is the first after a command or has a sign that parts it from
+// the last.
+char* putNumber(char* to, std::int32_t value, bool first) {
+  const bool blankless = first && value >= 0;
+  if (static_cast<std::uint32_t>(value - kSmallest) < kSmallNumbers.size()) {
+    const SmallNumber& n = kSmallNumbers[static_cast<std::size_t>(value - kSmallest)];
+    std::memcpy(to, n.text.data() + (blankless ? 1 : 0), 4);
+    return to + n.size - (blankless ? 1 : 0);
+  }
+  if (!blankless) *to++ = value < 0 ? '-' : ' ';
+  std::uint32_t left = value < 0 ? 0U - static_cast<std::uint32_t>(value) : static_cast<std::uint32_t>(value);
+  char digits[10];
+  int n = 0;
+  do {
+    digits[n++] = static_cast<char>('0' + left % 10);
+    left /= 10;
+  } while (left != 0);
+  while (n > 0) *to++ = digits[--n];
+  return to;
+}
+
+// A review picture's value as a BMP palette's entry: greys 0 to 253 as
+// themselves, white at 254, the line colour at 255.
+std::uint32_t paletteEntry(std::uint8_t value, Colour line) {
+  if (value == kReviewLine) return __builtin_bswap32(static_cast<std::uint32_t>(line)) >> 8;
+  const std::uint32_t g = value == kReviewLine - 1 ? 255 : value;
+  return g << 16 | g << 8 | g;
+}
+
+// The two values pixels hold, the first pixel's first, when they hold no
+// more (one value is given twice).
+std::optional<std::array<std::uint8_t, 2>> twoValues(const std::vector<std::uint8_t>& pixels) {
+  if (pixels.empty()) return std::array<std::uint8_t, 2>{0, 0};
+  const std::uint8_t a = pixels[0];
+  const std::size_t size = pixels.size();
+  const std::uint8_t* p = pixels.data();
+  std::size_t i = 1;
+  while (i < size && p[i] == a) ++i;
+  const std::uint8_t b = i < size ? p[i] : a;
+#ifdef __SSE2__
+  const __m128i va = _mm_set1_epi8(static_cast<char>(a));
+  const __m128i vb = _mm_set1_epi8(static_cast<char>(b));
+  for (; i + 16 <= size; i += 16) {
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
+    if (_mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(v, va), _mm_cmpeq_epi8(v, vb))) != 0xFFFF) return std::nullopt;
+  }
+#endif
+  for (; i < size; ++i) {
+    if (p[i] != a && p[i] != b) return std::nullopt;
+  }
+  return std::array<std::uint8_t, 2>{a, b};
+}
+
+// A row of `w` pixels as bits, set where a pixel is `one`, the leftmost
+// pixel the highest bit of the first byte, into `to`.
+void bitsOfRow(const std::uint8_t* row, std::size_t w, std::uint8_t one, std::uint8_t* to) {
+  // Each byte's bits in the opposite order.
+  static constexpr std::array<std::uint8_t, 256> kReversed = [] {
+    std::array<std::uint8_t, 256> out{};
+    for (unsigned v = 0; v < 256; ++v) {
+      unsigned r = 0;
+      for (unsigned k = 0; k < 8; ++k) r |= (v >> k & 1U) << (7 - k);
+      out[v] = static_cast<std::uint8_t>(r);
+    }
+    return out;
+  }();
+  std::size_t x = 0;
+#ifdef __SSE2__
+  const __m128i vone = _mm_set1_epi8(static_cast<char>(one));
+  for (; x + 16 <= w; x += 16, to += 2) {
+    const auto bits = static_cast<unsigned>(
+        _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + x)), vone)));
+    to[0] = kReversed[bits & 0xFF];
+    to[1] = kReversed[bits >> 8];
+  }
+#endif
+  for (; x < w; x += 8, ++to) {
+    unsigned bits = 0;
+    for (std::size_t k = 0; k < 8 && x + k < w; ++k) bits |= (row[x + k] == one ? 0x80U : 0U) >> k;
+    *to = static_cast<std::uint8_t>(bits);
+  }
+}
+
 #if defined(__x86_64__) || defined(__i386__)
 // Twelve bytes a step as sixteen base64 digits, while sixteen can be read:
 // each three bytes' four six-bit numbers put in bytes of their own by
@@ -198,6 +306,50 @@ std::string bmpFileOf(const PictureBox& box) {
     }
   }
   return out;
+}
+
+std::string linesPath(const PictureBox& box, std::span<const float> ends, float centre, int perPixel) {
+  // Steps a unit of the box's scale.
+  const float sx = static_cast<float>(perPixel * box.pixelWidth() / static_cast<double>(box.ScaleWidth()));
+  const float sy = static_cast<float>(perPixel * box.pixelHeight() / static_cast<double>(box.ScaleHeight()));
+  // At most a command and four numbers of a sign and ten digits a line, and
+  // four bytes to spare, written in a buffer each thread keeps: no new
+  // memory to clear and map for each picture.
+  thread_local std::string writing;
+  if (const std::size_t most = ends.size() / 4 * 45 + 4; writing.size() < most) writing.resize(most);
+  char* const from = writing.data();
+  char* to = from;
+  bool drawing = false;
+  std::int32_t x = 0;
+  std::int32_t y = 0;
+  for (std::size_t i = 0; i + 4 <= ends.size(); i += 4) {
+    // The four ends rounded to the nearest step, ties to even.
+    std::int32_t at[4];
+#ifdef __SSE2__
+    const __m128 scaled =
+        _mm_mul_ps(_mm_add_ps(_mm_loadu_ps(ends.data() + i), _mm_set1_ps(centre)), _mm_setr_ps(sx, sy, sx, sy));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(at), _mm_cvtps_epi32(scaled));
+#else
+    for (int k = 0; k < 4; ++k)
+      at[k] = static_cast<std::int32_t>(std::lrint((ends[i + k] + centre) * (k % 2 ? sy : sx)));
+#endif
+    const auto [ax, ay, bx, by] = at;
+    if (!drawing || ax != x || ay != y) {
+      // The first move of a path is taken from 0, 0 as the others are from the pen.
+      *to++ = 'm';
+      to = putNumber(to, ax - x, true);
+      to = putNumber(to, ay - y, false);
+      to = putNumber(to, bx - ax, false);
+      to = putNumber(to, by - ay, false);
+      drawing = true;
+    } else if (bx != x || by != y) {
+      to = putNumber(to, bx - x, false);
+      to = putNumber(to, by - y, false);
+    }
+    x = bx;
+    y = by;
+  }
+  return std::string(from, to);
 }
 
 ReviewPicture reviewPicture(const PictureBox& box, Colour line) {
@@ -281,6 +433,21 @@ ReviewPicture halved(const ReviewPicture& picture) {
 std::string bmpFileOf(const ReviewPicture& picture, Colour line) {
   const auto w = static_cast<std::size_t>(picture.width);
   const auto h = static_cast<std::size_t>(picture.height);
+  // A picture of two values, as line work on plain paper painted from a
+  // black and white original is, takes a bit a pixel: smaller than its
+  // runs, and quicker to write.
+  if (const std::optional<std::array<std::uint8_t, 2>> two = twoValues(picture.pixels)) {
+    const BmpLayout bmp = bmpLayout(w, h, 1, 2);
+    std::string out(bmp.size, '\0');
+    writeBmpHead(out.data(), bmp);
+    putLittle(out.data() + 54, paletteEntry((*two)[0], line), 4);
+    putLittle(out.data() + 58, paletteEntry((*two)[1], line), 4);
+    for (std::size_t y = 0; y < h; ++y) {
+      bitsOfRow(picture.pixels.data() + y * w, w, (*two)[1],
+                reinterpret_cast<std::uint8_t*>(out.data() + bmp.pixelsAt + (h - 1 - y) * bmp.row));
+    }
+    return out;
+  }
   // Coded in a buffer each thread keeps for its pictures, taken as large as
   // the rows uncoded: nothing to clear, and no new memory for each picture.
   thread_local std::string coding;
@@ -291,12 +458,8 @@ std::string bmpFileOf(const ReviewPicture& picture, Colour line) {
   if (coding.size() < whole) coding.resize(whole);
   char* const out = coding.data();
   writeBmpHead(out, bmp);
-  // Greys 0 to 253 at their own index, white at 254, the line colour at 255.
-  for (std::uint32_t i = 0; i < kReviewLine; ++i) {
-    const std::uint32_t g = i == 254 ? 255 : i;
-    putLittle(out + 54 + 4 * i, g << 16 | g << 8 | g, 4);
-  }
-  putLittle(out + 54 + 4 * kReviewLine, __builtin_bswap32(static_cast<std::uint32_t>(line)) >> 8, 4);
+  for (std::uint32_t i = 0; i < 256; ++i)
+    putLittle(out + 54 + 4 * i, paletteEntry(static_cast<std::uint8_t>(i), line), 4);
   // Run-length coded where that is smaller, as it is many times over for
   // line work on plain paper; a busy scan keeps its rows as they are.
   if (const std::size_t coded = runsInto(picture, out + pixelsAt, whole - pixelsAt)) {
@@ -349,6 +512,12 @@ PictureBox previewBox(Int32 pictureWidth, Int32 pictureHeight) {
   return box;
 }
 
+PictureBox pageBox(Int32 pictureWidth, Int32 pictureHeight) {
+  PictureBox box(static_cast<float>(kTwipsPerPixel), 0);
+  layOutPreview(box, pictureWidth, pictureHeight, kPreviewSide / 2);
+  return box;
+}
+
 PictureBox::RowPainter originalPainter(PictureBox& box, Int32 pictureWidth, Int32 pictureHeight) {
   PictureBox::RowPainter painter(box, pictureWidth, pictureHeight, 0.0F, 0.0F, static_cast<float>(pictureWidth),
                                  static_cast<float>(pictureHeight));
@@ -368,28 +537,23 @@ PreviewImages previewImages(PictureBox& box, ReviewPicture* painted, const Recor
                             const std::optional<std::string>& preview, Review review) {
   PreviewImages images;
   if (review == Review::none && !(preview && segments)) return images;
-  ReviewPicture page;
-  if (painted) {
-    if (segments) box.LinesInto(segmentEnds(*segments, factor), painted->pixels.data(), kReviewLine);
-    page = std::move(*painted);
-  } else {
-    if (segments) drawSegments(*segments, box, factor);
-    if (review != Review::none) page = reviewPicture(box, kRed);
-  }
   if (review == Review::thumbnailAndPagePreview) {
-    std::string bytes = bmpFileOf(page, kRed);
-    // The page shows a preview it holds small as the thumbnail too.
-    if (bytes.size() <= kViewInPage) {
-      images.shown = {dataUri("image/bmp", bytes), page.width, page.height, true};
-      return images;
+    ReviewPicture page = painted ? std::move(*painted) : reviewPicture(box, kRed);
+    const std::vector<float> ends = segments ? segmentEnds(*segments, factor) : std::vector<float>();
+    std::string lines = linesPath(box, ends, 0.5F * factor, 4);
+    if (lines.size() > kLinesInPage) {
+      box.LinesInto(ends, page.pixels.data(), kReviewLine);
+      lines.clear();
     }
-    if (segments) images.file = std::move(bytes);
-  } else if (preview && segments) {
-    images.file = preview->ends_with(".bmp") ? bmpFileOf(box) : encodeBitmapPng(box);
+    images.shown = {dataUri("image/bmp", bmpFileOf(page, kRed)), 2 * page.width, 2 * page.height, true,
+                    std::move(lines)};
+    return images;
   }
+  if (segments) drawSegments(*segments, box, factor);
+  if (preview && segments) images.file = preview->ends_with(".bmp") ? bmpFileOf(box) : encodeBitmapPng(box);
   if (review != Review::none) {
-    const ReviewPicture small = halved(page);
-    images.shown = {dataUri("image/bmp", bmpFileOf(small, kRed)), small.width, small.height, false};
+    const ReviewPicture small = halved(reviewPicture(box, kRed));
+    images.shown = {dataUri("image/bmp", bmpFileOf(small, kRed)), small.width, small.height, false, {}};
   }
   return images;
 }

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,6 +23,9 @@ enum class Review { none, thumbnail, thumbnailAndPagePreview };
 // `originalPainter` from its rows as the stages read them, so that it is read
 // from memory once and the stages need not keep it for the preview.
 PictureBox previewBox(Int32 pictureWidth, Int32 pictureHeight);
+// The box of the review page's own preview, half the window's on each side:
+// a card shows it whole, and the page opens it larger with its lines apart.
+PictureBox pageBox(Int32 pictureWidth, Int32 pictureHeight);
 PictureBox::RowPainter originalPainter(PictureBox& box, Int32 pictureWidth, Int32 pictureHeight);
 
 // A preview in the review page's colours: each pixel the grey of the box's
@@ -40,8 +44,10 @@ ReviewPicture reviewPicture(const PictureBox& box, Colour line);
 // greys into it no lighter than kReviewLine - 1 (RowPainter::intoGreys).
 ReviewPicture blankReview(const PictureBox& box);
 
-// The picture a review page's card shows, as a data: URI, and its size in
-// pixels: the page's own preview, which also opens over the page, or a
+// The picture a review page's card shows: a data: URI of a picture shown
+// at `width` by `height` pixels, and over it, when not empty, the centre
+// lines as the data of an SVG path in half pixels of that size (linesPath).
+// It is the page's own preview, which also opens over the page, or a
 // thumbnail of a preview written to a file (beside the page, or in the
 // preview folder). Width 0: no picture.
 struct ShownPicture {
@@ -49,26 +55,38 @@ struct ShownPicture {
   Int32 width = 0;
   Int32 height = 0;
   bool isPreview = false;
+  std::string lines;
 };
+
+// Lines given by their ends in the box's scale, as SVG path data in steps
+// of 1/`perPixel` of the box's pixels: a line that starts where the last one
+// ended goes on from there, any other moves first; every step is relative,
+// so that most numbers have a digit or two. A line of no length alone is
+// kept, as a dot. An end names the corner of its pixel; `centre`, in the
+// box's scale, is added to it to run the line through the pixel's centre,
+// as it runs through the pixels under it: half the pixel the lines were
+// traced in.
+std::string linesPath(const PictureBox& box, std::span<const float> ends, float centre, int perPixel);
 
 // What a picture's run makes for its preview and the review page; the lines
 // are drawn once for all. `file`: the bytes of the preview file when
 // `preview` names one and there are segments (a BMP when its name ends in
-// ".bmp", else a PNG). For the review page, with its own preview
-// (thumbnailAndPagePreview), that preview in the page's colours: shown in
-// the page when it codes to kViewInPage bytes or fewer, else as the file's
-// bytes, the page showing it halved. Without segments (a stage stopped) the
-// box shows the original alone and no file is made.
-// With `painted`, the page's own preview painted as greys (see blankReview),
-// the lines are drawn there and the box is left as it is; it is then used up.
+// ".bmp", else a PNG). Without segments (a stage stopped) the box shows the
+// original alone and no file is made; the page shows it so.
+// For the review page with its own preview (thumbnailAndPagePreview), `box`
+// is a pageBox, whose original was painted as greys into `painted` (see
+// blankReview), then used up; the box itself is left as it is. The page
+// shows that picture at twice its size with the lines over it as a path in
+// quarters of its pixels, so that they stay sharp when the preview is
+// opened over the page. Lines whose path would take more than kLinesInPage
+// bytes are drawn into the picture instead.
 struct PreviewImages {
   std::string file;
   ShownPicture shown;
 };
-// Line work on plain paper codes to a few tens of kilobytes at most; a
-// busier preview is written beside the page, so that the page of a large
-// batch stays quick to open.
-inline constexpr std::size_t kViewInPage = 64 * 1024;
+// Line work on plain paper takes a few kilobytes of path; a noisy scan's
+// tens of thousands of lines would make a page slow to open.
+inline constexpr std::size_t kLinesInPage = 64 * 1024;
 PreviewImages previewImages(PictureBox& box, ReviewPicture* painted, const RecordTable* segments, float factor,
                             const std::optional<std::string>& preview, Review review);
 

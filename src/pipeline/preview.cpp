@@ -17,9 +17,9 @@ void fitPreview(PictureBox& box, float boxWidth, float boxHeight, float shapeWid
   }
 }
 
-void layOutPreview(PictureBox& box, Int32 pictureWidth, Int32 pictureHeight) {
+void layOutPreview(PictureBox& box, Int32 pictureWidth, Int32 pictureHeight, float sideTwips) {
   const double longer = std::max(pictureWidth, pictureHeight);
-  const double side = kPreviewSide / kTwipsPerPixel;
+  const double side = sideTwips / kTwipsPerPixel;
   box.setWidth(static_cast<float>(std::max(1.0, std::round(side * pictureWidth / longer)) * kTwipsPerPixel));
   box.setHeight(static_cast<float>(std::max(1.0, std::round(side * pictureHeight / longer)) * kTwipsPerPixel));
   box.setBackColor(kWhite);

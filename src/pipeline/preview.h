@@ -27,9 +27,9 @@ void fitPreview(PictureBox& box, float boxWidth, float boxHeight, float shapeWid
                 Int32 pictureWidth, Int32 pictureHeight);
 
 // A box in twips for a preview of a picture of this size outside the window:
-// the window's preview side (400 pixels) on its longer side and the
-// picture's own shape, white, scaled to the picture's pixels.
-void layOutPreview(PictureBox& box, Int32 pictureWidth, Int32 pictureHeight);
+// `side` twips on its longer side (by default the window's preview side, 400
+// pixels) and the picture's own shape, white, scaled to the picture's pixels.
+void layOutPreview(PictureBox& box, Int32 pictureWidth, Int32 pictureHeight, float side = kPreviewSide);
 
 // Pixels of the original per pixel of the thinned picture: the two widths
 // divided in 64 bits, held in 32. One factor serves both axes.

@@ -21,21 +21,29 @@ SKIPPED = 77
 PROBE = """<script>
 // The picture a card's <svg> shows is the one its <use> names: loaded as an
 // <img> too, so that the page's load waits for it and tells how it decoded.
+// The length of the lines drawn over it, in the page's units, is kept too.
 const decoded = new Map();
+const drawn = new Map();
 for (const svg of document.querySelectorAll('.thumb svg')) {
   const use = svg.querySelector('use');
   const held = use && document.querySelector(use.getAttribute('href'));
-  if (!held) continue;
+  const image = held && held.querySelector('image');
+  if (!image) continue;
   const img = new Image();
-  img.src = held.getAttribute('href');
+  img.src = image.getAttribute('href');
   decoded.set(svg, img);
+  const path = held.querySelector('path');
+  drawn.set(svg, path ? Math.round(path.getTotalLength()) : 0);
 }
 const natural = (svg) => {
   const img = decoded.get(svg);
   return img && img.complete ? img.naturalWidth || -1 : -1;
 };
 window.addEventListener('load', () => {
-  for (const svg of document.querySelectorAll('.thumb svg')) svg.setAttribute('data-natural-width', natural(svg));
+  for (const svg of document.querySelectorAll('.thumb svg')) {
+    svg.setAttribute('data-natural-width', natural(svg));
+    svg.setAttribute('data-lines', drawn.get(svg) || 0);
+  }
   for (const a of document.links) a.setAttribute('data-resolved', a.href);
   // A click on each thumbnail: what the preview it opens shows, and how large.
   for (const a of document.querySelectorAll('.thumb a.open')) {
@@ -56,7 +64,7 @@ window.addEventListener('load', () => {
 
 WRITTEN = ["plain.gif", "two words.gif", 'say "cheese" & <smile>.bmp', "\u00dcn\u00efc\u00f6d\u00e9 \u00df.gif",
            "it's #1 100%.jpg"]
-BUSY = "busy paper.bmp"  # too busy a preview to go into the page
+BUSY = "busy paper.bmp"  # a noise of too many lines for their path: drawn into the picture instead
 WRITTEN.append(BUSY)
 REFUSED = "wide.gif"  # over the filters' 1501 pixels a side
 UNREADABLE = "cut short.gif"
@@ -73,7 +81,8 @@ def drawing(path, size=(120, 90)):
 class Dom(html.parser.HTMLParser):
     def __init__(self):
         super().__init__()
-        # a card: class, name, [thumbnail natural widths], [resolved links to files], [what its thumbnail opens]
+        # a card: class, name, [thumbnail natural widths], [resolved links to files], [what its thumbnail opens],
+        # [length of its lines]
         self.cards = []
         self.totals = {}
         self.probed = False
@@ -84,9 +93,10 @@ class Dom(html.parser.HTMLParser):
         if tag == "body":
             self.probed = a.get("data-probed") == "yes"
         elif tag == "article":
-            self.cards.append([a.get("class", ""), "", [], [], []])
+            self.cards.append([a.get("class", ""), "", [], [], [], []])
         elif self.cards and "data-natural-width" in a:
             self.cards[-1][2].append(int(a["data-natural-width"]))
+            self.cards[-1][5].append(int(a["data-lines"]))
         elif tag == "a" and self.cards:
             if "data-opens" in a:
                 self.cards[-1][4].append(a["data-opens"])
@@ -143,7 +153,7 @@ def main():
             drawing(os.path.join(pictures, name))
         drawing(os.path.join(pictures, REFUSED), (1700, 60))
         noise = random.Random(5)
-        Image.frombytes("L", (400, 300), bytes(noise.randrange(210, 250) for _ in range(400 * 300))).save(
+        Image.frombytes("L", (600, 450), bytes(noise.randrange(150, 250) for _ in range(600 * 450))).save(
             os.path.join(pictures, BUSY))
         with open(os.path.join(pictures, UNREADABLE), "wb") as f:
             f.write(b"GIF89a\x10\x00")
@@ -174,17 +184,19 @@ def main():
         check(kinds == ["failed"] * 2 + ["ok"] * len(WRITTEN), "failures not first: %s" % kinds)
         check([c[1] for c in dom.cards] == [REFUSED, UNREADABLE, *[n for n in order if n in WRITTEN]],
               "names not as written, or out of order: %s" % [c[1] for c in dom.cards])
-        # A preview in the page is its own thumbnail; the busy one's, beside the page, has one half its size.
+        # A preview in the page is its own thumbnail, the original at half the window's 400 pixels with the
+        # lines over it, the refused picture's without, the busy one's drawn into it.
         widths = [c[2] for c in dom.cards]
-        check(widths == [[400 if c[1] != BUSY else 200] if c[1] != UNREADABLE else [] for c in dom.cards],
+        check(widths == [[200] if c[1] != UNREADABLE else [] for c in dom.cards],
               "thumbnails that did not load, or not one for each picture that loaded: natural widths %s" % widths)
-        # Every picture that loaded opens its preview, 400 pixels wide, over the page and filling the window.
+        drawn = [c[5] for c in dom.cards]
+        check(all((d[0] > 400) == (c[0].endswith("ok") and c[1] != BUSY) for c, d in zip(dom.cards, drawn) if d),
+              "lines over the thumbnails of written line work only: lengths %s" % drawn)
+        # Every picture that loaded opens its preview over the page, filling the window.
         opens = [c[4] for c in dom.cards if c[1] != UNREADABLE]
-        check(all(o == ["fixed 400 filling"] for o in opens),
-              "previews a click does not open over the page: %s" % opens)
-        # Line work's previews are in the page; only the busy one's is a file beside it, which the page shows too.
-        beside = sorted(os.listdir(os.path.join(os.path.dirname(page), "review_files")))
-        check(beside == [os.path.splitext(BUSY)[0] + ".bmp"], "previews beside the page: %s" % beside)
+        check(all(o == ["fixed 200 filling"] for o in opens), "previews a click does not open over the page: %s" % opens)
+        beside = sorted(os.listdir(os.path.dirname(page)))
+        check(beside == ["probe.html", "review.html"], "files beside the page: %s" % beside)
         expected = {"pictures": len(order), "written": len(WRITTEN), "failed": 2, "lines": sum(lines.values())}
         for key, value in expected.items():
             check(dom.totals.get(key) == str(value), "total %s: %r, the batch says %d" % (key, dom.totals.get(key), value))

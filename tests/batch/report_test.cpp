@@ -51,7 +51,7 @@ BatchResult written(const std::string& picture, Int32 lines) {
   r.lines = lines;
   r.threshold = "200";
   r.drawing = "/out/" + std::filesystem::path(picture).stem().string() + ".dxf";
-  r.shown = {"data:image/bmp;base64,Qk0=", 60, 45, false};
+  r.shown = {"data:image/bmp;base64,Qk0=", 60, 45, false, {}};
   return r;
 }
 
@@ -133,20 +133,23 @@ TEST(ReportPage, TakenAsTheBatchRunsItIsThePageWrittenAtOnce) {
   std::vector<BatchResult> results = {written("/in/one.gif", 10), failed("/in/two.gif", "loading", "cut short"),
                                       written("/in/three.gif", 5)};
   results[1].shown = {};
-  results[2].shown = {"data:image/bmp;base64,Qk1/", 64, 48, true};
+  results[2].shown = {"data:image/bmp;base64,Qk1/", 64, 48, true, "m1 2 3-4"};
   const std::string path = f.file("new folder/review.html");
   const std::string whole = reportPage(path, results, 1.5);
   std::vector<BatchResult> taken = results;
   ReviewPage page(path, taken.size());
   for (const std::size_t i : {2, 1, 0}) page.take(taken[i], i, nullptr);
   EXPECT_TRUE(taken[0].shown.uri.empty());
+  EXPECT_TRUE(taken[2].shown.lines.empty());
   EXPECT_EQ(taken[2].shown.width, 64);
   page.finish(taken, 1.5, nullptr);
   const std::string wrote = readAll(path);
   EXPECT_EQ(sortedLines(wrote), sortedLines(whole));
-  EXPECT_LT(wrote.find("<image id=\"p2\" width=\"64\" height=\"48\" href=\"data:image/bmp;base64,Qk1/\"/>"),
-            wrote.find("<image id=\"p0\""))
-      << "each picture where it was taken";
+  EXPECT_LT(wrote.find("<g id=\"p2\"><image width=\"64\" height=\"48\" preserveAspectRatio=\"none\" "
+                       "href=\"data:image/bmp;base64,Qk1/\"/><path d=\"m1 2 3-4\" transform=\"scale(.5)\""),
+            wrote.find("<g id=\"p0\"><image width=\"60\" height=\"45\" preserveAspectRatio=\"none\" "
+                       "href=\"data:image/bmp;base64,Qk0=\"/></g>"))
+      << "each picture where it was taken, the lines over it when it has them apart";
   EXPECT_NE(wrote.find("<title>quernline-batch: 3 pictures, 1 failed</title>"), std::string::npos);
   EXPECT_NE(wrote.find("<use href=\"#p2\"/>"), std::string::npos);
 
@@ -157,7 +160,7 @@ TEST(ReportPage, TakenAsTheBatchRunsItIsThePageWrittenAtOnce) {
   EXPECT_NE(again.find("<title>quernline-batch: 3 pictures, 2 failed</title>"), std::string::npos);
   EXPECT_NE(again.find("<dd id=\"failed\">2</dd>"), std::string::npos);
   EXPECT_EQ(again.substr(0, again.find("</defs>")).size(), wrote.substr(0, wrote.find("</defs>")).size());
-  EXPECT_NE(again.find("<image id=\"p0\""), std::string::npos);
+  EXPECT_NE(again.find("<g id=\"p0\"><image"), std::string::npos);
 
   std::ofstream(f.file("a file")) << "not a folder";
   ReviewPage refused(f.file("a file/review.html"), 1);
@@ -170,21 +173,21 @@ TEST(ReportPage, TakenAsTheBatchRunsItIsThePageWrittenAtOnce) {
 // Pictures converted on two threads at once, each in a chain of its own,
 // give the drawings and previews that one at a time gives, and a picture
 // that fails among them stops none of the others. Every picture that loaded
-// has a preview: a written one with its lines, in the page when it is line
-// work on plain paper, and beside it, with a thumbnail for the page, when it
-// is as busy as noise; a refused one the original alone, nothing written.
-TEST(ReportRun, ThreadsGiveWhatOneAtATimeGivesPreviewsInThePageOrBesideIt) {
+// has a preview in the page: the original at half the window's size, and
+// for a written one its lines apart, over it; a refused one the original
+// alone, nothing written. A noise of tens of thousands of lines has them
+// drawn into the picture instead. Nothing is written beside the page.
+TEST(ReportRun, ThreadsGiveWhatOneAtATimeGivesPreviewsInThePage) {
   const std::string golden = QUERN_GOLDEN_PICTURES;
   TempFolder in;
-  // Paper a little too light to threshold, too busy to code short: no lines.
-  ReviewPicture paper{400, 300, std::vector<std::uint8_t>(400 * 300)};
+  ReviewPicture noise{600, 450, std::vector<std::uint8_t>(600 * 450)};
   std::uint32_t seed = 5;
-  for (std::uint8_t& p : paper.pixels)
-    p = static_cast<std::uint8_t>(210 + ((seed = seed * 1664525U + 1013904223U) >> 27));
-  { std::ofstream(in.file("paper.bmp"), std::ios::binary) << bmpFileOf(paper, kWhite); }
+  for (std::uint8_t& p : noise.pixels)
+    p = static_cast<std::uint8_t>(150 + ((seed = seed * 1664525U + 1013904223U) >> 16) % 100);
+  { std::ofstream(in.file("noise.bmp"), std::ios::binary) << bmpFileOf(noise, kWhite); }
   BatchArgs args;
   args.pictures = {golden + "/plan.gif",   golden + "/strokes.bmp", golden + "/wide.gif",
-                   golden + "/sketch.jpg", golden + "/missing.gif", in.file("paper.bmp")};
+                   golden + "/sketch.jpg", golden + "/missing.gif", in.file("noise.bmp")};
   args.blur = 2;
   args.reorder = true;
   TempFolder one;
@@ -221,34 +224,32 @@ TEST(ReportRun, ThreadsGiveWhatOneAtATimeGivesPreviewsInThePageOrBesideIt) {
   const auto reds = [](const Picture& p) {
     return std::count_if(p->pixels().begin(), p->pixels().end(), [](Colour c) { return (c & 0xFFFFFF) == kRed; });
   };
-  // The page's own previews are in its colours: a byte a pixel, the lines red.
+  // The page's own previews are in its colours, their lines apart.
   for (const std::size_t i : {0, 1, 2, 3}) {
     SCOPED_TRACE(args.pictures[i]);
     EXPECT_TRUE(alone[i].preview.empty());
+    EXPECT_EQ(alone[i].shown.lines, together[i].shown.lines);
     ASSERT_TRUE(alone[i].shown.uri.starts_with("data:image/bmp;base64,"));
     const std::string view = bytesOfUri(alone[i].shown.uri);
-    ASSERT_GT(view.size(), 28U);
-    EXPECT_EQ(view[28], 8);
-    EXPECT_EQ(pictureWidth(shown(view)), 400);
-    EXPECT_EQ(reds(shown(view)) > 100, alone[i].ok()) << "lines on every written picture, none on the refused one";
+    EXPECT_EQ(pictureWidth(shown(view)), 200);
+    EXPECT_EQ(reds(shown(view)), 0);
+    EXPECT_EQ(alone[i].shown.lines.size() > 100, alone[i].ok())
+        << "lines on every written picture, none on the refused one";
     EXPECT_TRUE(alone[i].shown.isPreview) << "the preview in the page is its own thumbnail";
     EXPECT_EQ(alone[i].shown.width, 400);
-    EXPECT_EQ(alone[i].shown.height, pictureHeight(shown(view)));
+    EXPECT_EQ(alone[i].shown.height, 2 * pictureHeight(shown(view)));
   }
-  EXPECT_EQ(alone[5].preview, one.file("review_files/paper.bmp"));
-  EXPECT_FALSE(alone[5].shown.isPreview);
-  const std::string busy = readAll(alone[5].preview);
-  EXPECT_GT(busy.size(), kViewInPage);
-  EXPECT_EQ(pictureWidth(shown(busy)), 400);
-  ASSERT_TRUE(alone[5].shown.uri.starts_with("data:image/bmp;base64,"));
-  EXPECT_EQ(pictureWidth(shown(bytesOfUri(alone[5].shown.uri))), 200);
-  EXPECT_EQ(alone[5].shown.width, 200);
+  EXPECT_TRUE(alone[5].preview.empty());
+  EXPECT_TRUE(alone[5].shown.isPreview);
+  EXPECT_TRUE(alone[5].shown.lines.empty());
+  const std::string busy = bytesOfUri(alone[5].shown.uri);
+  EXPECT_EQ(pictureWidth(shown(busy)), 200);
+  EXPECT_GT(reds(shown(busy)), 5000);
+  EXPECT_EQ(alone[5].shown.width, 400);
   EXPECT_FALSE(std::filesystem::exists(two / "dxf/wide.dxf"));
   EXPECT_EQ(alone[4].shown.width, 0);
   EXPECT_TRUE(alone[4].shown.uri.empty());
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(one / "review_files"), {}), 1)
-      << "only the busy picture's preview is beside the page";
-  EXPECT_EQ(one.entries(), 2) << "the drawings' folder and the previews', nothing else";
+  EXPECT_EQ(one.entries(), 1) << "the drawings' folder, nothing else";
 
   // Taken into one page by both threads as they go, the pictures are those
   // one at a time makes, each once.
@@ -263,14 +264,52 @@ TEST(ReportRun, ThreadsGiveWhatOneAtATimeGivesPreviewsInThePageOrBesideIt) {
   const std::string wrote = readAll(three / "review.html");
   for (std::size_t i = 0; i < alone.size(); ++i) {
     EXPECT_TRUE(taken[i].shown.uri.empty()) << args.pictures[i];
-    const std::string element = "<image id=\"p" + std::to_string(i) + "\" width=\"" +
-                                std::to_string(alone[i].shown.width) + "\" height=\"" +
-                                std::to_string(alone[i].shown.height) + "\" href=\"" + alone[i].shown.uri + "\"/>";
+    const std::string element =
+        "<g id=\"p" + std::to_string(i) + "\"><image width=\"" + std::to_string(alone[i].shown.width) + "\" height=\"" +
+        std::to_string(alone[i].shown.height) + "\" preserveAspectRatio=\"none\" href=\"" + alone[i].shown.uri +
+        "\"/>" + (alone[i].shown.lines.empty() ? "" : "<path d=\"" + alone[i].shown.lines + "\"");
     const std::size_t at = wrote.find(element);
     EXPECT_EQ(at != std::string::npos, alone[i].shown.width > 0) << args.pictures[i];
     if (at != std::string::npos) {
       EXPECT_EQ(wrote.find(element, at + 1), std::string::npos) << args.pictures[i];
     }
+  }
+}
+
+// The lines' path: relative steps in half pixels of the box, a line that
+// starts at the pen going on from it, any other moving first, a line of no
+// length kept only alone. Ends are moved to their pixels' centres, then
+// rounded to the nearest half pixel, ties to even.
+TEST(ReportLines, PathStepsFromThePenInHalfPixels) {
+  struct Case {
+    float scaleWidth;  // of a box 10 pixels wide, 8 high, in a scale as high as it is wide
+    std::vector<float> ends;
+    float centre;
+    std::string path;
+  };
+  const std::vector<Case> cases = {
+      {20, {}, 0, ""},
+      {20, {2, 3, 5, 3}, 0, "m2 3 3 0"},
+      {20, {2, 3, 5, 3, 5, 3, 5, 1}, 0, "m2 3 3 0 0-2"},
+      {20, {2, 3, 5, 3, 5, 3, 5, 3, 5, 3, 6, 3}, 0, "m2 3 3 0 1 0"},
+      {20, {2, 3, 5, 3, 1, 1, 1, 4}, 0, "m2 3 3 0m-4-2 0 3"},
+      {20, {4, 4, 4, 4}, 0, "m4 4 0 0"},
+      {20, {0, 0, 3, 0, 3, 0, 0, 0}, 0, "m0 0 3 0-3 0"},
+      {20, {2.4F, 2.6F, 7.5F, 0.5F}, 0, "m2 3 6-3"},
+      {20, {2, 3, 5.2F, 3, 4.9F, 3, 5, 6}, 0, "m2 3 3 0 0 3"},
+      {20, {-3, 2, 1, 2}, 0, "m-3 2 4 0"},
+      {40, {10, 10, 30, 10, 30, 10, 30, 15}, 0, "m5 5 10 0 0 3"},
+      {10, {1234, 5, 1234, 6}, 0, "m2468 10 0 2"},
+      {10, {2, 3, 5, 3}, 0.5F, "m5 7 6 0"},
+      {40, {10, 10, 30, 10}, 2, "m6 6 10 0"},
+  };
+  for (const Case& c : cases) {
+    PictureBox box(1.0F, 0);
+    box.setWidth(10);
+    box.setHeight(8);
+    box.setScaleWidth(c.scaleWidth);
+    box.setScaleHeight(c.scaleWidth * 0.8F);
+    EXPECT_EQ(linesPath(box, c.ends, c.centre, 2), c.path) << ::testing::PrintToString(c.ends);
   }
 }
 
@@ -321,13 +360,14 @@ TEST(ReportThumbnail, GreysAndHalvingHoldForEveryColourAndOddSides) {
 // The page's pictures are run-length coded where that is smaller: every
 // mix of runs and stretches reads back as written through the program's
 // own reader, and a busy picture keeps its rows as they are.
-TEST(ReportThumbnail, RunLengthCodedPicturesReadBackAsWritten) {
+TEST(ReportThumbnail, CodedPicturesReadBackAsWritten) {
+  enum Form { rows, runs, bits };
   struct Case {
     const char* name;
     Int32 width;
     Int32 height;
     std::function<std::uint8_t(Int32 x, Int32 y)> grey;
-    bool coded;
+    Form form;
   };
   std::uint32_t state = 7;
   const auto random = [&] {
@@ -349,14 +389,22 @@ TEST(ReportThumbnail, RunLengthCodedPicturesReadBackAsWritten) {
   }
   const auto across = static_cast<Int32>(stretches.size());
   const Case cases[] = {
-      {"white, longer than a run", 600, 3, [](Int32, Int32) { return std::uint8_t{254}; }, true},
-      {"one column: no smaller coded", 1, 5, [](Int32, Int32 y) { return static_cast<std::uint8_t>(y * 40); }, false},
-      {"stretches of 1 to 6 between runs", across, 2, [&](Int32 x, Int32) { return stretches[x]; }, true},
+      {"white, longer than a run, a grey and black", 600, 3,
+       [](Int32 x, Int32 y) { return static_cast<std::uint8_t>(x < 599 ? 254 : y * 90); }, runs},
+      {"one column: no smaller coded", 1, 5, [](Int32, Int32 y) { return static_cast<std::uint8_t>(y * 40); }, rows},
+      {"stretches of 1 to 6 between runs", across, 2, [&](Int32 x, Int32) { return stretches[x]; }, runs},
       {"a stretch longer than 255, then white", 1000, 2,
-       [](Int32 x, Int32) { return static_cast<std::uint8_t>(x < 300 ? x % 200 : 254); }, true},
-      {"no runs at all", 700, 2, [](Int32 x, Int32 y) { return static_cast<std::uint8_t>(x + y); }, false},
-      {"runs of every length, odd width", 523, 9, [&](Int32 x, Int32 y) { return mixed[y * 523 + x]; }, true},
-      {"noise", 64, 64, [&](Int32, Int32) { return static_cast<std::uint8_t>(random()); }, false},
+       [](Int32 x, Int32) { return static_cast<std::uint8_t>(x < 300 ? x % 200 : 254); }, runs},
+      {"no runs at all", 700, 2, [](Int32 x, Int32 y) { return static_cast<std::uint8_t>(x + y); }, rows},
+      {"runs of every length, odd width", 523, 9, [&](Int32 x, Int32 y) { return mixed[y * 523 + x]; }, runs},
+      {"noise", 64, 64, [&](Int32, Int32) { return static_cast<std::uint8_t>(random()); }, rows},
+      {"white alone", 600, 3, [](Int32, Int32) { return std::uint8_t{254}; }, bits},
+      {"black on white, widths past whole bytes", 37, 5,
+       [](Int32 x, Int32 y) { return static_cast<std::uint8_t>((x * 7 + y * 3) % 5 == 0 ? 0 : 254); }, bits},
+      {"the line first, on white, 16 and 1 over", 17, 2,
+       [](Int32 x, Int32 y) { return static_cast<std::uint8_t>(x == y || x == 16 ? 255 : 254); }, bits},
+      {"two greys, three rows of 40", 40, 3,
+       [&](Int32, Int32) { return static_cast<std::uint8_t>(random() % 2 == 0 ? 17 : 230); }, bits},
   };
   for (const Case& c : cases) {
     ReviewPicture picture{c.width, c.height, {}};
@@ -364,7 +412,8 @@ TEST(ReportThumbnail, RunLengthCodedPicturesReadBackAsWritten) {
       for (Int32 x = 0; x < c.width; ++x) picture.pixels.push_back(c.grey(x, y));
     }
     const std::string bmp = bmpFileOf(picture, kRed);
-    EXPECT_EQ(bmp[30] == 1, c.coded) << c.name;
+    EXPECT_EQ(bmp[28], c.form == bits ? 1 : 8) << c.name;
+    EXPECT_EQ(bmp[30], c.form == runs ? 1 : 0) << c.name;
     const Picture back = thumbnailPicture(bmp);
     ASSERT_TRUE(back) << c.name;
     ASSERT_EQ(pictureWidth(back), c.width) << c.name;
