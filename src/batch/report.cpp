@@ -256,8 +256,10 @@ std::size_t failures(const std::vector<BatchResult>& results) {
 }
 
 // The rest of the page after its pictures: the totals, then the cards,
-// failures first, each group in the pictures' order.
-PageText pageTail(const std::string& page, const std::vector<BatchResult>& results, double seconds) {
+// failures first, each group in the pictures' order. A card already made
+// is taken from `cards`, by the picture's place, where it is not empty.
+PageText pageTail(const std::string& page, const std::vector<BatchResult>& results, double seconds,
+                  const std::vector<std::string>& cards = {}) {
   std::vector<const BatchResult*> order;
   for (const BatchResult& r : results) order.push_back(&r);
   std::stable_partition(order.begin(), order.end(), [](const BatchResult* r) { return !r->ok(); });
@@ -276,7 +278,14 @@ PageText pageTail(const std::string& page, const std::vector<BatchResult>& resul
   out << "<div><dt>lines</dt><dd id=\"lines\">" << lines << "</dd></div>";
   out << "</dl>\n<label><input type=\"checkbox\" id=\"only-failed\"> failures only</label>\n</header>\n";
   out << "<main id=\"sheet\">\n";
-  for (const BatchResult* r : order) card(out, folder, *r, static_cast<std::size_t>(r - results.data()));
+  for (const BatchResult* r : order) {
+    const auto index = static_cast<std::size_t>(r - results.data());
+    if (index < cards.size() && !cards[index].empty()) {
+      out << cards[index];
+    } else {
+      card(out, folder, *r, index);
+    }
+  }
   out << "</main>\n<script>\ndocument.getElementById('only-failed').onchange = (e) =>\n"
       << "  document.body.classList.toggle('only-failed', e.target.checked);\n"
       << "document.onkeydown = (e) => { if (e.key === 'Escape' && location.hash.startsWith('#view')) location.hash = "
@@ -293,7 +302,8 @@ std::string reportPage(const std::string& page, const std::vector<BatchResult>& 
   return out + untakenPictures(results) + pageTail(page, results, seconds).text;
 }
 
-ReviewPage::ReviewPage(std::string page, std::size_t pictures) : page_(std::move(page)), pictures_(pictures) {}
+ReviewPage::ReviewPage(std::string page, std::size_t pictures)
+    : page_(std::move(page)), folder_(folderOfPage(page_)), pictures_(pictures), cards_(pictures) {}
 
 ReviewPage::~ReviewPage() = default;
 
@@ -310,8 +320,13 @@ void ReviewPage::open(FolderSyncs* syncs) {
 }
 
 void ReviewPage::take(BatchResult& result, std::size_t index, FolderSyncs* syncs) {
-  if (result.shown.uri.empty()) return;
+  // The card is made here, on the worker, rather than at the end of the
+  // batch, where every card would wait for the one thread left.
+  PageText text;
+  card(text, folder_, result, index);
   const std::lock_guard<std::mutex> hold(lock_);
+  if (index < cards_.size()) cards_[index] = std::move(text.text);
+  if (result.shown.uri.empty()) return;
   try {
     if (error_.empty()) {
       if (!out_) open(syncs);
@@ -332,7 +347,7 @@ void ReviewPage::finish(const std::vector<BatchResult>& results, double seconds,
   out_->append(untakenPictures(results));
   picturesEnd_ = out_->size();
   out_->overwrite(titleAt_, titleEnd(failures(results)));
-  out_->append(pageTail(page_, results, seconds).text);
+  out_->append(pageTail(page_, results, seconds, cards_).text);
   set_->commit();
   out_.reset();
   set_.reset();

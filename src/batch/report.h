@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -33,8 +34,9 @@ class ReviewPage {
   ~ReviewPage();
   ReviewPage(const ReviewPage&) = delete;
   ReviewPage& operator=(const ReviewPage&) = delete;
-  // Writes the picture the result's card shows, and lets go of its URI. On
-  // any thread; a failure is kept for finish(), which then throws it.
+  // Writes the picture the result's card shows, and lets go of its URI;
+  // makes its card for finish(). On any thread; a failure is kept for
+  // finish(), which then throws it.
   void take(BatchResult& result, std::size_t index, FolderSyncs* syncs);
   // Writes the rest of the page, with the pictures not taken yet, and puts
   // it in place. Throws FileError.
@@ -47,7 +49,10 @@ class ReviewPage {
  private:
   void open(FolderSyncs* syncs);
   std::string page_;
+  std::filesystem::path folder_;
   std::size_t pictures_;
+  // Each picture's card once its picture is taken, by its place.
+  std::vector<std::string> cards_;
   std::mutex lock_;
   std::unique_ptr<OutputSet> set_;
   std::optional<OutputSet::Growing> out_;

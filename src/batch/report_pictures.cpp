@@ -144,8 +144,9 @@ std::size_t runsInto(const ReviewPicture& picture, char* to, std::size_t room) {
 }
 
 // The numbers -99 to 99 as a path writes them after another, each after a
-// blank unless its sign parts it from the last, in four bytes of which the
-// last are spare: most steps of a path are these.
+// blank unless its sign parts it from the last: most steps of a path are
+// these. Five bytes each, so that four can be copied from either of the
+// first two.
 struct SmallNumber {
   std::array<char, 5> text;
   std::uint8_t size;

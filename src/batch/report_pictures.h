@@ -48,8 +48,7 @@ ReviewPicture blankReview(const PictureBox& box);
 // at `width` by `height` pixels, and over it, when not empty, the centre
 // lines as the data of an SVG path in half pixels of that size (linesPath).
 // It is the page's own preview, which also opens over the page, or a
-// thumbnail of a preview written to a file (beside the page, or in the
-// preview folder). Width 0: no picture.
+// thumbnail of a preview written to the preview folder. Width 0: no picture.
 struct ShownPicture {
   std::string uri;
   Int32 width = 0;
@@ -101,8 +100,9 @@ std::string bmpFileOf(const PictureBox& box);
 // and the dark line work under it survive.
 ReviewPicture halved(const ReviewPicture& picture);
 
-// As an eight-bit BMP file whose palette holds the greys and `line`, its
-// rows run-length coded where that makes the file smaller.
+// As a BMP file whose palette holds the greys and `line`: a bit a pixel
+// when the picture holds two values at most, else eight bits, its rows
+// run-length coded where that makes the file smaller.
 std::string bmpFileOf(const ReviewPicture& picture, Colour line);
 
 // Bytes as a data: URI of this media type, in base64.
