@@ -169,7 +169,7 @@ constexpr std::array<SmallNumber, 199> kSmallNumbers = [] {
 // A number of a path at `to`, which has four bytes to spare, after a blank
 // unless it is the first after a command or has a sign that parts it from
 // the last.
-char* putNumber(char* to, std::int32_t value, bool first) {
+[[gnu::always_inline]] inline char* putNumber(char* to, std::int32_t value, bool first) {
   const bool blankless = first && value >= 0;
   if (static_cast<std::uint32_t>(value - kSmallest) < kSmallNumbers.size()) {
     const SmallNumber& n = kSmallNumbers[static_cast<std::size_t>(value - kSmallest)];
@@ -241,6 +241,11 @@ void bitsOfRow(const std::uint8_t* row, std::size_t w, std::uint8_t one, std::ui
         _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + x)), vone)));
     to[0] = kReversed[bits & 0xFF];
     to[1] = kReversed[bits >> 8];
+  }
+  for (; x + 8 <= w; x += 8, ++to) {
+    const auto bits = static_cast<unsigned>(
+        _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(row + x)), vone)));
+    *to = kReversed[bits & 0xFF];
   }
 #endif
   for (; x < w; x += 8, ++to) {

@@ -223,7 +223,7 @@ void PictureBox::RowPainter::take(Int32 y, const void* pixels, bool grey) {
 template <typename Pixel>
 void PictureBox::RowPainter::fold(const Band& band, const void* const* rows, Pixel* __restrict acc,
                                   Pixel* __restrict line) {
-  // The band's rows ANDed into `acc`, up to three a sweep so that `acc` is
+  // The band's rows ANDed into `acc`, up to four a sweep so that `acc` is
   // written once for most bands: a shrink thus ANDs the pixels it drops into
   // the one it keeps, so dark line work on a light ground survives it. A
   // sweep of fewer rows reads its last row again, which the AND does not mind.
@@ -235,14 +235,15 @@ void PictureBox::RowPainter::fold(const Band& band, const void* const* rows, Pix
   const Int32 height = band.to - band.from;
   const auto rowAt = [&](Int32 r) { return static_cast<const Pixel*>(rows[r]); };
   for (Int32 r = 0; r < height;) {
-    const Int32 n = std::min<Int32>(3, height - r);
+    const Int32 n = std::min<Int32>(4, height - r);
     const Pixel* __restrict s0 = rowAt(r);
     const Pixel* __restrict s1 = rowAt(r + std::min<Int32>(1, n - 1));
-    const Pixel* __restrict s2 = rowAt(r + n - 1);
+    const Pixel* __restrict s2 = rowAt(r + std::min<Int32>(2, n - 1));
+    const Pixel* __restrict s3 = rowAt(r + n - 1);
     if (r == 0) {
-      for (Int32 u = uFrom; u < uTo; ++u) acc[u] = s0[u] & s1[u] & s2[u] & kAll;
+      for (Int32 u = uFrom; u < uTo; ++u) acc[u] = s0[u] & s1[u] & s2[u] & s3[u] & kAll;
     } else {
-      for (Int32 u = uFrom; u < uTo; ++u) acc[u] &= s0[u] & s1[u] & s2[u];
+      for (Int32 u = uFrom; u < uTo; ++u) acc[u] &= s0[u] & s1[u] & s2[u] & s3[u];
     }
     r += n;
   }
