@@ -8,6 +8,7 @@
 #include <functional>
 #include <sstream>
 
+#include "../processing/raster_fixtures.h"
 #include "../temp_files.h"
 #include "base/errors.h"
 #include "batch/report_pictures.h"
@@ -304,9 +305,7 @@ TEST(ReportLines, PathStepsFromThePenInHalfPixels) {
       {40, {10, 10, 30, 10}, 2, "m6 6 10 0"},
   };
   for (const Case& c : cases) {
-    PictureBox box(1.0F, 0);
-    box.setWidth(10);
-    box.setHeight(8);
+    PictureBox box = testing::boxOf(10, 8);
     box.setScaleWidth(c.scaleWidth);
     box.setScaleHeight(c.scaleWidth * 0.8F);
     EXPECT_EQ(linesPath(box, c.ends, c.centre, 2), c.path) << ::testing::PrintToString(c.ends);
@@ -317,9 +316,7 @@ TEST(ReportLines, PathStepsFromThePenInHalfPixels) {
 // picture is each colour's grey, or the line, and its halving each block's
 // darkest grey, or the line.
 TEST(ReportThumbnail, GreysAndHalvingHoldForEveryColourAndOddSides) {
-  PictureBox box(1.0F, 0);
-  box.setWidth(37);
-  box.setHeight(23);
+  PictureBox box = testing::boxOf(37, 23);
   Colour* px = box.mutableBits();
   std::uint32_t state = 12345;
   for (int i = 0; i < 37 * 23; ++i) {

@@ -158,11 +158,9 @@ TEST(Filters, MembersPassTheirDefaultsToTheirKernels) {
     ipc.setPicture(src);
     member(ipc);
     PictureBox direct = testing::boxWith(src);
-    QuietHost host;
-    HostProgress hostProgress(host, 1);
-    FilterStore store;
+    testing::FilterRun run;
     RandomSource fresh;
-    kernel(direct, store, hostProgress, fresh);
+    kernel(direct, run.store, run.progress, fresh);
     EXPECT_EQ(ipc.picture()->pixels(), direct.Image()->pixels()) << name;
     EXPECT_NE(ipc.picture()->pixels(), src->pixels()) << name;
   }

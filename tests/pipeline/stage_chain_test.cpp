@@ -3,12 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 #include <numeric>
 #include <thread>
 #include <tuple>
 #include <vector>
 
+#include "../processing/raster_fixtures.h"
 #include "../vector/table_helpers.h"
 #include "base/errors.h"
 #include "pipeline/preview.h"
@@ -285,10 +285,7 @@ TEST(Preview, DrawsEveryRecordScaledInRedWithTheHookAfterEachLine) {
   table[1] = {1, 1, 4, 1, 0};
   table[2] = {-1, -1, -1, -1, 0};
   table[3] = {2, 3, 2, 3, 0};
-  PictureBox box;
-  box.setWidth(20);
-  box.setHeight(20);
-  box.setBackColor(kWhite);
+  PictureBox box = testing::boxOf(20, 20);
   int lines = 0;
   drawSegments(table, box, 2.0F, [&lines] { ++lines; });
   EXPECT_EQ(lines, 3);

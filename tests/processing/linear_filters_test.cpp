@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <random>
-#include <string>
 
 #include "processing/filter_store.h"
 #include "processing/filters.h"
@@ -48,17 +47,15 @@ TEST(Cust, MatchesTheLiteralKernelWithItsNormBiasAndAbsAndKeepsTheOuterBand) {
     const Picture src = testing::noisePicture(9 + trial % 4, 8, static_cast<std::uint32_t>(trial));
     const Int32 width = src->pixelWidth();
     PictureBox box = boxWith(src);
-    QuietHost host;
-    HostProgress hostProgress(host, 1);
-    FilterStore store;
+    testing::FilterRun run;
     if (r == 1) {
-      runcust3(box, store, FilterArray(3, {w[0], w[1], w[2], w[3], w[4], w[5], w[6], w[7], w[8]}), norm, bias, takeabs,
-               hostProgress);
+      runcust3(box, run.store, FilterArray(3, {w[0], w[1], w[2], w[3], w[4], w[5], w[6], w[7], w[8]}), norm, bias,
+               takeabs, run.progress);
     } else {
-      runcust5(box, store, FilterArray(5, {w[0],  w[1],  w[2],  w[3],  w[4],  w[5],  w[6],  w[7],  w[8],
-                                           w[9],  w[10], w[11], w[12], w[13], w[14], w[15], w[16], w[17],
-                                           w[18], w[19], w[20], w[21], w[22], w[23], w[24]}),
-               norm, bias, takeabs, hostProgress);
+      runcust5(box, run.store, FilterArray(5, {w[0],  w[1],  w[2],  w[3],  w[4],  w[5],  w[6],  w[7],  w[8],
+                                               w[9],  w[10], w[11], w[12], w[13], w[14], w[15], w[16], w[17],
+                                               w[18], w[19], w[20], w[21], w[22], w[23], w[24]}),
+               norm, bias, takeabs, run.progress);
     }
     for (Int32 y = 0; y < 8; ++y) {
       for (Int32 x = 0; x < width; ++x) {
@@ -71,16 +68,14 @@ TEST(Cust, MatchesTheLiteralKernelWithItsNormBiasAndAbsAndKeepsTheOuterBand) {
 }
 
 TEST(Cust3, SumsAreCheckedAfterEveryTermNotOnlyAtTheEnd) {
-  QuietHost host;
-  HostProgress hostProgress(host, 1);
-  FilterStore store;
+  testing::FilterRun run;
   PictureBox box = boxWith(makeFilledPicture(3, 3, kWhite));
   // 255 * 200 leaves 16 bits at the first term, though the kernel sums to 0.
-  EXPECT_THROW(runcust3(box, store, FilterArray(3, {200, -200, 0, 0, 0, 0, 0, 0, 0}), 1, 0, false, hostProgress),
+  EXPECT_THROW(runcust3(box, run.store, FilterArray(3, {200, -200, 0, 0, 0, 0, 0, 0, 0}), 1, 0, false, run.progress),
                OverflowError);
   // 128 * 255 = 32640 stays inside; one more unit does not.
-  EXPECT_NO_THROW(runcust3(box, store, FilterArray(3, {128, 0, 0, 0, 0, 0, 0, 0, 0}), 1, 0, false, hostProgress));
-  EXPECT_THROW(runcust3(box, store, FilterArray(3, {128, 1, 0, 0, 0, 0, 0, 0, 0}), 1, 0, false, hostProgress),
+  EXPECT_NO_THROW(runcust3(box, run.store, FilterArray(3, {128, 0, 0, 0, 0, 0, 0, 0, 0}), 1, 0, false, run.progress));
+  EXPECT_THROW(runcust3(box, run.store, FilterArray(3, {128, 1, 0, 0, 0, 0, 0, 0, 0}), 1, 0, false, run.progress),
                OverflowError);
 }
 
@@ -102,10 +97,8 @@ TEST(Smooth, IsTheMeanOfNineFromTenHighMovingTheBarRowByRowAndLeavesLowerPicture
     runsmooth(box, store, hostProgress);
     const bool works = h >= 10;
     PictureBox mean = boxWith(src);
-    QuietHost quiet;
-    HostProgress quietProgress(quiet, 1);
-    FilterStore other;
-    runcust3(mean, other, ones, 9, 0, false, quietProgress);
+    testing::FilterRun other;
+    runcust3(mean, other.store, ones, 9, 0, false, other.progress);
     EXPECT_EQ(box.Image()->pixels(), works ? mean.Image()->pixels() : src->pixels()) << w << "x" << h;
     EXPECT_EQ(host.bars[1].Max, works ? static_cast<float>(h - 1) : 100.0F);
     EXPECT_EQ(host.bars[1].Value, works ? 0.0F : 55.0F);
@@ -138,11 +131,9 @@ TEST(Smooth, GreysByTheByteAreTheColourSmoothingsGreys) {
 TEST(Sharpen, ComparesWithTheUpperLeftNeighbourOnlyAndRoundsTiesToEven) {
   for (const auto& [c, d, out] :
        {std::array{11, 10, 12}, {10, 9, 10}, {100, 100, 100}, {250, 100, 255}, {20, 100, 0}}) {
-    QuietHost host;
-    HostProgress hostProgress(host, 1);
-    FilterStore store;
+    testing::FilterRun run;
     PictureBox box = boxWith(testing::greys3({d, 77, 77, 77, c, 77, 77, 77, 77}));
-    runsharpen(box, store, hostProgress);
+    runsharpen(box, run.store, run.progress);
     EXPECT_EQ(at(box, 1, 1), grey(out)) << c << " after " << d;
   }
 }

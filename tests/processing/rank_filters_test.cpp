@@ -26,11 +26,9 @@ TEST(RankPasses, LeaveSomeListsUnsortedAndPositionFourAsItStands) {
   for (const auto& [name, median] : kMedians) {
     for (const auto& [window, want] :
          {std::pair{std::array{1, 2, 3, 4, 5, 6, 7, 8, 9}, 5}, {std::array{9, 8, 7, 6, 5, 4, 3, 2, 1}, 1}}) {
-      QuietHost host;
-      HostProgress hostProgress(host, 1);
-      FilterStore store;
+      testing::FilterRun run;
       PictureBox box = boxWith(greys3(window));
-      median(box, store, 0, false, hostProgress);
+      median(box, run.store, 0, false, run.progress);
       EXPECT_EQ(at(box, 1, 1), grey(want)) << name;
     }
   }
@@ -48,11 +46,9 @@ TEST(RankFilters, OneColourWindowGivesThatColourPlusBias) {
                        {-50, false, rgb(0, 150, 40)},
                        {-50, true, rgb(20, 150, 40)}}) {
     for (const auto& [name, median] : kMedians) {
-      QuietHost host;
-      HostProgress hostProgress(host, 1);
-      FilterStore store;
+      testing::FilterRun run;
       PictureBox box = boxWith(makeFilledPicture(4, 4, rgb(30, 200, 90)));
-      median(box, store, c.bias, c.takeabs, hostProgress);
+      median(box, run.store, c.bias, c.takeabs, run.progress);
       EXPECT_EQ(at(box, 1, 2), c.out) << name << " bias " << c.bias << " abs " << c.takeabs;
       EXPECT_EQ(at(box, 0, 0), rgb(30, 200, 90));
     }
@@ -60,19 +56,17 @@ TEST(RankFilters, OneColourWindowGivesThatColourPlusBias) {
 }
 
 TEST(PointFilters, ZeroRangesLeaveThePictureAndEmbossAndSolarizeFollowTheirRules) {
-  QuietHost host;
-  HostProgress hostProgress(host, 1);
-  FilterStore store;
+  testing::FilterRun run;
   RandomSource random;
   const Picture src = testing::noisePicture(12, 10);
   PictureBox still = boxWith(src);
-  rundiffuse(still, store, 0, 0, random, hostProgress);
-  runsolarize(still, store, 0, 255, hostProgress);
+  rundiffuse(still, run.store, 0, 0, random, run.progress);
+  runsolarize(still, run.store, 0, 255, run.progress);
   EXPECT_EQ(still.Image()->pixels(), src->pixels());
-  EXPECT_THROW(rundiffuse(still, store, 0, 100, random, hostProgress), IndexError) << "offsets leaving the store";
+  EXPECT_THROW(rundiffuse(still, run.store, 0, 100, random, run.progress), IndexError) << "offsets leaving the store";
 
   PictureBox solar = boxWith(src);
-  runsolarize(solar, store, 128, 255, hostProgress);
+  runsolarize(solar, run.store, 128, 255, run.progress);
   for (Int32 y = 1; y < 9; ++y) {
     for (Int32 x = 1; x < 11; ++x) {
       const Colour c = at(solar, x, y);
@@ -91,7 +85,7 @@ TEST(PointFilters, ZeroRangesLeaveThePictureAndEmbossAndSolarizeFollowTheirRules
     px[4] = k.centre;
     px[8] = k.lowerRight;
     PictureBox box = boxWith(makePicture(3, 3, px));
-    runemboss(box, store, 128, hostProgress);
+    runemboss(box, run.store, 128, run.progress);
     EXPECT_EQ(at(box, 1, 1), k.want);
   }
 }

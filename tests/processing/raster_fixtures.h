@@ -4,6 +4,9 @@
 #include <cstdint>
 #include <vector>
 
+#include "base/host.h"
+#include "base/progress.h"
+#include "processing/filter_store.h"
 #include "surface/picture_box.h"
 
 namespace quern::testing {
@@ -15,6 +18,23 @@ inline PictureBox boxWith(const Picture& picture) {
   box.setPicture(picture);
   return box;
 }
+
+// A box of w by h pixels in its background colour.
+inline PictureBox boxOf(Int32 w, Int32 h, Colour back = kWhite) {
+  PictureBox box;
+  box.setWidth(static_cast<float>(w));
+  box.setHeight(static_cast<float>(h));
+  box.setBackColor(back);
+  return box;
+}
+
+// What a filter run takes beside its box: progress on a quiet host's bar 1,
+// and a store.
+struct FilterRun {
+  QuietHost host;
+  HostProgress progress{host, 1};
+  FilterStore store;
+};
 
 // Pixels from a fixed little generator, so a failure can be replayed.
 inline Picture noisePicture(Int32 w, Int32 h, std::uint32_t seed = 7) {

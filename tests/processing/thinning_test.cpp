@@ -83,20 +83,11 @@ TEST(RingTest, LetsACellGoOnlyWhenNoSetNeighbourIsAlone) {
   }
 }
 
-// A white box of w by h pixels to draw on.
-PictureBox paper(Int32 w, Int32 h) {
-  PictureBox box;
-  box.setWidth(static_cast<float>(w));
-  box.setHeight(static_cast<float>(h));
-  box.setBackColor(kWhite);
-  return box;
-}
-
 // Noise, thick strokes and blocks round the width limit.
 Picture randomPicture(std::mt19937& rng, Int32 wide = 40, Int32 high = 32) {
   const auto w = std::uniform_int_distribution<Int32>(1, wide)(rng);
   const auto h = std::uniform_int_distribution<Int32>(1, high)(rng);
-  PictureBox box = paper(w, h);
+  PictureBox box = testing::boxOf(w, h);
   const int kind = std::uniform_int_distribution<int>(0, 2)(rng);
   if (kind == 0) {
     // Only the red byte decides: cyan is ink, almost black (red 1) is paper.
@@ -119,7 +110,7 @@ Picture randomPicture(std::mt19937& rng, Int32 wide = 40, Int32 high = 32) {
 // of cells, and lines longer than one word of spans.
 Picture longStretches(std::mt19937& rng, std::pair<Int32, Int32> size) {
   const auto [w, h] = size;
-  PictureBox draw = paper(w, h);
+  PictureBox draw = testing::boxOf(w, h);
   std::uniform_real_distribution<float> fx(0.0F, static_cast<float>(w));
   std::uniform_real_distribution<float> fy(0.0F, static_cast<float>(h));
   for (int s = 0; s < 5; ++s) {

@@ -16,19 +16,13 @@
 namespace quern {
 namespace {
 
+using testing::boxOf;
+
 // Every pixel tells where it is: rgb(x, y, 0).
 Picture coordinatePicture(Int32 w, Int32 h) {
   std::vector<Colour> px;
   for (Int32 i = 0; i < w * h; ++i) px.push_back(rgb(i % w, i / w, 0));
   return makePicture(w, h, std::move(px));
-}
-
-PictureBox boxOf(Int32 w, Int32 h, Colour back = kWhite) {
-  PictureBox box;
-  box.setWidth(static_cast<float>(w));
-  box.setHeight(static_cast<float>(h));
-  box.setBackColor(back);
-  return box;
 }
 
 TEST(Picture, NativeSizeIsInHundredthsOfAMillimetreAndScalesBackToPixels) {
