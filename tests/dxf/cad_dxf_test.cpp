@@ -54,16 +54,7 @@ double numberOf(const std::multimap<int, std::string>& e, int code) {
 // turning towards +y to (20, 30): clockwise once y points up. A line joins
 // its end back to the start; a line of no length follows.
 std::vector<FittedChain> quarterAndChord() {
-  DrawingEntity arc;
-  arc.kind = DrawingEntity::Kind::Arc;
-  arc.cx = 20;
-  arc.cy = 20;
-  arc.radius = 10;
-  arc.x1 = 30;
-  arc.y1 = 20;
-  arc.x2 = 20;
-  arc.y2 = 30;
-  arc.sweep = std::numbers::pi / 2;
+  const DrawingEntity arc{DrawingEntity::Kind::Arc, 30, 20, 20, 30, 20, 20, 10, std::numbers::pi / 2};
   return {FittedChain{{arc, lineEntity(20, 30, 30, 20), lineEntity(30, 20, 30, 20)}, true}};
 }
 

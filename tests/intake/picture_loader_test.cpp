@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <vector>
 
 #include "../temp_files.h"
 #include "../unprivileged.h"
@@ -23,7 +23,6 @@ using testing::fixture;
 using testing::makeBmp;
 using testing::pngClaiming;
 using testing::put16;
-using testing::put32;
 using testing::tiffWith;
 
 // The first half of a fixture.
@@ -50,22 +49,12 @@ Bytes gif(unsigned w, unsigned h, const Bytes& lzw, bool trailer = true) {
   return b;
 }
 
-// A 4 x 2 RLE8 BMP; without its end-of-picture mark when `cut`.
+// A 4 x 2 RLE8 BMP, a row of black under a row of white; without its
+// end-of-picture mark when `cut`.
 Bytes rleBmp(bool cut) {
-  Bytes b = {'B', 'M'};
-  put32(b, 0);
-  put32(b, 0);
-  put32(b, 14 + 40 + 8);
-  put32(b, 40);
-  put32(b, 4);
-  put32(b, 2);
-  put16(b, 1);
-  put16(b, 8);
-  put32(b, 1);                                               // RLE8
-  for (std::uint32_t v : {0U, 0U, 0U, 2U, 0U}) put32(b, v);  // two palette colours
-  put32(b, 0);
-  put32(b, 0xFFFFFF);
-  for (unsigned char v : {4, 0, 0, 0, 4, 1, 0, 1}) b.push_back(v);  // two rows, then the end mark
+  Bytes b = makeBmp({"RLE8", 8, 4, 2, 1, 2}, 1);
+  const Bytes ends = {0, 0, 0, 0, 255, 255, 255, 0, 4, 0, 0, 0, 4, 1, 0, 1};  // the palette, two rows, the end mark
+  std::copy(ends.begin(), ends.end(), b.end() - 16);
   if (cut) b.resize(b.size() - 2);
   return b;
 }
