@@ -221,7 +221,6 @@ TEST(ReportRun, ThreadsGiveWhatOneAtATimeGivesPreviewsInThePage) {
   }
   const std::string table = summaryTable(together);
   EXPECT_NE(table.find("failed: stage 2 (blur) refused"), std::string::npos) << table;
-  const auto shown = [](const std::string& bmp) { return thumbnailPicture(bmp); };
   const auto reds = [](const Picture& p) {
     return std::count_if(p->pixels().begin(), p->pixels().end(), [](Colour c) { return (c & 0xFFFFFF) == kRed; });
   };
@@ -232,20 +231,20 @@ TEST(ReportRun, ThreadsGiveWhatOneAtATimeGivesPreviewsInThePage) {
     EXPECT_EQ(alone[i].shown.lines, together[i].shown.lines);
     ASSERT_TRUE(alone[i].shown.uri.starts_with("data:image/bmp;base64,"));
     const std::string view = bytesOfUri(alone[i].shown.uri);
-    EXPECT_EQ(pictureWidth(shown(view)), 200);
-    EXPECT_EQ(reds(shown(view)), 0);
+    EXPECT_EQ(pictureWidth(thumbnailPicture(view)), 200);
+    EXPECT_EQ(reds(thumbnailPicture(view)), 0);
     EXPECT_EQ(alone[i].shown.lines.size() > 100, alone[i].ok())
         << "lines on every written picture, none on the refused one";
     EXPECT_TRUE(alone[i].shown.isPreview) << "the preview in the page is its own thumbnail";
     EXPECT_EQ(alone[i].shown.width, 400);
-    EXPECT_EQ(alone[i].shown.height, 2 * pictureHeight(shown(view)));
+    EXPECT_EQ(alone[i].shown.height, 2 * pictureHeight(thumbnailPicture(view)));
   }
   EXPECT_TRUE(alone[5].preview.empty());
   EXPECT_TRUE(alone[5].shown.isPreview);
   EXPECT_TRUE(alone[5].shown.lines.empty());
   const std::string busy = bytesOfUri(alone[5].shown.uri);
-  EXPECT_EQ(pictureWidth(shown(busy)), 200);
-  EXPECT_GT(reds(shown(busy)), 5000);
+  EXPECT_EQ(pictureWidth(thumbnailPicture(busy)), 200);
+  EXPECT_GT(reds(thumbnailPicture(busy)), 5000);
   EXPECT_EQ(alone[5].shown.width, 400);
   EXPECT_FALSE(std::filesystem::exists(two / "dxf/wide.dxf"));
   EXPECT_EQ(alone[4].shown.width, 0);
