@@ -88,11 +88,12 @@ TEST(ReportLinks, RelativeToThePageAndPercentEncoded) {
 // it stands in, whatever its letters.
 TEST(ReportPage, FailuresFirstTotalsCountEveryPictureAndNamesShowAsWritten) {
   const std::string name = "a \"b\" <c> & d 'e' \xC3\xA9t\xC3\xA9.gif";
-  const std::vector<BatchResult> results = {
+  std::vector<BatchResult> results = {
       written("/in/one.gif", 10),  failed("/in/two.gif", "stage 2 (blur)", "stage 2 (blur) refused: too wide"),
       written("/in/three.gif", 5), failed("/in/four.gif", "loading", "cannot load /in/four.gif: cut short"),
       written("/in/" + name, 12),
   };
+  results[2].preview = "/out/previews/three.png";
   const std::string page = reportPage("/out/r.html", results, 3.456);
   const auto at = [&](const std::string& text) { return page.find(text); };
   ASSERT_NE(at(">two.gif<"), std::string::npos);
@@ -115,6 +116,9 @@ TEST(ReportPage, FailuresFirstTotalsCountEveryPictureAndNamesShowAsWritten) {
   EXPECT_EQ(at("\"b\""), std::string::npos);
   EXPECT_NE(at("href=\"../in/a%20%22b%22%20%3Cc%3E%20%26%20d%20%27e%27%20%C3%A9t%C3%A9.gif\""), std::string::npos)
       << "no preview: a click shows the picture itself";
+  EXPECT_NE(at("<div class=\"view two\" id=\"view2\">"), std::string::npos);
+  EXPECT_NE(at("<img class=\"full\" src=\"previews/three.png\""), std::string::npos)
+      << "a preview written to its own file opens from it";
 }
 
 std::vector<std::string> sortedLines(const std::string& text) {
