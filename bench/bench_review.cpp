@@ -142,7 +142,7 @@ void BM_ReviewPath(benchmark::State& state) {
   const PictureBox box = laidOut();
   std::size_t bytes = 0;
   for (auto _ : state) {
-    bytes = linesPath(box, segmentEnds(table, 1.0F), 0.5F, 4).size();
+    bytes = linesPath(box, segmentEnds(table, 1.0F), 0.5F).size();
     benchmark::DoNotOptimize(bytes);
   }
   state.counters["path_bytes"] = static_cast<double>(bytes);
@@ -160,7 +160,7 @@ void BM_ReviewPagePicture(benchmark::State& state) {
   std::size_t bytes = 0;
   for (auto _ : state) {
     bytes =
-        dataUri("image/bmp", bmpFileOf(page, kRed)).size() + linesPath(box, segmentEnds(table, 1.0F), 0.5F, 4).size();
+        dataUri("image/bmp", bmpFileOf(page, kRed)).size() + linesPath(box, segmentEnds(table, 1.0F), 0.5F).size();
     benchmark::DoNotOptimize(bytes);
   }
   state.counters["bytes"] = static_cast<double>(bytes);

@@ -236,7 +236,7 @@ std::array<std::string_view, 5> pictureElement(const ShownPicture& shown, std::s
          std::to_string(shown.height) + "\" preserveAspectRatio=\"none\" href=\"";
   if (shown.lines.empty()) return {head, shown.uri, "\"/></g>\n", "", ""};
   return {head, shown.uri, "\"/><path d=\"", shown.lines,
-          "\" transform=\"scale(.5)\" fill=\"none\" stroke=\"#f00\" stroke-linecap=\"round\" "
+          "\" fill=\"none\" stroke=\"#f00\" stroke-linecap=\"round\" "
           "stroke-linejoin=\"round\" vector-effect=\"non-scaling-stroke\"/></g>\n"};
 }
 

@@ -280,6 +280,10 @@ void bitsOfRow(const std::uint8_t* row, std::size_t w, std::uint8_t one, std::ui
 }
 #endif
 
+// The farthest a path's point lies from 0 in either direction, in steps: a
+// box shows a few hundred; a line that would reach further is cut short there.
+constexpr float kFarthest = 1 << 20;
+
 }  // namespace
 
 std::string bmpFileOf(const PictureBox& box) {
@@ -314,10 +318,10 @@ std::string bmpFileOf(const PictureBox& box) {
   return out;
 }
 
-std::string linesPath(const PictureBox& box, std::span<const float> ends, float centre, int perPixel) {
-  // Steps a unit of the box's scale.
-  const float sx = static_cast<float>(perPixel * box.pixelWidth() / static_cast<double>(box.ScaleWidth()));
-  const float sy = static_cast<float>(perPixel * box.pixelHeight() / static_cast<double>(box.ScaleHeight()));
+std::string linesPath(const PictureBox& box, std::span<const float> ends, float centre) {
+  // Half pixels of the box a unit of its scale.
+  const float sx = static_cast<float>(2 * box.pixelWidth() / static_cast<double>(box.ScaleWidth()));
+  const float sy = static_cast<float>(2 * box.pixelHeight() / static_cast<double>(box.ScaleHeight()));
   // At most a command and four numbers of a sign and ten digits a line, and
   // four bytes to spare, written in a buffer each thread keeps: no new
   // memory to clear and map for each picture.
@@ -334,10 +338,14 @@ std::string linesPath(const PictureBox& box, std::span<const float> ends, float 
 #ifdef __SSE2__
     const __m128 scaled =
         _mm_mul_ps(_mm_add_ps(_mm_loadu_ps(ends.data() + i), _mm_set1_ps(centre)), _mm_setr_ps(sx, sy, sx, sy));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(at), _mm_cvtps_epi32(scaled));
+    // Not a number becomes the nearest bound: the maximum gives its second operand then.
+    const __m128 held = _mm_min_ps(_mm_max_ps(scaled, _mm_set1_ps(-kFarthest)), _mm_set1_ps(kFarthest));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(at), _mm_cvtps_epi32(held));
 #else
-    for (int k = 0; k < 4; ++k)
-      at[k] = static_cast<std::int32_t>(std::lrint((ends[i + k] + centre) * (k % 2 ? sy : sx)));
+    for (int k = 0; k < 4; ++k) {
+      const float scaled = (ends[i + k] + centre) * (k % 2 ? sy : sx);
+      at[k] = static_cast<std::int32_t>(std::lrint(std::fmin(std::fmax(scaled, -kFarthest), kFarthest)));
+    }
 #endif
     const auto [ax, ay, bx, by] = at;
     if (!drawing || ax != x || ay != y) {
@@ -348,9 +356,11 @@ std::string linesPath(const PictureBox& box, std::span<const float> ends, float 
       to = putNumber(to, bx - ax, false);
       to = putNumber(to, by - ay, false);
       drawing = true;
-    } else if (bx != x || by != y) {
-      to = putNumber(to, bx - x, false);
-      to = putNumber(to, by - y, false);
+    } else {
+      // A step of no length is written and then taken back, which costs
+      // less than a branch that half the steps of a small box would take.
+      char* const stepped = putNumber(putNumber(to, bx - x, false), by - y, false);
+      to += (stepped - to) * static_cast<std::ptrdiff_t>((bx != x) | (by != y));
     }
     x = bx;
     y = by;
@@ -546,7 +556,7 @@ PreviewImages previewImages(PictureBox& box, ReviewPicture* painted, const Recor
   if (review == Review::thumbnailAndPagePreview) {
     ReviewPicture page = painted ? std::move(*painted) : reviewPicture(box, kRed);
     const std::vector<float> ends = segments ? segmentEnds(*segments, factor) : std::vector<float>();
-    std::string lines = linesPath(box, ends, 0.5F * factor, 4);
+    std::string lines = linesPath(box, ends, 0.5F * factor);
     if (lines.size() > kLinesInPage) {
       box.LinesInto(ends, page.pixels.data(), kReviewLine);
       lines.clear();

@@ -46,7 +46,7 @@ ReviewPicture blankReview(const PictureBox& box);
 
 // The picture a review page's card shows: a data: URI of a picture shown
 // at `width` by `height` pixels, and over it, when not empty, the centre
-// lines as the data of an SVG path in half pixels of that size (linesPath).
+// lines as the data of an SVG path in pixels of that size (linesPath).
 // It is the page's own preview, which also opens over the page, or a
 // thumbnail of a preview written to the preview folder. Width 0: no picture.
 struct ShownPicture {
@@ -57,15 +57,14 @@ struct ShownPicture {
   std::string lines;
 };
 
-// Lines given by their ends in the box's scale, as SVG path data in steps
-// of 1/`perPixel` of the box's pixels: a line that starts where the last one
-// ended goes on from there, any other moves first; every step is relative,
-// so that most numbers have a digit or two. A line of no length alone is
-// kept, as a dot. An end names the corner of its pixel; `centre`, in the
-// box's scale, is added to it to run the line through the pixel's centre,
-// as it runs through the pixels under it: half the pixel the lines were
-// traced in.
-std::string linesPath(const PictureBox& box, std::span<const float> ends, float centre, int perPixel);
+// Lines given by their ends in the box's scale, as SVG path data in half
+// pixels of the box: a line that starts where the last one ended goes on
+// from there, any other moves first; every step is relative, so that most
+// numbers have a digit or two. A line of no length alone is kept, as a dot.
+// An end names the corner of its pixel; `centre`, in the box's scale, is
+// added to it to run the line through the pixel's centre, as it runs
+// through the pixels under it: half the pixel the lines were traced in.
+std::string linesPath(const PictureBox& box, std::span<const float> ends, float centre);
 
 // What a picture's run makes for its preview and the review page; the lines
 // are drawn once for all. `file`: the bytes of the preview file when
@@ -76,8 +75,8 @@ std::string linesPath(const PictureBox& box, std::span<const float> ends, float 
 // is a pageBox, whose original was painted as greys into `painted` (see
 // blankReview), then used up; the box itself is left as it is. The page
 // shows that picture at twice its size with the lines over it as a path in
-// quarters of its pixels, so that they stay sharp when the preview is
-// opened over the page. Lines whose path would take more than kLinesInPage
+// its own pixels there, so that they stay sharp when the preview is opened
+// over the page. Lines whose path would take more than kLinesInPage
 // bytes are drawn into the picture instead.
 struct PreviewImages {
   std::string file;
