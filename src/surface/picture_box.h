@@ -204,6 +204,8 @@ class PictureBox {
     };
     static constexpr Int32 kShuffleBlocks = 8;
     void planShuffles();
+    // Box pixels of every group into `line`, from the columns of `acc`.
+    void shuffleGroups(const std::uint8_t* acc, std::uint8_t* line) const;
     std::vector<ShuffleGroup> shuffleGroups_;
     std::vector<std::uint8_t> shuffleMasks_;
     Int32 shuffledTo_ = -1;

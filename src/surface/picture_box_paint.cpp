@@ -52,7 +52,8 @@ std::vector<Span> spans(Int32 destLength, double srcStart, double srcLength) {
 // each block, `masks` holds the shuffle that picks the first bytes from it,
 // then the one that picks the second (an index of 0x80 picks nothing).
 template <int Blocks>
-[[gnu::target("ssse3")]] void shuffleGroup(const std::uint8_t* from, const std::uint8_t* masks, std::uint8_t* to) {
+[[gnu::target("ssse3"), gnu::always_inline]] inline void shuffleGroup(const std::uint8_t* from,
+                                                                      const std::uint8_t* masks, std::uint8_t* to) {
   __m128i a = _mm_setzero_si128();
   __m128i b = _mm_setzero_si128();
   for (int k = 0; k < Blocks; ++k) {
@@ -64,15 +65,60 @@ template <int Blocks>
   _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_and_si128(a, b));
 }
 
-using Shuffle = void (*)(const std::uint8_t*, const std::uint8_t*, std::uint8_t*);
-constexpr Shuffle kShuffles[] = {shuffleGroup<1>, shuffleGroup<2>, shuffleGroup<3>, shuffleGroup<4>,
-                                 shuffleGroup<5>, shuffleGroup<6>, shuffleGroup<7>, shuffleGroup<8>};
-
 bool shufflesWork() {
   static const bool work = __builtin_cpu_supports("ssse3");
   return work;
 }
+
+bool wideWorks() {
+  static const bool work = __builtin_cpu_supports("avx2");
+  return work;
+}
+
+[[gnu::target("avx2"), gnu::always_inline]] inline __m256i bytes32(const std::uint8_t* at) {
+  return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
+}
+
+[[gnu::target("avx2"), gnu::always_inline]] inline void andRowsStep(std::uint8_t* acc, const std::uint8_t* s0,
+                                                                   const std::uint8_t* s1, const std::uint8_t* s2,
+                                                                   const std::uint8_t* s3, Int32 at, bool first) {
+  __m256i v = _mm256_and_si256(_mm256_and_si256(bytes32(s0 + at), bytes32(s1 + at)),
+                               _mm256_and_si256(bytes32(s2 + at), bytes32(s3 + at)));
+  if (!first) v = _mm256_and_si256(v, bytes32(acc + at));
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(acc + at), v);
+}
+
+// Grey rows ANDed into `acc` over columns [u, end), 32 bytes a step; the
+// columns left over, fewer than 32, by a last step that ends at `end`, which
+// ANDs some columns again. Returns the first column not done.
+[[gnu::target("avx2")]] Int32 andRowsWide(std::uint8_t* acc, const std::uint8_t* s0, const std::uint8_t* s1,
+                                          const std::uint8_t* s2, const std::uint8_t* s3, Int32 u, Int32 end,
+                                          bool first) {
+  if (end - u < 32) return u;
+  for (; u + 32 <= end; u += 32) andRowsStep(acc, s0, s1, s2, s3, u, first);
+  if (u < end) andRowsStep(acc, s0, s1, s2, s3, end - 32, first);
+  return end;
+}
+
+// `acc` ANDed with itself `w` columns on, over columns [u, end - w), 32
+// bytes a step; each step reads its columns before a later one writes them.
+// The columns left over, fewer than 32, by a last step that ends there,
+// worked out from `acc` as it was and stored after the others. Returns the
+// first column not done.
+[[gnu::target("avx2")]] Int32 andWindowsWide(std::uint8_t* acc, Int32 u, Int32 end, Int32 w) {
+  const Int32 last = end - w - 32;
+  if (last < u) return u;
+  const __m256i lastStep = _mm256_and_si256(bytes32(acc + last), bytes32(acc + last + w));
+  for (; u <= last; u += 32) {
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(acc + u), _mm256_and_si256(bytes32(acc + u), bytes32(acc + u + w)));
+  }
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(acc + last), lastStep);
+  return end - w;
+}
 #else
+bool wideWorks() {
+  return false;
+}
 bool shufflesWork() {
   return false;
 }
@@ -164,7 +210,11 @@ void PictureBox::RowPainter::planShuffles() {
   greyAcc_.assign(acc_.size() + 16 * kShuffleBlocks, 0);
   if (window_ == 0 || !shufflesWork()) return;
   const Int32 last = window_;
-  for (Int32 first = iFrom_; first + 16 <= iTo_; first += 16) {
+  // Groups of sixteen from the first box column on; the columns left over,
+  // fewer than sixteen, by a last group that ends at the last column and so
+  // works some columns out again.
+  for (Int32 next = iFrom_; next < iTo_ && iTo_ - iFrom_ >= 16; next += 16) {
+    const Int32 first = std::min(next, iTo_ - 16);
     const Columns* c = columns_.data() + first;
     const Int32 base = c[0].from;
     const Int32 blocks = (c[15].to - last - base) / 16 + 1;
@@ -182,6 +232,29 @@ void PictureBox::RowPainter::planShuffles() {
     shuffledTo_ = first + 16;
   }
 }
+
+namespace {
+
+// Each byte no more than `most`, sixteen a step where there are as many.
+void capBytes(std::uint8_t* bytes, Int32 count, std::uint8_t most) {
+  Int32 i = 0;
+#ifdef __SSE2__
+  if (count >= 16) {
+    const __m128i cap = _mm_set1_epi8(static_cast<char>(most));
+    const auto step = [&](Int32 at) {
+      auto* p = reinterpret_cast<__m128i*>(bytes + at);
+      _mm_storeu_si128(p, _mm_min_epu8(_mm_loadu_si128(p), cap));
+    };
+    for (; i + 16 <= count; i += 16) step(i);
+    // The last few again within the last sixteen: capping twice changes nothing.
+    if (i < count) step(count - 16);
+    i = count;
+  }
+#endif
+  for (; i < count; ++i) bytes[i] = std::min(bytes[i], most);
+}
+
+}  // namespace
 
 void PictureBox::RowPainter::gatherRows() {
   // About a quarter of a megabyte of rows.
@@ -220,6 +293,44 @@ void PictureBox::RowPainter::take(Int32 y, const void* pixels, bool grey) {
   rows_.clear();
 }
 
+#if defined(__x86_64__) || defined(__i386__)
+[[gnu::target("ssse3")]] void PictureBox::RowPainter::shuffleGroups(const std::uint8_t* acc,
+                                                                      std::uint8_t* line) const {
+  for (const ShuffleGroup& g : shuffleGroups_) {
+    const std::uint8_t* from = acc + g.base;
+    const std::uint8_t* masks = shuffleMasks_.data() + g.masks;
+    std::uint8_t* to = line + g.first;
+    switch (g.blocks) {
+      case 1:
+        shuffleGroup<1>(from, masks, to);
+        break;
+      case 2:
+        shuffleGroup<2>(from, masks, to);
+        break;
+      case 3:
+        shuffleGroup<3>(from, masks, to);
+        break;
+      case 4:
+        shuffleGroup<4>(from, masks, to);
+        break;
+      case 5:
+        shuffleGroup<5>(from, masks, to);
+        break;
+      case 6:
+        shuffleGroup<6>(from, masks, to);
+        break;
+      case 7:
+        shuffleGroup<7>(from, masks, to);
+        break;
+      default:
+        shuffleGroup<8>(from, masks, to);
+    }
+  }
+}
+#else
+void PictureBox::RowPainter::shuffleGroups(const std::uint8_t*, std::uint8_t*) const {}
+#endif
+
 template <typename Pixel>
 void PictureBox::RowPainter::fold(const Band& band, const void* const* rows, Pixel* __restrict acc,
                                   Pixel* __restrict line) {
@@ -233,6 +344,7 @@ void PictureBox::RowPainter::fold(const Band& band, const void* const* rows, Pix
   const Int32 uFrom = uFrom_;
   const Int32 uTo = uTo_;
   const Int32 height = band.to - band.from;
+  [[maybe_unused]] const bool wide = sizeof(Pixel) == 1 && wideWorks();
   const auto rowAt = [&](Int32 r) { return static_cast<const Pixel*>(rows[r]); };
   for (Int32 r = 0; r < height;) {
     const Int32 n = std::min<Int32>(4, height - r);
@@ -240,10 +352,16 @@ void PictureBox::RowPainter::fold(const Band& band, const void* const* rows, Pix
     const Pixel* __restrict s1 = rowAt(r + std::min<Int32>(1, n - 1));
     const Pixel* __restrict s2 = rowAt(r + std::min<Int32>(2, n - 1));
     const Pixel* __restrict s3 = rowAt(r + n - 1);
+    Int32 u = uFrom;
+#if defined(__x86_64__) || defined(__i386__)
+    if constexpr (sizeof(Pixel) == 1) {
+      if (wide) u = andRowsWide(acc, s0, s1, s2, s3, u, uTo, r == 0);
+    }
+#endif
     if (r == 0) {
-      for (Int32 u = uFrom; u < uTo; ++u) acc[u] = s0[u] & s1[u] & s2[u] & s3[u] & kAll;
+      for (; u < uTo; ++u) acc[u] = s0[u] & s1[u] & s2[u] & s3[u] & kAll;
     } else {
-      for (Int32 u = uFrom; u < uTo; ++u) acc[u] &= s0[u] & s1[u] & s2[u] & s3[u];
+      for (; u < uTo; ++u) acc[u] &= s0[u] & s1[u] & s2[u] & s3[u];
     }
     r += n;
   }
@@ -256,16 +374,19 @@ void PictureBox::RowPainter::fold(const Band& band, const void* const* rows, Pix
     // `acc` becomes the AND of each window of `window_` columns from there
     // on, doubled a step; a window is read only where all of it was.
     for (Int32 w = 1; w < window_; w *= 2) {
-      for (Int32 u = uFrom; u + w < uTo; ++u) acc[u] &= acc[u + w];
+      Int32 u = uFrom;
+#if defined(__x86_64__) || defined(__i386__)
+      if constexpr (sizeof(Pixel) == 1) {
+        if (wide) u = andWindowsWide(acc, u, uTo, w);
+      }
+#endif
+      for (; u + w < uTo; ++u) acc[u] &= acc[u + w];
     }
     const Int32 last = window_;
     Int32 i = iFrom;
 #if defined(__x86_64__) || defined(__i386__)
     if constexpr (sizeof(Pixel) == 1) {
-      for (const ShuffleGroup& g : shuffleGroups_) {
-        const std::uint8_t* masks = shuffleMasks_.data() + g.masks;
-        kShuffles[g.blocks - 1](a + g.base, masks, line + g.first);
-      }
+      if (!shuffleGroups_.empty()) shuffleGroups(a, line);
       i = shuffledTo_;
     }
 #endif
@@ -344,7 +465,7 @@ void PictureBox::RowPainter::paintGreys(const Band& band, const void* const* row
   std::uint8_t* __restrict greyLine = nullptr;
   if (greyRows_) {
     greyLine = foldGreys(band, rows);
-    for (Int32 i = iFrom; i < iTo; ++i) greyLine[i] = std::min(greyLine[i], lightest);
+    capBytes(greyLine + iFrom, iTo - iFrom, lightest);
   } else {
     if (greyLine_.empty()) greyLine_.resize(line_.size());
     greyLine = greyLine_.data();
