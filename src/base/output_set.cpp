@@ -132,8 +132,10 @@ bool unnamedFilesWork() {
 
 enum class Way { rename, inPlace, direct };
 
-// How much of a growing file's sync waits, at most, before it is sent on its way.
-constexpr std::size_t kSendEvery = 1 << 20;
+// How much of a growing file's sync waits, at most, before it is sent on its
+// way: a few sends over a batch, so that the sync at its end finds little of
+// the file left to write.
+constexpr std::size_t kSendEvery = 64 << 10;
 
 }  // namespace
 

@@ -255,11 +255,26 @@ std::size_t failures(const std::vector<BatchResult>& results) {
   return static_cast<std::size_t>(std::count_if(results.begin(), results.end(), [](const auto& r) { return !r.ok(); }));
 }
 
-// The rest of the page after its pictures: the totals, then the cards,
-// failures first, each group in the pictures' order. A card already made
-// is taken from `cards`, by the picture's place, where it is not empty.
-PageText pageTail(const std::string& page, const std::vector<BatchResult>& results, double seconds,
-                  const std::vector<std::string>& cards = {}) {
+constexpr std::string_view kPageEnd =
+    "</main>\n<script>\ndocument.getElementById('only-failed').onchange = (e) =>\n"
+    "  document.body.classList.toggle('only-failed', e.target.checked);\n"
+    "document.onkeydown = (e) => { if (e.key === 'Escape' && location.hash.startsWith('#view')) location.hash = "
+    "'#close'; };\n</script>\n</body>\n</html>\n";
+
+// The rest of the page after its pictures, in pieces to write one after
+// another: the totals, then the cards, failures first, each group in the
+// pictures' order, then the page's end. A card already made is taken from
+// `cards`, by the picture's place, where it is not empty, and not copied:
+// at the end of a batch, the one thread left puts no page together.
+// Cards not made yet are made into `made`.
+struct PageTail {
+  std::string top;
+  std::vector<std::string> made;
+  std::vector<std::string_view> pieces;
+};
+
+void pageTail(PageTail& tail, const fs::path& folder, const std::vector<BatchResult>& results, double seconds,
+              const std::vector<std::string>& cards = {}) {
   std::vector<const BatchResult*> order;
   for (const BatchResult& r : results) order.push_back(&r);
   std::stable_partition(order.begin(), order.end(), [](const BatchResult* r) { return !r->ok(); });
@@ -268,8 +283,6 @@ PageText pageTail(const std::string& page, const std::vector<BatchResult>& resul
   const std::size_t failed = failures(results);
 
   PageText out;
-  out.text.reserve(2048 * (results.size() + 1));
-  const fs::path folder = folderOfPage(page);
   out << "</defs></svg>\n<header>\n<h1>quernline-batch</h1>\n<dl id=\"totals\">";
   out << "<div><dt>pictures</dt><dd id=\"pictures\">" << results.size() << "</dd></div>";
   out << "<div><dt>written</dt><dd id=\"written\">" << results.size() - failed << "</dd></div>";
@@ -278,19 +291,25 @@ PageText pageTail(const std::string& page, const std::vector<BatchResult>& resul
   out << "<div><dt>lines</dt><dd id=\"lines\">" << lines << "</dd></div>";
   out << "</dl>\n<label><input type=\"checkbox\" id=\"only-failed\"> failures only</label>\n</header>\n";
   out << "<main id=\"sheet\">\n";
+  tail.top = std::move(out.text);
+  const auto madeAlready = [&](std::size_t index) { return index < cards.size() && !cards[index].empty(); };
+  std::size_t toMake = 0;
+  for (std::size_t i = 0; i < results.size(); ++i) toMake += madeAlready(i) ? 0 : 1;
+  // Views into `made` stay good: it never holds more than it has room for.
+  tail.made.clear();
+  tail.made.reserve(toMake);
+  tail.pieces.assign({tail.top});
   for (const BatchResult* r : order) {
     const auto index = static_cast<std::size_t>(r - results.data());
-    if (index < cards.size() && !cards[index].empty()) {
-      out << cards[index];
-    } else {
-      card(out, folder, *r, index);
+    if (madeAlready(index)) {
+      tail.pieces.push_back(cards[index]);
+      continue;
     }
+    PageText made;
+    card(made, folder, *r, index);
+    tail.pieces.push_back(tail.made.emplace_back(std::move(made.text)));
   }
-  out << "</main>\n<script>\ndocument.getElementById('only-failed').onchange = (e) =>\n"
-      << "  document.body.classList.toggle('only-failed', e.target.checked);\n"
-      << "document.onkeydown = (e) => { if (e.key === 'Escape' && location.hash.startsWith('#view')) location.hash = "
-         "'#close'; };\n</script>\n</body>\n</html>\n";
-  return out;
+  tail.pieces.push_back(kPageEnd);
 }
 
 }  // namespace
@@ -299,7 +318,11 @@ std::string reportPage(const std::string& page, const std::vector<BatchResult>& 
   std::size_t titleAt = 0;
   std::string out = pageHead(results.size(), titleAt);
   out.replace(titleAt, kTitleSlot, titleEnd(failures(results)));
-  return out + untakenPictures(results) + pageTail(page, results, seconds).text;
+  PageTail tail;
+  pageTail(tail, folderOfPage(page), results, seconds);
+  out += untakenPictures(results);
+  for (const std::string_view piece : tail.pieces) out += piece;
+  return out;
 }
 
 ReviewPage::ReviewPage(std::string page, std::size_t pictures)
@@ -347,7 +370,9 @@ void ReviewPage::finish(const std::vector<BatchResult>& results, double seconds,
   out_->append(untakenPictures(results));
   picturesEnd_ = out_->size();
   out_->overwrite(titleAt_, titleEnd(failures(results)));
-  out_->append(pageTail(page_, results, seconds, cards_).text);
+  PageTail tail;
+  pageTail(tail, folder_, results, seconds, cards_);
+  out_->append(tail.pieces);
   set_->commit();
   out_.reset();
   set_.reset();
@@ -364,10 +389,11 @@ void ReviewPage::rewrite(const std::vector<BatchResult>& results, double seconds
     throw FileError("Cannot write the file \"" + page_ + "\" again: it cannot be read back");
   }
   pictures.replace(titleAt_, kTitleSlot, titleEnd(failures(results)));
-  const std::string rest = pageTail(page_, results, seconds).text;
-  const std::array<std::string_view, 2> pieces{pictures, rest};
+  PageTail tail;
+  pageTail(tail, folder_, results, seconds);
+  tail.pieces.insert(tail.pieces.begin(), pictures);
   OutputSet out;
-  out.add(page_, pieces);
+  out.add(page_, tail.pieces);
   out.commit();
 }
 
