@@ -5,6 +5,7 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
+#include <memory>
 
 #ifdef __SSE2__
 #include <emmintrin.h>
@@ -280,6 +281,49 @@ void bitsOfRow(const std::uint8_t* row, std::size_t w, std::uint8_t one, std::ui
 }
 #endif
 
+// The steps of -9 to 9 pixels each way as a path writes them after another
+// number: each number after a blank unless its sign parts it from the last.
+// Most steps of a path are these; the step of no length writes nothing.
+struct SmallStep {
+  std::array<char, 4> text;
+  std::uint32_t size;
+};
+constexpr int kStepReach = 9;
+constexpr int kStepsAcross = 2 * kStepReach + 1;
+constexpr std::array<SmallStep, kStepsAcross * kStepsAcross> kSmallSteps = [] {
+  std::array<SmallStep, kStepsAcross * kStepsAcross> out{};
+  for (int dx = -kStepReach; dx <= kStepReach; ++dx) {
+    for (int dy = -kStepReach; dy <= kStepReach; ++dy) {
+      SmallStep& step = out[static_cast<std::size_t>((dx + kStepReach) * kStepsAcross + dy + kStepReach)];
+      if (dx == 0 && dy == 0) continue;
+      std::size_t at = 0;
+      for (const int v : {dx, dy}) {
+        step.text[at++] = v < 0 ? '-' : ' ';
+        step.text[at++] = static_cast<char>('0' + (v < 0 ? -v : v));
+      }
+      step.size = 4;
+    }
+  }
+  return out;
+}();
+
+// Memory a thread keeps for what it writes picture after picture: none is
+// cleared, and none touched but what is written.
+class ScratchBuffer {
+ public:
+  char* atLeast(std::size_t size) {
+    if (size_ < size) {
+      bytes_ = std::make_unique_for_overwrite<char[]>(size);
+      size_ = size;
+    }
+    return bytes_.get();
+  }
+
+ private:
+  std::unique_ptr<char[]> bytes_;
+  std::size_t size_ = 0;
+};
+
 // The farthest a path's point lies from 0 in either direction, in steps: a
 // box shows a few hundred; a line that would reach further is cut short there.
 constexpr float kFarthest = 1 << 20;
@@ -323,11 +367,9 @@ std::string linesPath(const PictureBox& box, std::span<const float> ends, float 
   const float sx = static_cast<float>(2 * box.pixelWidth() / static_cast<double>(box.ScaleWidth()));
   const float sy = static_cast<float>(2 * box.pixelHeight() / static_cast<double>(box.ScaleHeight()));
   // At most a command and four numbers of a sign and ten digits a line, and
-  // four bytes to spare, written in a buffer each thread keeps: no new
-  // memory to clear and map for each picture.
-  thread_local std::string writing;
-  if (const std::size_t most = ends.size() / 4 * 45 + 4; writing.size() < most) writing.resize(most);
-  char* const from = writing.data();
+  // four bytes to spare.
+  thread_local ScratchBuffer writing;
+  char* const from = writing.atLeast(ends.size() / 4 * 45 + 4);
   char* to = from;
   bool drawing = false;
   std::int32_t x = 0;
@@ -356,11 +398,16 @@ std::string linesPath(const PictureBox& box, std::span<const float> ends, float 
       to = putNumber(to, bx - ax, false);
       to = putNumber(to, by - ay, false);
       drawing = true;
+    } else if (const std::int32_t dx = bx - x, dy = by - y;
+               static_cast<std::uint32_t>(dx + kStepReach) < kStepsAcross &&
+               static_cast<std::uint32_t>(dy + kStepReach) < kStepsAcross) {
+      // Half the steps of a small box have no length: those write nothing,
+      // without a branch to mispredict.
+      const SmallStep& step = kSmallSteps[static_cast<std::size_t>((dx + kStepReach) * kStepsAcross + dy + kStepReach)];
+      std::memcpy(to, step.text.data(), 4);
+      to += step.size;
     } else {
-      // A step of no length is written and then taken back, which costs
-      // less than a branch that half the steps of a small box would take.
-      char* const stepped = putNumber(putNumber(to, bx - x, false), by - y, false);
-      to += (stepped - to) * static_cast<std::ptrdiff_t>((bx != x) | (by != y));
+      to = putNumber(putNumber(to, dx, false), dy, false);
     }
     x = bx;
     y = by;
@@ -465,14 +512,13 @@ std::string bmpFileOf(const ReviewPicture& picture, Colour line) {
     return out;
   }
   // Coded in a buffer each thread keeps for its pictures, taken as large as
-  // the rows uncoded: nothing to clear, and no new memory for each picture.
-  thread_local std::string coding;
+  // the rows uncoded.
+  thread_local ScratchBuffer coding;
   const BmpLayout bmp = bmpLayout(w, h, 8, 256);
   const std::size_t whole = bmp.size;
   const std::size_t row = bmp.row;
   const std::size_t pixelsAt = bmp.pixelsAt;
-  if (coding.size() < whole) coding.resize(whole);
-  char* const out = coding.data();
+  char* const out = coding.atLeast(whole);
   writeBmpHead(out, bmp);
   for (std::uint32_t i = 0; i < 256; ++i)
     putLittle(out + 54 + 4 * i, paletteEntry(static_cast<std::uint8_t>(i), line), 4);
