@@ -134,8 +134,9 @@ enum class Way { rename, inPlace, direct };
 
 // How much of a growing file's sync waits, at most, before it is sent on its
 // way: a few sends over a batch, so that the sync at its end finds little of
-// the file left to write.
-constexpr std::size_t kSendEvery = 64 << 10;
+// the file left to write. Each send costs some 40 us of processor time on a
+// virtual disk, whatever its size, so they are not made smaller.
+constexpr std::size_t kSendEvery = 128 << 10;
 
 }  // namespace
 

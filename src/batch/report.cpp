@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
+#include <charconv>
 #include <filesystem>
 #include <fstream>
 #include <type_traits>
@@ -88,10 +88,11 @@ std::string linkFromFolder(const fs::path& folder, const std::string& target) {
   return out;
 }
 
+// Seconds to two places, as "%.2f" writes them, without printf's cost on every card.
 std::string seconds2(double s) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%.2f", s);
-  return text;
+  char text[320];  // room for the largest double
+  const auto written = std::to_chars(text, text + sizeof text, s, std::chars_format::fixed, 2);
+  return std::string(text, written.ptr);
 }
 
 std::string baseName(const std::string& path) {
@@ -352,9 +353,9 @@ void ReviewPage::take(BatchResult& result, std::size_t index, FolderSyncs* syncs
   if (result.shown.uri.empty()) return;
   try {
     if (error_.empty()) {
-      if (!out_) open(syncs);
       std::string head;
-      out_->append(pictureElement(result.shown, index, head));
+      for (const std::string_view piece : pictureElement(result.shown, index, head)) pending_ += piece;
+      if (pending_.size() >= kWriteEvery) writePending(syncs);
     }
   } catch (const std::exception& e) {
     error_ = e.what();
@@ -363,10 +364,17 @@ void ReviewPage::take(BatchResult& result, std::size_t index, FolderSyncs* syncs
   std::string().swap(result.shown.lines);
 }
 
+void ReviewPage::writePending(FolderSyncs* syncs) {
+  if (!out_) open(syncs);
+  out_->append(pending_);
+  pending_.clear();
+}
+
 void ReviewPage::finish(const std::vector<BatchResult>& results, double seconds, FolderSyncs* syncs) {
   const std::lock_guard<std::mutex> hold(lock_);
   if (!error_.empty()) throw FileError(error_);
-  if (!out_) open(syncs);
+  writePending(syncs);
+  std::string().swap(pending_);
   out_->append(untakenPictures(results));
   picturesEnd_ = out_->size();
   out_->overwrite(titleAt_, titleEnd(failures(results)));

@@ -24,7 +24,7 @@ namespace quern {
 std::string reportPage(const std::string& page, const std::vector<BatchResult>& results, double seconds);
 
 // The page as a batch writes it while it runs: each picture a card shows
-// goes into the page's file as soon as its run has made it, and is let go;
+// goes into the page's file soon after its run has made it, and is let go;
 // only the text of the totals and cards waits for the end. The page is
 // written with the careful writer and its folder made when missing; with
 // `syncs`, it goes to disk with the batch's files, in their sync at the end.
@@ -34,9 +34,9 @@ class ReviewPage {
   ~ReviewPage();
   ReviewPage(const ReviewPage&) = delete;
   ReviewPage& operator=(const ReviewPage&) = delete;
-  // Writes the picture the result's card shows, and lets go of its URI;
-  // makes its card for finish(). On any thread; a failure is kept for
-  // finish(), which then throws it.
+  // Takes the picture the result's card shows into the page, and lets go
+  // of its URI; makes its card for finish(). On any thread; a failure is
+  // kept for finish(), which then throws it.
   void take(BatchResult& result, std::size_t index, FolderSyncs* syncs);
   // Writes the rest of the page, with the pictures not taken yet, and puts
   // it in place. Throws FileError.
@@ -48,6 +48,11 @@ class ReviewPage {
 
  private:
   void open(FolderSyncs* syncs);
+  // Writes the pictures taken since the last write, opening the page first.
+  void writePending(FolderSyncs* syncs);
+  // Pictures are written some at a time, in fewer and larger writes, each
+  // sent to disk as it is written (see OutputSet::Growing).
+  static constexpr std::size_t kWriteEvery = 64 << 10;
   std::string page_;
   std::filesystem::path folder_;
   std::size_t pictures_;
@@ -57,6 +62,7 @@ class ReviewPage {
   std::unique_ptr<OutputSet> set_;
   std::optional<OutputSet::Growing> out_;
   std::string error_;
+  std::string pending_;
   std::size_t titleAt_ = 0;
   std::size_t picturesEnd_ = 0;
 };
