@@ -5,6 +5,7 @@
 #include <charconv>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 #include <type_traits>
 
 #include "base/errors.h"
@@ -66,13 +67,36 @@ fs::path folderOfPage(const std::string& page) {
   return fs::absolute(fs::path(page)).parent_path().lexically_normal();
 }
 
+// The part of `target` after `folder` and a slash, when every step of it
+// names a file or a folder (none is empty, "." or ".."): what a link from
+// the folder to it is, with no paths to take apart. Most links of a page
+// are to files in its own folder, named so.
+std::optional<std::string_view> plainlyIn(const std::string& folder, std::string_view target) {
+  if (target.size() <= folder.size() + 1 || !target.starts_with(folder) || target[folder.size()] != '/') {
+    return std::nullopt;
+  }
+  const std::string_view rest = target.substr(folder.size() + 1);
+  for (std::size_t at = 0; at <= rest.size();) {
+    const std::size_t end = std::min(rest.find('/', at), rest.size());
+    const std::string_view step = rest.substr(at, end - at);
+    if (step.empty() || step == "." || step == "..") return std::nullopt;
+    at = end + 1;
+  }
+  return rest;
+}
+
 // A link from `folder` to `target`, as linkFrom makes it.
 std::string linkFromFolder(const fs::path& folder, const std::string& target) {
-  const fs::path whole = fs::absolute(fs::path(target)).lexically_normal();
-  const fs::path relative = whole.lexically_relative(folder);
-  const std::string path = relative.empty() ? whole.string() : relative.string();
+  std::string path;
   std::string out;
-  if (relative.empty()) out = "file://";
+  if (const std::optional<std::string_view> in = plainlyIn(folder.native(), target)) {
+    path = *in;
+  } else {
+    const fs::path whole = fs::absolute(fs::path(target)).lexically_normal();
+    const fs::path relative = whole.lexically_relative(folder);
+    path = relative.empty() ? whole.string() : relative.string();
+    if (relative.empty()) out = "file://";
+  }
   static constexpr char kHex[] = "0123456789ABCDEF";
   for (unsigned char c : path) {
     const bool plain = (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-' ||
@@ -96,7 +120,7 @@ std::string seconds2(double s) {
 }
 
 std::string baseName(const std::string& path) {
-  const std::string name = fs::path(path).filename().string();
+  const std::string name = path.substr(path.rfind('/') + 1);
   return name.empty() ? path : name;
 }
 
@@ -169,9 +193,13 @@ void card(PageText& out, const fs::path& folder, const BatchResult& r, std::size
 }  // namespace
 
 std::string htmlText(std::string_view text) {
+  // Most text has nothing to escape.
+  const std::size_t first = text.find_first_of("&<>\"'");
+  if (first == std::string_view::npos) return std::string(text);
   std::string out;
-  out.reserve(text.size());
-  for (char c : text) {
+  out.reserve(text.size() + 16);
+  out.append(text.substr(0, first));
+  for (char c : text.substr(first)) {
     switch (c) {
       case '&':
         out += "&amp;";

@@ -73,6 +73,9 @@ TEST(ReportLinks, RelativeToThePageAndPercentEncoded) {
       {"/out/r.html", "/out/r_files/a.thumb.png", "r_files/a.thumb.png"},
       {"/out/r.html", "/dxf/a b.dxf", "../dxf/a%20b.dxf"},
       {"/out/sub/../r.html", "/out/./x.dxf", "x.dxf"},
+      {"/out/r.html", "/out/a/../x.dxf", "x.dxf"},
+      {"/out/r.html", "/out//x.dxf", "x.dxf"},
+      {"/out/r.html", "/outside/x.dxf", "../outside/x.dxf"},
       {"/out/r.html", "/out/q\"<&>'#?%.dxf", "q%22%3C%26%3E%27%23%3F%25.dxf"},
       {"/out/r.html",
        "/out/\xC3\x9C"
