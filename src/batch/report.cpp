@@ -376,32 +376,43 @@ void ReviewPage::take(BatchResult& result, std::size_t index, FolderSyncs* syncs
   // batch, where every card would wait for the one thread left.
   PageText text;
   card(text, folder_, result, index);
-  const std::lock_guard<std::mutex> hold(lock_);
-  if (index < cards_.size()) cards_[index] = std::move(text.text);
-  if (result.shown.uri.empty()) return;
-  try {
-    if (error_.empty()) {
+  std::string full;
+  {
+    const std::lock_guard<std::mutex> hold(lock_);
+    if (index < cards_.size()) cards_[index] = std::move(text.text);
+    if (!result.shown.uri.empty() && error_.empty()) {
       std::string head;
       for (const std::string_view piece : pictureElement(result.shown, index, head)) pending_ += piece;
-      if (pending_.size() >= kWriteEvery) writePending(syncs);
+      if (pending_.size() >= kWriteEvery) {
+        full.swap(pending_);
+        pending_.reserve(2 * kWriteEvery);
+      }
     }
-  } catch (const std::exception& e) {
-    error_ = e.what();
   }
+  // Written with only the writing held: another worker meanwhile takes its
+  // picture into the next pictures to write.
+  if (!full.empty()) write(full, syncs);
   std::string().swap(result.shown.uri);
   std::string().swap(result.shown.lines);
 }
 
-void ReviewPage::writePending(FolderSyncs* syncs) {
-  if (!out_) open(syncs);
-  out_->append(pending_);
-  pending_.clear();
+void ReviewPage::write(std::string_view pictures, FolderSyncs* syncs) {
+  const std::lock_guard<std::mutex> hold(writing_);
+  try {
+    if (!out_) open(syncs);
+    out_->append(pictures);
+  } catch (const std::exception& e) {
+    const std::lock_guard<std::mutex> held(lock_);
+    if (error_.empty()) error_ = e.what();
+  }
 }
 
 void ReviewPage::finish(const std::vector<BatchResult>& results, double seconds, FolderSyncs* syncs) {
+  const std::lock_guard<std::mutex> writing(writing_);
   const std::lock_guard<std::mutex> hold(lock_);
   if (!error_.empty()) throw FileError(error_);
-  writePending(syncs);
+  if (!out_) open(syncs);
+  out_->append(pending_);
   std::string().swap(pending_);
   out_->append(untakenPictures(results));
   picturesEnd_ = out_->size();

@@ -48,8 +48,9 @@ class ReviewPage {
 
  private:
   void open(FolderSyncs* syncs);
-  // Writes the pictures taken since the last write, opening the page first.
-  void writePending(FolderSyncs* syncs);
+  // Writes pictures taken, opening the page first; a failure is kept for
+  // finish().
+  void write(std::string_view pictures, FolderSyncs* syncs);
   // Pictures are written some at a time, in fewer and larger writes, each
   // sent to disk as it is written (see OutputSet::Growing).
   static constexpr std::size_t kWriteEvery = 64 << 10;
@@ -58,7 +59,11 @@ class ReviewPage {
   std::size_t pictures_;
   // Each picture's card once its picture is taken, by its place.
   std::vector<std::string> cards_;
+  // `lock_` holds the cards, the pictures not yet written and the first
+  // failure; `writing_` the page's file. A thread that holds both took
+  // `writing_` first.
   std::mutex lock_;
+  std::mutex writing_;
   std::unique_ptr<OutputSet> set_;
   std::optional<OutputSet::Growing> out_;
   std::string error_;
