@@ -206,6 +206,15 @@ class PictureBox {
     void planShuffles();
     // Box pixels of every group into `line`, from the columns of `acc`.
     void shuffleGroups(const std::uint8_t* acc, std::uint8_t* line) const;
+    // Where the processor permutes bytes across 128 of them, groups of
+    // thirty-two or sixteen box columns instead (`blocks` says which), each
+    // drawing on 128 bytes of `acc` from its base: `shuffleMasks_` then
+    // holds for each group 64 indices of the columns' first ends, then 64
+    // of their second. False, and nothing planned, where a group of sixteen
+    // would reach further.
+    bool planPermutes();
+    void permuteGroups(const std::uint8_t* acc, std::uint8_t* line) const;
+    bool permutes_ = false;
     std::vector<ShuffleGroup> shuffleGroups_;
     std::vector<std::uint8_t> shuffleMasks_;
     Int32 shuffledTo_ = -1;

@@ -88,6 +88,11 @@ bool wideWorks() {
   return work;
 }
 
+bool permutesWork() {
+  static const bool work = __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512bw");
+  return work;
+}
+
 [[gnu::target("avx2"), gnu::always_inline]] inline __m256i bytes32(const std::uint8_t* at) {
   return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(at));
 }
@@ -130,6 +135,10 @@ bool wideWorks() {
 }
 #else
 bool wideWorks() {
+  return false;
+}
+
+bool permutesWork() {
   return false;
 }
 bool shufflesWork() {
@@ -219,9 +228,10 @@ PictureBox::RowPainter::RowPainter(PictureBox& box, Int32 pw, Int32 ph, float x1
 
 void PictureBox::RowPainter::planShuffles() {
   shuffledTo_ = iFrom_;
-  // A block read from the last group's base on may reach past the picture's columns.
+  // A block read from the last group's base on may reach past the picture's
+  // columns, as may the 128 bytes a permute reads.
   greyAcc_.assign(acc_.size() + 16 * kShuffleBlocks, 0);
-  if (window_ == 0 || !shufflesWork()) return;
+  if (window_ == 0 || (permutesWork() && planPermutes()) || !shufflesWork()) return;
   const Int32 last = window_;
   // Groups of sixteen from the first box column on; the columns left over,
   // fewer than sixteen, by a last group that ends at the last column and so
@@ -245,6 +255,61 @@ void PictureBox::RowPainter::planShuffles() {
     shuffledTo_ = first + 16;
   }
 }
+
+bool PictureBox::RowPainter::planPermutes() {
+  static_assert(16 * kShuffleBlocks >= 128, "a permute reads 128 bytes from a group's base");
+  const Int32 last = window_;
+  // Groups of thirty-two box columns where every group's ends lie within
+  // 128 bytes, else of sixteen. As with the shuffles, a last group that ends
+  // at the last column works out again some columns the one before did.
+  for (const Int32 size : {32, 16}) {
+    if (iTo_ - iFrom_ < size) continue;
+    std::vector<ShuffleGroup> groups;
+    std::vector<std::uint8_t> masks;
+    bool fits = true;
+    for (Int32 next = iFrom_; fits && next < iTo_; next += size) {
+      const Int32 first = std::min(next, iTo_ - size);
+      const Columns* c = columns_.data() + first;
+      const Int32 base = c[0].from;
+      // The spans only grow, and each is at least `last` wide: the last
+      // column's second end is the group's farthest.
+      fits = c[size - 1].to - last - base < 128;
+      // Each index vector whole, the lanes past the group's picking byte 0 for nothing.
+      const std::size_t at = masks.size();
+      groups.push_back({first, base, size, at});
+      masks.resize(at + 128, 0);
+      for (Int32 k = 0; k < size; ++k) {
+        masks[at + static_cast<std::size_t>(k)] = static_cast<std::uint8_t>(c[k].from - base);
+        masks[at + 64 + static_cast<std::size_t>(k)] = static_cast<std::uint8_t>(c[k].to - last - base);
+      }
+    }
+    if (!fits) continue;
+    shuffleGroups_ = std::move(groups);
+    shuffleMasks_ = std::move(masks);
+    permutes_ = true;
+    shuffledTo_ = iTo_;
+    return true;
+  }
+  return false;
+}
+
+#if defined(__x86_64__) || defined(__i386__)
+[[gnu::target("avx512f,avx512bw,avx512vbmi")]] void PictureBox::RowPainter::permuteGroups(const std::uint8_t* acc,
+                                                                                          std::uint8_t* line) const {
+  for (const ShuffleGroup& g : shuffleGroups_) {
+    const __m512i low = _mm512_loadu_si512(acc + g.base);
+    const __m512i high = _mm512_loadu_si512(acc + g.base + 64);
+    const std::uint8_t* masks = shuffleMasks_.data() + g.masks;
+    const __m512i firsts = _mm512_loadu_si512(masks);
+    const __m512i seconds = _mm512_loadu_si512(masks + 64);
+    const __m512i both = _mm512_and_si512(_mm512_permutex2var_epi8(low, firsts, high),
+                                          _mm512_permutex2var_epi8(low, seconds, high));
+    _mm512_mask_storeu_epi8(line + g.first, (__mmask64{1} << g.blocks) - 1, both);
+  }
+}
+#else
+void PictureBox::RowPainter::permuteGroups(const std::uint8_t*, std::uint8_t*) const {}
+#endif
 
 namespace {
 
@@ -399,7 +464,11 @@ void PictureBox::RowPainter::fold(const Band& band, const void* const* rows, Pix
     Int32 i = iFrom;
 #if defined(__x86_64__) || defined(__i386__)
     if constexpr (sizeof(Pixel) == 1) {
-      if (!shuffleGroups_.empty()) shuffleGroups(a, line);
+      if (permutes_) {
+        permuteGroups(a, line);
+      } else if (!shuffleGroups_.empty()) {
+        shuffleGroups(a, line);
+      }
       i = shuffledTo_;
     }
 #endif

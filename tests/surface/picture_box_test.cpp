@@ -304,7 +304,8 @@ TEST(Stretch, ARowPainterPaintsWhatPaintPicturePaints) {
       {"ANDed over the box", 14, 21, 7, 7, 0, 0, 7, 7, none, none, none, none, kOpcodeAnd},
       {"inverted over the box", 14, 21, 7, 9, 1, 0, 5, 9, none, none, none, none, kOpcodeInvert},
       // Wide enough for greys to be gathered sixteen box pixels at a time,
-      // from one to eight blocks of picture columns, and past that one by one.
+      // from one to eight blocks of picture columns, and past that one by
+      // one; or thirty-two at a time from 128 bytes, where they lie in them.
       {"wide, shrunk by 1.75", 91, 7, 52, 4, 0, 0, 52, 4, none, none, none, none, kOpcodeCopy},
       {"wide, shrunk by 1.1", 55, 3, 50, 3, 0, 0, 50, 3, none, none, none, none, kOpcodeCopy},
       {"wide, shrunk by three", 150, 6, 50, 2, 0, 0, 50, 2, none, none, none, none, kOpcodeCopy},
@@ -313,6 +314,11 @@ TEST(Stretch, ARowPainterPaintsWhatPaintPicturePaints) {
       {"wide, shrunk by 7.5", 300, 8, 40, 1, 0, 0, 40, 1, none, none, none, none, kOpcodeCopy},
       {"wide, shrunk by nine", 360, 9, 40, 1, 0, 0, 40, 1, none, none, none, none, kOpcodeCopy},
       {"wide, a part past the right", 120, 4, 40, 2, 0, 0, 40, 2, 30, 0, 120, 4, kOpcodeCopy},
+      // Thirty-two box pixels, and sixteen, whose ends reach 127 bytes on, and 128.
+      {"wide, thirty-two from 131", 131, 4, 32, 2, 0, 0, 32, 2, none, none, none, none, kOpcodeCopy},
+      {"wide, thirty-two from 132", 132, 4, 32, 2, 0, 0, 32, 2, none, none, none, none, kOpcodeCopy},
+      {"wide, sixteen from 135", 135, 4, 16, 2, 0, 0, 16, 2, none, none, none, none, kOpcodeCopy},
+      {"wide, sixteen from 136", 136, 4, 16, 2, 0, 0, 16, 2, none, none, none, none, kOpcodeCopy},
   };
   for (const Case& c : cases) {
     const auto seed = static_cast<std::uint32_t>(c.sw * 31 + c.bh);
