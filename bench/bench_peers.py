@@ -18,6 +18,10 @@ Environment:
   PEERS_SIZES        sizes to run, e.g. "700x557,1500x1500" (default all three)
   PEERS_FORMAT       our picture format, bmp or gif (default bmp)
   PEERS_SCAN         0 leaves out the A4 scan (default 1)
+  PEERS_REPORT_PAIRS adjacent pairs of -j 2 runs without and with --report that
+                     what the page adds is taken from (default 101): a batch's
+                     time drifts by more than the page's few per cent, so a
+                     few pairs say little
 """
 
 import os
@@ -282,7 +286,7 @@ def scan(batch, make_assets, tmp, work, runs, help_text, before=None):
     print()
 
 
-def many(batch, make_assets, tmp, work, runs, fmt_ext, help_text, size, before=None):
+def many(batch, make_assets, tmp, work, runs, fmt_ext, help_text, size, before=None, report_pairs=101):
     has_out_dir = "--out-dir" in help_text
     print("measuring %d pictures of %d x %d ..." % (MANY_COUNT, size[0], size[1]), flush=True)
     tmp = os.path.join(tmp, "many-%dx%d" % size)
@@ -361,6 +365,21 @@ def many(batch, make_assets, tmp, work, runs, fmt_ext, help_text, size, before=N
                 times[name].append(seconds)
                 cpu[name] += used
 
+    # What the page adds, from pairs of its own: each pair's two runs side
+    # by side, the page's first in every other pair.
+    adds = {"time": [], "CPU": []}
+    if "--report" in help_text and has_out_dir and not any(k in failed for k in ("-j 2", "-j 2 --report")):
+        plain = jobs_run(batch, "2")
+        for pair_no in range(report_pairs):
+            order = [("plain", plain), ("page", report_run)]
+            if pair_no % 2:
+                order.reverse()
+            measured = {name: run(out_dir("pair-" + name)) for name, run in order}
+            (a, _, a_cpu), (b, _, b_cpu) = measured["plain"], measured["page"]
+            if a > 0 and a_cpu > 0:
+                adds["time"].append(b / a)
+                adds["CPU"].append(b_cpu / a_cpu)
+
     rate = {}
     for name, _ in kinds:
         rate[name] = MANY_COUNT / statistics.median(times[name]) if times[name] else None
@@ -388,9 +407,10 @@ def many(batch, make_assets, tmp, work, runs, fmt_ext, help_text, size, before=N
         print("%-28s %12s" % ("earlier build -j 2 / -j 1", fmt(ratio("before -j 2", "before -j 1"), "%.2f", " x")))
     # Wall time, and the CPU seconds, which the machine's drift and the
     # other process's share of the cores move less.
-    for label, measured in (("time --report adds at -j 2", times), ("CPU --report adds at -j 2", cpu)):
-        pairs = sorted(b / a for a, b in zip(measured["-j 2"], measured.get("-j 2 --report", [])) if a > 0)
-        if pairs and len(pairs) == len(measured["-j 2"]):
+    for kind in ("time", "CPU"):
+        label = "%s --report adds at -j 2" % kind
+        pairs = sorted(adds[kind])
+        if pairs:
             print("%-28s %12s  (median of %d pairs, quartiles %+.1f to %+.1f %%)" % (
                 label, fmt((statistics.median(pairs) - 1) * 100, "%+.1f", " %"), len(pairs),
                 (pairs[len(pairs) // 4] - 1) * 100, (pairs[3 * len(pairs) // 4] - 1) * 100))
@@ -407,6 +427,7 @@ def main():
     make_assets = os.path.abspath(os.environ.get("QUERN_MAKE_ASSETS", os.path.join(root, "build", "tools",
                                                                                    "make_assets")))
     runs = max(int(os.environ.get("PEERS_RUNS", "5")), 1)
+    report_pairs = max(int(os.environ.get("PEERS_REPORT_PAIRS", "101")), 1)
     fmt_ext = os.environ.get("PEERS_FORMAT", "bmp").lower()
     sizes = SIZES
     if os.environ.get("PEERS_SIZES"):
@@ -433,7 +454,8 @@ def main():
             if os.environ.get("PEERS_SCAN", "1") != "0":
                 scan(batch, make_assets, tmp, work, runs, help_text, before)
             for k, size in enumerate(MANY_SIZES):
-                many(batch, make_assets, tmp, work, runs, fmt_ext, help_text, size, before if k == 0 else None)
+                many(batch, make_assets, tmp, work, runs, fmt_ext, help_text, size, before if k == 0 else None,
+                     report_pairs)
     finally:
         work.close()
     return 0
