@@ -39,21 +39,30 @@ struct Span {
 std::vector<Span> spans(Int32 destLength, double srcStart, double srcLength) {
   std::vector<Span> out(static_cast<std::size_t>(destLength));
   // A whole picture's length from its start, as a painting of all of it
-  // has: the floors by integer division, which give the same. Either way
-  // a quotient is at least 1/destLength from the next whole number, far
-  // more than the double's rounding.
-  const bool whole = srcStart == 0.0 && srcLength >= 0.0 && srcLength < (1 << 30) && std::floor(srcLength) == srcLength;
-  const auto length = static_cast<std::int64_t>(whole ? srcLength : 0.0);
-  for (Int32 d = 0; d < destLength; ++d) {
-    Int32 a = 0;
-    Int32 b = 0;
-    if (whole) {
-      a = static_cast<Int32>(length * d / destLength);
-      b = static_cast<Int32>(length * (d + 1) / destLength);
-    } else {
-      a = static_cast<Int32>(std::floor(srcStart + srcLength * d / destLength));
-      b = static_cast<Int32>(std::floor(srcStart + srcLength * (d + 1) / destLength));
+  // has: the floors as whole quotients, which give the same (a quotient is
+  // at least 1/destLength from the next whole number, far more than the
+  // double's rounding), carried from one span to the next without dividing.
+  if (srcStart == 0.0 && srcLength >= 0.0 && srcLength < (1 << 30) && std::floor(srcLength) == srcLength) {
+    const auto length = static_cast<Int32>(srcLength);
+    const Int32 step = length / destLength;
+    const Int32 extra = length % destLength;
+    Int32 at = 0;    // length * d / destLength, rounded down
+    Int32 over = 0;  // and what is left over
+    for (Int32 d = 0; d < destLength; ++d) {
+      const Int32 a = at;
+      at += step;
+      over += extra;
+      if (over >= destLength) {
+        ++at;
+        over -= destLength;
+      }
+      out[static_cast<std::size_t>(d)] = {a, at > a ? at : a + 1};
     }
+    return out;
+  }
+  for (Int32 d = 0; d < destLength; ++d) {
+    const auto a = static_cast<Int32>(std::floor(srcStart + srcLength * d / destLength));
+    auto b = static_cast<Int32>(std::floor(srcStart + srcLength * (d + 1) / destLength));
     if (b <= a) b = a + 1;
     out[static_cast<std::size_t>(d)] = {a, b};
   }
