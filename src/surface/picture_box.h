@@ -40,6 +40,12 @@ inline constexpr Colour kSysButtonText = static_cast<Colour>(0x80000012);
 inline constexpr Colour kSysWindow = static_cast<Colour>(0x80000005);
 inline constexpr Colour kSysWindowText = static_cast<Colour>(0x80000008);
 
+// The widest steps a grey shrink may take: all the processor has, unless a
+// test asks for narrower ones to check that each way gives the same pixels.
+// Taken when a painting is planned.
+enum class PaintSteps { bytes, sixteenBytes, all };
+void limitPaintSteps(PaintSteps steps);
+
 // The real colour behind a system colour (0x80000000 and up); other colours as they are.
 Colour resolveColour(Colour c);
 

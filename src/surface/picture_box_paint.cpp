@@ -1,6 +1,8 @@
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <string>
+#include <utility>
 
 #if defined(__x86_64__) || defined(__i386__)
 #include <immintrin.h>
@@ -87,19 +89,33 @@ template <int Blocks>
   _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_and_si128(a, b));
 }
 
+// shuffleGroup for a number of blocks known only when run, from 1 to sizeof...(Less) + 1.
+template <int... Less>
+[[gnu::target("ssse3"), gnu::always_inline]] inline void shuffleBlocks(int blocks, const std::uint8_t* from,
+                                                                       const std::uint8_t* masks, std::uint8_t* to,
+                                                                       std::integer_sequence<int, Less...>) {
+  (void)((blocks == Less + 1 && (shuffleGroup<Less + 1>(from, masks, to), true)) || ...);
+}
+
+std::atomic<PaintSteps> stepsAllowed{PaintSteps::all};
+
+bool allowed(PaintSteps steps) {
+  return stepsAllowed.load(std::memory_order_relaxed) >= steps;
+}
+
 bool shufflesWork() {
   static const bool work = __builtin_cpu_supports("ssse3");
-  return work;
+  return work && allowed(PaintSteps::sixteenBytes);
 }
 
 bool wideWorks() {
   static const bool work = __builtin_cpu_supports("avx2");
-  return work;
+  return work && allowed(PaintSteps::all);
 }
 
 bool permutesWork() {
   static const bool work = __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512bw");
-  return work;
+  return work && allowed(PaintSteps::all);
 }
 
 [[gnu::target("avx2"), gnu::always_inline]] inline __m256i bytes32(const std::uint8_t* at) {
@@ -156,6 +172,14 @@ bool shufflesWork() {
 #endif
 
 }  // namespace
+
+void limitPaintSteps(PaintSteps steps) {
+#if defined(__x86_64__) || defined(__i386__)
+  stepsAllowed.store(steps, std::memory_order_relaxed);
+#else
+  (void)steps;
+#endif
+}
 
 PictureBox::RowPainter::RowPainter(PictureBox& box, Int32 pw, Int32 ph, float x1, float y1, std::optional<float> width1,
                                    std::optional<float> height1, std::optional<float> x2, std::optional<float> y2,
@@ -387,31 +411,7 @@ void PictureBox::RowPainter::take(Int32 y, const void* pixels, bool grey) {
     const std::uint8_t* from = acc + g.base;
     const std::uint8_t* masks = shuffleMasks_.data() + g.masks;
     std::uint8_t* to = line + g.first;
-    switch (g.blocks) {
-      case 1:
-        shuffleGroup<1>(from, masks, to);
-        break;
-      case 2:
-        shuffleGroup<2>(from, masks, to);
-        break;
-      case 3:
-        shuffleGroup<3>(from, masks, to);
-        break;
-      case 4:
-        shuffleGroup<4>(from, masks, to);
-        break;
-      case 5:
-        shuffleGroup<5>(from, masks, to);
-        break;
-      case 6:
-        shuffleGroup<6>(from, masks, to);
-        break;
-      case 7:
-        shuffleGroup<7>(from, masks, to);
-        break;
-      default:
-        shuffleGroup<8>(from, masks, to);
-    }
+    shuffleBlocks(g.blocks, from, masks, to, std::make_integer_sequence<int, kShuffleBlocks>{});
   }
 }
 #else

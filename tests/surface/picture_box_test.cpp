@@ -320,61 +320,69 @@ TEST(Stretch, ARowPainterPaintsWhatPaintPicturePaints) {
       {"wide, sixteen from 135", 135, 4, 16, 2, 0, 0, 16, 2, none, none, none, none, kOpcodeCopy},
       {"wide, sixteen from 136", 136, 4, 16, 2, 0, 0, 16, 2, none, none, none, none, kOpcodeCopy},
   };
-  for (const Case& c : cases) {
-    const auto seed = static_cast<std::uint32_t>(c.sw * 31 + c.bh);
-    const Picture src = std::string_view(c.name).starts_with("wide") ? paperNoise(c.sw, c.sh, seed)
-                                                                     : testing::noisePicture(c.sw, c.sh, seed);
-    PictureBox whole = boxOf(c.bw, c.bh, 0x5A6B7C);
-    whole.PaintPicture(src, c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
-    // The same picture's blue bytes, once as colours and once kept as greys.
-    GreyBuffer greys = allocateGreys(static_cast<long long>(c.sw) * c.sh);
-    std::vector<Colour> colours;
-    for (Int32 i = 0; i < c.sw * c.sh; ++i) {
-      greys[i] = static_cast<std::uint8_t>(src->data()[i]);
-      colours.push_back(static_cast<Colour>(greys[i] * 0x010101U));
-    }
-    PictureBox fromGreys = boxOf(c.bw, c.bh, 0x5A6B7C);
-    fromGreys.PaintPicture(makeGreyPicture(c.sw, c.sh, greys), c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
-    PictureBox fromColours = boxOf(c.bw, c.bh, 0x5A6B7C);
-    fromColours.PaintPicture(makePicture(c.sw, c.sh, colours), c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
-    EXPECT_EQ(fromGreys.Image()->pixels(), fromColours.Image()->pixels()) << c.name << ", greys";
-    // Painted as greys instead, from colour rows or grey rows: each pixel
-    // the grey of the box's, no lighter than asked; those not reached kept.
-    for (const bool greyRows : {false, true}) {
-      if (c.op != kOpcodeCopy) break;
-      const PictureBox& box = greyRows ? fromGreys : whole;
-      PictureBox layout = boxOf(c.bw, c.bh, 0x5A6B7C);
-      std::vector<std::uint8_t> shown(static_cast<std::size_t>(c.bw) * c.bh, 7);
-      PictureBox::RowPainter painter(layout, c.sw, c.sh, c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
-      painter.intoGreys(shown.data(), 200);
-      for (Int32 y = 0; y < c.sh; ++y) {
-        if (greyRows) {
-          painter.row(y, greys.get() + static_cast<std::ptrdiff_t>(y) * c.sw);
-        } else {
-          painter.row(y, src->data() + static_cast<std::ptrdiff_t>(y) * c.sw);
+  // Each narrower way a grey shrink may be taken gives the same pixels.
+  struct Widest {
+    ~Widest() { limitPaintSteps(PaintSteps::all); }
+  } widest;
+  for (const PaintSteps steps : {PaintSteps::bytes, PaintSteps::sixteenBytes, PaintSteps::all}) {
+    limitPaintSteps(steps);
+    SCOPED_TRACE(static_cast<int>(steps));
+    for (const Case& c : cases) {
+      const auto seed = static_cast<std::uint32_t>(c.sw * 31 + c.bh);
+      const Picture src = std::string_view(c.name).starts_with("wide") ? paperNoise(c.sw, c.sh, seed)
+                                                                       : testing::noisePicture(c.sw, c.sh, seed);
+      PictureBox whole = boxOf(c.bw, c.bh, 0x5A6B7C);
+      whole.PaintPicture(src, c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
+      // The same picture's blue bytes, once as colours and once kept as greys.
+      GreyBuffer greys = allocateGreys(static_cast<long long>(c.sw) * c.sh);
+      std::vector<Colour> colours;
+      for (Int32 i = 0; i < c.sw * c.sh; ++i) {
+        greys[i] = static_cast<std::uint8_t>(src->data()[i]);
+        colours.push_back(static_cast<Colour>(greys[i] * 0x010101U));
+      }
+      PictureBox fromGreys = boxOf(c.bw, c.bh, 0x5A6B7C);
+      fromGreys.PaintPicture(makeGreyPicture(c.sw, c.sh, greys), c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
+      PictureBox fromColours = boxOf(c.bw, c.bh, 0x5A6B7C);
+      fromColours.PaintPicture(makePicture(c.sw, c.sh, colours), c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
+      EXPECT_EQ(fromGreys.Image()->pixels(), fromColours.Image()->pixels()) << c.name << ", greys";
+      // Painted as greys instead, from colour rows or grey rows: each pixel
+      // the grey of the box's, no lighter than asked; those not reached kept.
+      for (const bool greyRows : {false, true}) {
+        if (c.op != kOpcodeCopy) break;
+        const PictureBox& box = greyRows ? fromGreys : whole;
+        PictureBox layout = boxOf(c.bw, c.bh, 0x5A6B7C);
+        std::vector<std::uint8_t> shown(static_cast<std::size_t>(c.bw) * c.bh, 7);
+        PictureBox::RowPainter painter(layout, c.sw, c.sh, c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
+        painter.intoGreys(shown.data(), 200);
+        for (Int32 y = 0; y < c.sh; ++y) {
+          if (greyRows) {
+            painter.row(y, greys.get() + static_cast<std::ptrdiff_t>(y) * c.sw);
+          } else {
+            painter.row(y, src->data() + static_cast<std::ptrdiff_t>(y) * c.sw);
+          }
         }
+        for (Int32 i = 0; i < c.bw * c.bh; ++i) {
+          const Colour p = box.bits()[i];
+          const Int32 grey = (30 * redOf(p) + 59 * greenOf(p) + 11 * blueOf(p) + 50) / 100;
+          ASSERT_EQ(shown[static_cast<std::size_t>(i)], p == 0x5A6B7C ? 7 : std::min(grey, 200))
+              << c.name << (greyRows ? ", grey rows" : ", colour rows") << " painted as greys at " << i;
+        }
+        EXPECT_EQ(layout.bits()[0], 0x5A6B7C) << c.name << ": the box is left as it was";
       }
-      for (Int32 i = 0; i < c.bw * c.bh; ++i) {
-        const Colour p = box.bits()[i];
-        const Int32 grey = (30 * redOf(p) + 59 * greenOf(p) + 11 * blueOf(p) + 50) / 100;
-        ASSERT_EQ(shown[static_cast<std::size_t>(i)], p == 0x5A6B7C ? 7 : std::min(grey, 200))
-            << c.name << (greyRows ? ", grey rows" : ", colour rows") << " painted as greys at " << i;
-      }
-      EXPECT_EQ(layout.bits()[0], 0x5A6B7C) << c.name << ": the box is left as it was";
-    }
-    // Box rows drawn as their rows come, and gathered.
-    for (const bool gather : {false, true}) {
-      PictureBox rows = boxOf(c.bw, c.bh, 0x5A6B7C);
-      PictureBox::RowPainter painter(rows, c.sw, c.sh, c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
-      if (gather) painter.gatherRows();
-      std::vector<std::vector<Colour>> copies(static_cast<std::size_t>(c.sh));
-      for (Int32 y = 0; y < c.sh; ++y) {
-        copies[static_cast<std::size_t>(y)].assign(src->data() + y * c.sw, src->data() + (y + 1) * c.sw);
-        painter.row(y, copies[static_cast<std::size_t>(y)].data());
-      }
-      for (Int32 i = 0; i < c.bw * c.bh; ++i) {
-        ASSERT_EQ(GetPixel(rows.hDC(), i % c.bw, i / c.bw), GetPixel(whole.hDC(), i % c.bw, i / c.bw))
-            << c.name << (gather ? ", gathered" : "") << " at " << i % c.bw << "," << i / c.bw;
+      // Box rows drawn as their rows come, and gathered.
+      for (const bool gather : {false, true}) {
+        PictureBox rows = boxOf(c.bw, c.bh, 0x5A6B7C);
+        PictureBox::RowPainter painter(rows, c.sw, c.sh, c.x1, c.y1, c.w1, c.h1, c.x2, c.y2, c.w2, c.h2, c.op);
+        if (gather) painter.gatherRows();
+        std::vector<std::vector<Colour>> copies(static_cast<std::size_t>(c.sh));
+        for (Int32 y = 0; y < c.sh; ++y) {
+          copies[static_cast<std::size_t>(y)].assign(src->data() + y * c.sw, src->data() + (y + 1) * c.sw);
+          painter.row(y, copies[static_cast<std::size_t>(y)].data());
+        }
+        for (Int32 i = 0; i < c.bw * c.bh; ++i) {
+          ASSERT_EQ(GetPixel(rows.hDC(), i % c.bw, i / c.bw), GetPixel(whole.hDC(), i % c.bw, i / c.bw))
+              << c.name << (gather ? ", gathered" : "") << " at " << i % c.bw << "," << i / c.bw;
+        }
       }
     }
   }
