@@ -51,8 +51,9 @@ class ReviewPage {
   // Writes pictures taken, opening the page first; a failure is kept for
   // finish().
   void write(std::string_view pictures, FolderSyncs* syncs);
-  // Pictures are written some at a time, in fewer and larger writes, each
-  // sent to disk as it is written (see OutputSet::Growing).
+  // Pictures are written some at a time, in fewer and larger writes: each
+  // write costs the kernel more than its bytes do. The page's growing
+  // output sends them on to disk as they pass 128 kB.
   static constexpr std::size_t kWriteEvery = 64 << 10;
   std::string page_;
   std::filesystem::path folder_;

@@ -281,8 +281,8 @@ void bitsOfRow(const std::uint8_t* row, std::size_t w, std::uint8_t one, std::ui
 }
 #endif
 
-// The steps of -9 to 9 pixels each way as a path writes them after another
-// number: each number after a blank unless its sign parts it from the last.
+// The steps of -9 to 9 each way as a path writes them after another number:
+// each number after a blank unless its sign parts it from the last.
 // Most steps of a path are these; the step of no length writes nothing.
 struct SmallStep {
   std::array<char, 4> text;
